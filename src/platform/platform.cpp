@@ -1,0 +1,7 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// The interfaces have no code of their own; this file makes the library one that can be linked.
+#include "platform/Clock.h"
+#include "platform/FileSystem.h"
+#include "platform/MetadataQuery.h"
+#include "platform/PreviewPanel.h"
+#include "platform/Workspace.h"
