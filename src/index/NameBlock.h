@@ -80,6 +80,12 @@ public:
     {
         return _dead[word].load(std::memory_order_relaxed);
     }
+    std::uint32_t originalCount() const { return _originalCount.load(std::memory_order_acquire); }
+    std::size_t originalByteCount() const
+    {
+        const auto count = originalCount();
+        return count == 0 ? 0 : _originalStarts[count];
+    }
     const char *data() const { return _data; }
     Traits traits(std::uint32_t record) const { return _traits[record]; }
     std::uint32_t startOf(std::uint32_t record) const;
