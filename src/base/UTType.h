@@ -4,6 +4,7 @@
 #include <QString>
 #include <QStringList>
 
+#include <cstddef>
 #include <optional>
 
 namespace vellumhound::base {
@@ -16,7 +17,8 @@ namespace vellumhound::base {
 /// database as "dyn.mime.<mime>" or "dyn.ext.<extension>" with a derived parent.
 class UTType {
 public:
-    /// A type of the table, or absent for an identifier that nobody knows.
+    /// A type of the table (any case), or the type behind a dynamic identifier; absent for an
+    /// identifier that nobody knows.
     static std::optional<UTType> fromIdentifier(const QString &identifier);
     /// The type of files with this extension (no dot, any case), if it conforms to `conformingTo`.
     /// An empty extension gives none; an unknown one gives a dynamic type.
@@ -63,6 +65,10 @@ public:
     QStringList typeTree() const;
 
     bool operator==(const UTType &) const = default;
+    friend std::size_t qHash(const UTType &type, std::size_t seed = 0) noexcept
+    {
+        return std::size_t(type._number) ^ seed;
+    }
 
 private:
     explicit UTType(int number)
