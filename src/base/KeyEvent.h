@@ -57,6 +57,12 @@ struct KeyEvent {
     /// The four compared modifiers.
     std::uint32_t modifiers() const { return modifierFlags & ModifierFlags::mask; }
 
+    /// Return or the keypad's Enter: nothing tells them apart.
+    bool isReturn() const
+    {
+        return keyCode == KeyCode::returnKey || keyCode == KeyCode::keypadEnter;
+    }
+
     bool operator==(const KeyEvent &) const = default;
 };
 

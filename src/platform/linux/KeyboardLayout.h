@@ -1,0 +1,56 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <QtGlobal>
+
+#include <memory>
+#include <string>
+
+struct xkb_context;
+struct xkb_keymap;
+
+namespace vellumhound::platform {
+
+/// The keyboard's layout as far as key equivalents need it: which ASCII character a key has without
+/// Shift, in the group in use if that one has the Latin letters, else in the first group that has
+/// them, else on a US keyboard.
+///
+/// Main thread. Where the layout cannot be had, it is that of a US keyboard.
+class KeyboardLayout {
+public:
+    /// The layout of the X server that the application is connected to; US on any other platform.
+    static std::unique_ptr<KeyboardLayout> ofSession();
+    /// As `setxkbmap -layout <layouts> -variant <variants>` would set it.
+    static std::unique_ptr<KeyboardLayout> named(
+        const std::string &layouts, const std::string &variants);
+    ~KeyboardLayout();
+    Q_DISABLE_COPY_MOVE(KeyboardLayout)
+
+    /// 0 if the key has no ASCII character there. `group` counts from 0.
+    char characterOf(int linuxCode, unsigned group) const;
+    /// False if the layout is only assumed.
+    bool isFromServer() const { return _connection != nullptr; }
+
+    /// Takes notice of an event of the window system; a new layout is read at the next question.
+    void noticeX11Event(const void *event);
+
+private:
+    struct Unref {
+        void operator()(xkb_context *context) const;
+        void operator()(xkb_keymap *keymap) const;
+    };
+    using Keymap = std::unique_ptr<xkb_keymap, Unref>;
+
+    explicit KeyboardLayout(void *connection);
+    Keymap namedKeymap(const std::string &layouts, const std::string &variants) const;
+    void readFromServer() const;
+
+    void *_connection = nullptr;  // the toolkit's own, null when the layout is assumed
+    unsigned _firstXkbEvent = 0;
+    std::unique_ptr<xkb_context, Unref> _context;
+    mutable Keymap _keymap;
+    Keymap _usKeymap;
+    mutable bool _isStale = false;
+};
+
+}  // namespace vellumhound::platform
