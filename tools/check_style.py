@@ -1,4 +1,4 @@
-#!/usr/bin/env python3
+#!/usr/bin/python3
 # SPDX-License-Identifier: GPL-3.0-or-later
 """Rules of the tree that no compiler sees. Exits 1 and names file:line for each breach.
 
