@@ -103,7 +103,7 @@ class DesktopSession:
             self._spawn("picom", "picom", "--backend", "xrender", "--config", "/dev/null")
             wait_until(self._has_compositor, "the compositor runs")
         if self.wallpaper:
-            self._output("hsetroot", "-add", self.wallpaper[0], "-add", self.wallpaper[1], "-gradient", "125")
+            self._output("hsetroot", "-add", self.wallpaper[0], "-add", self.wallpaper[1], "-gradient", "305")
         if self.is_dark is not None:
             peer = pathlib.Path(__file__).resolve().parent / "portal_peer.py"
             self._spawn("portal", sys.executable, str(peer), *(["--dark"] if self.is_dark else []))
@@ -231,6 +231,15 @@ class DesktopSession:
         self._processes.append((name, process))
         return process
 
+    def _spawn_until_it_answers(self, name: str, *command: str) -> tuple[subprocess.Popen, bool]:
+        """Starts a server that writes a line to {descriptor} once it listens; False if it ended instead."""
+        reader, writer = os.pipe()
+        process = self._spawn(name, *(word.replace("{descriptor}", str(writer)) for word in command),
+                              pass_fds=(writer,))
+        os.close(writer)
+        with os.fdopen(reader, "rb") as answer:
+            return process, bool(answer.readline())
+
     def _output(self, *command: str) -> str:
         """What a command prints; a command that finds nothing fails, and that reads as nothing."""
         return subprocess.run(command, env=self._environment(), capture_output=True, text=True,
@@ -242,13 +251,9 @@ class DesktopSession:
         for number in range(FIRST_DISPLAY, LAST_DISPLAY + 1):
             if os.path.exists(f"/tmp/.X{number}-lock") or os.path.exists(f"/tmp/.X11-unix/X{number}"):
                 continue
-            reader, writer = os.pipe()
-            process = self._spawn("Xvfb", "Xvfb", f":{number}", "-screen", "0", f"{width}x{height}x24", "-nolisten",
-                                  "tcp", "-noreset", "+extension", "Composite", "-displayfd", str(writer),
-                                  pass_fds=(writer,))
-            os.close(writer)
-            with os.fdopen(reader, "rb") as answer:
-                is_ready = bool(answer.readline())  # ends when the server is ready or gone
+            process, is_ready = self._spawn_until_it_answers(
+                "Xvfb", "Xvfb", f":{number}", "-screen", "0", f"{width}x{height}x24", "-nolisten", "tcp", "-noreset",
+                "+extension", "Composite", "-displayfd", "{descriptor}")
             if is_ready:
                 self.display = f":{number}"
                 return
@@ -260,8 +265,10 @@ class DesktopSession:
         configuration = self.folder / "bus.conf"
         configuration.write_text(BUS_CONFIGURATION.format(folder=self.folder), encoding="utf-8")
         (self.folder / "services/org.a11y.Bus.service").write_text(ACCESSIBILITY_SERVICE, encoding="utf-8")
-        self._spawn("bus", "dbus-daemon", "--nofork", "--nopidfile", f"--config-file={configuration}")
-        wait_until((self.folder / "bus").exists, "the session bus listens")
+        _, is_ready = self._spawn_until_it_answers("bus", "dbus-daemon", "--nofork", "--nopidfile",
+                                                   f"--config-file={configuration}", "--print-address={descriptor}")
+        if not is_ready:
+            raise RuntimeError("the session bus does not start: see " + str(self.folder / "bus.log"))
         self.bus = dbus.bus.BusConnection(self.environment()["DBUS_SESSION_BUS_ADDRESS"])
 
     def _has_compositor(self) -> bool:

@@ -43,6 +43,16 @@ OPENER_SCRIPT = """#!/bin/sh
 # Writes what it was asked to open, whole or not at all.
 printf '%s\\n' "$@" > '{proof}.part' && mv '{proof}.part' '{proof}'
 """
+# One named font wherever this runs, so that pictures of two machines can be laid side by side.
+FONTS = """<?xml version="1.0"?>
+<!DOCTYPE fontconfig SYSTEM "urn:fontconfig:fonts.dtd">
+<fontconfig>
+  <include ignore_missing="yes">/etc/fonts/fonts.conf</include>
+  <alias binding="same"><family>Sans Serif</family><prefer><family>Inter</family></prefer></alias>
+  <alias binding="same"><family>sans-serif</family><prefer><family>Inter</family></prefer></alias>
+  <alias binding="same"><family>Sans</family><prefer><family>Inter</family></prefer></alias>
+</fontconfig>
+"""
 OPENED_TYPES = ["text/plain", "text/markdown", "text/x-python", "text/x-c++src", "application/pdf", "image/png",
                 "application/vnd.oasis.opendocument.text", "inode/directory"]
 
@@ -80,6 +90,8 @@ class SampleHome:
             'XDG_DOWNLOAD_DIR="$HOME/Downloads"\nXDG_DOCUMENTS_DIR="$HOME/Documents"\n'
             'XDG_DESKTOP_DIR="$HOME/Desktop"\n', encoding="utf-8")
         (path / "Desktop").mkdir(exist_ok=True)
+        self.fonts = path / ".fonts.conf"
+        self.fonts.write_text(FONTS, encoding="utf-8")
         self._add_viewer()
         if is_onboarding_done:
             self.set_setting("appSettings", ONBOARDING_DONE)
@@ -121,7 +133,7 @@ class SampleHome:
             XDG_CONFIG_HOME=str(self.config), XDG_DATA_HOME=str(self.data),
             XDG_CACHE_HOME=str(self.cache), XDG_STATE_HOME=str(self.path / ".local/state"),
             XDG_RUNTIME_DIR=str(self.runtime), XDG_DATA_DIRS="/usr/local/share:/usr/share",
-            GSETTINGS_BACKEND="memory", QT_LINUX_ACCESSIBILITY_ALWAYS_ON="1",
+            GSETTINGS_BACKEND="memory", FONTCONFIG_FILE=str(self.fonts), QT_LINUX_ACCESSIBILITY_ALWAYS_ON="1",
             QT_FORCE_STDERR_LOGGING="1", QT_QPA_PLATFORM="xcb")
         return values
 
