@@ -42,12 +42,12 @@ class DesktopCase(unittest.TestCase):
         self.home.fill()
         self.addCleanup(shutil.rmtree, self.home.path, ignore_errors=True)
         self.session.move_pointer_away()
+        wait_until(lambda: not self.session.is_service_there(), "the program of the test before has ended")
 
     def tearDown(self):
         for program in self.programs:
             code = program.end()
             self.assertIn(code, (0, 1, -15), f"the program crashed\n{program.errors[-3000:]}")
-        wait_until(lambda: not self.session.is_service_there(), "the bus name is free again")
 
     def start(self, **environment: str) -> Program:
         """Starts the program without showing it."""

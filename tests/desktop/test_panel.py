@@ -1,6 +1,9 @@
 #!/usr/bin/python3
 # SPDX-License-Identifier: GPL-3.0-or-later
 """When the panel comes, when it goes, and what it remembers."""
+import os
+import signal
+
 import desktop_case
 from desktop_case import DesktopCase, wait_until
 
@@ -31,6 +34,16 @@ class TestPanel(DesktopCase):
         self.assertEqual(second.wait_for_end(), 0)
         first.wait_for_panel()
         self.assertTrue(first.is_running)
+
+    def test_a_call_over_the_bus_starts_the_program_and_shows_the_panel(self):
+        self.session.register_service(desktop_case.options.program, self.home)
+        self.addCleanup(self.session.unregister_service)
+
+        self.session.call_activate()
+
+        process_id = self.session.service_process_id()
+        self.addCleanup(os.kill, process_id, signal.SIGTERM)
+        wait_until(lambda: self.session.active_window_title() == "Vellumhound", "the panel is on screen and active")
 
     def test_the_panel_stands_in_the_middle_of_the_screen(self):
         program = self.start_and_present()

@@ -201,6 +201,26 @@ class DesktopSession:
         self._processes.append((program.name, process))
         return Program(self, process, out, err)
 
+    def register_service(self, program: pathlib.Path, home: SampleHome) -> None:
+        """From now on the session bus itself starts `program` when somebody calls it, as after an installation."""
+        (self.folder / f"services/{SERVICE}.service").write_text(
+            f"[D-BUS Service]\nName={SERVICE}\nExec={program}\n", encoding="utf-8")
+        daemon = self.bus.get_object(dbus.BUS_DAEMON_NAME, dbus.BUS_DAEMON_PATH, introspect=False)
+        values = home.environment() | self.environment()
+        daemon.UpdateActivationEnvironment(dbus.Dictionary(values, signature="ss"),
+                                           dbus_interface=dbus.BUS_DAEMON_IFACE)
+        daemon.ReloadConfig(dbus_interface=dbus.BUS_DAEMON_IFACE)
+
+    def unregister_service(self) -> None:
+        (self.folder / f"services/{SERVICE}.service").unlink()
+        daemon = self.bus.get_object(dbus.BUS_DAEMON_NAME, dbus.BUS_DAEMON_PATH, introspect=False)
+        daemon.ReloadConfig(dbus_interface=dbus.BUS_DAEMON_IFACE)
+
+    def service_process_id(self) -> int:
+        """Of the program that holds the bus name; fails if nobody does."""
+        return int(self.bus.call_blocking(dbus.BUS_DAEMON_NAME, dbus.BUS_DAEMON_PATH, dbus.BUS_DAEMON_IFACE,
+                                          "GetConnectionUnixProcessID", "s", (SERVICE,)))
+
     def start_other_window(self) -> str:
         """A window of another program in the upper left corner; gives its id."""
         self._spawn("xmessage", "xmessage", "-title", "Another window", "-geometry", "200x80+20+40", "hello")
@@ -212,8 +232,11 @@ class DesktopSession:
     def activate(self) -> None:
         """What the desktop does when the user starts the program from its menu."""
         wait_until(self.is_service_there, f"{SERVICE} is on the bus")
-        proxy = self.bus.get_object(SERVICE, OBJECT_PATH, introspect=False)
-        proxy.get_dbus_method("Activate", APPLICATION)(dbus.Dictionary({}, signature="sv"), timeout=10)
+        self.call_activate()
+
+    def call_activate(self) -> None:
+        self.bus.call_blocking(SERVICE, OBJECT_PATH, APPLICATION, "Activate", "a{sv}",
+                               (dbus.Dictionary({}, signature="sv"),), timeout=20)
 
     # --- inside ---
 
