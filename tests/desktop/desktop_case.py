@@ -25,13 +25,16 @@ class DesktopCase(unittest.TestCase):
     """A test with `self.session` (one for all tests of the class) and `self.home` (its own, filled)."""
 
     session: DesktopSession
+    window_manager = "openbox"
+    is_composited = False
     _folder: tempfile.TemporaryDirectory
 
     @classmethod
     def setUpClass(cls):
         cls._folder = tempfile.TemporaryDirectory(prefix="vellumhound-desktop-")
         cls.addClassCleanup(cls._folder.cleanup)
-        cls.session = DesktopSession(pathlib.Path(cls._folder.name) / "session")
+        cls.session = DesktopSession(pathlib.Path(cls._folder.name) / "session", is_composited=cls.is_composited,
+                                     window_manager=cls.window_manager)
         cls.addClassCleanup(cls.session.stop)
         cls.session.start()
         cls.session.start_other_window()  # somebody else's window to lose the keyboard to

@@ -111,5 +111,12 @@ class TestPanel(DesktopCase):
         program.wait_for_box("reportg")
 
 
+class TestPanelOnAStricterDesktop(TestPanel):
+    """The same under a window manager that hands out the keyboard sparingly, with a compositor."""
+
+    window_manager = "xfwm4"
+    is_composited = True
+
+
 if __name__ == "__main__":
     desktop_case.main()

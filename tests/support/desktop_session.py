@@ -45,6 +45,10 @@ BUS_CONFIGURATION = """<!DOCTYPE busconfig PUBLIC "-//freedesktop//DTD D-Bus Bus
   </policy>
 </busconfig>
 """
+WINDOW_MANAGERS = {"openbox": ("openbox", "--sm-disable"),
+                   "xfwm4": ("xfwm4", "--compositor=off", "--vblank=off")}
+# xfwm4 keeps its settings in a service of its own.
+SETTINGS_SERVICE = pathlib.Path("/usr/share/dbus-1/services/org.xfce.Xfconf.service")
 ACCESSIBILITY_SERVICE = "[D-BUS Service]\nName=org.a11y.Bus\nExec=/usr/libexec/at-spi-bus-launcher\n"
 
 
@@ -68,10 +72,11 @@ class DesktopSession:
     """X server, session bus, accessibility bus and window manager in `folder`, from `start` to `stop`."""
 
     def __init__(self, folder: pathlib.Path, screen: tuple[int, int] = (1600, 900), is_composited: bool = False,
-                 is_dark: bool | None = None, wallpaper: tuple[str, str] | None = None):
+                 window_manager: str = "openbox", is_dark: bool | None = None, wallpaper: tuple[str, str] | None = None):
         self.folder = folder
         self.screen = screen
         self.is_composited = is_composited
+        self.window_manager = window_manager  # one of WINDOW_MANAGERS
         self.is_dark = is_dark  # None: no portal at all
         self.wallpaper = wallpaper
         self.display = ""
@@ -96,7 +101,7 @@ class DesktopSession:
         (self.folder / "runtime").mkdir(mode=0o700, exist_ok=True)
         self._start_display()
         self._start_bus()
-        self._spawn("openbox", "openbox", "--sm-disable")
+        self._spawn(self.window_manager, *WINDOW_MANAGERS[self.window_manager])
         wait_until(lambda: "window id" in self._output("xprop", "-root", "_NET_SUPPORTING_WM_CHECK"),
                    "the window manager runs")
         if self.is_composited:
@@ -288,6 +293,8 @@ class DesktopSession:
         configuration = self.folder / "bus.conf"
         configuration.write_text(BUS_CONFIGURATION.format(folder=self.folder), encoding="utf-8")
         (self.folder / "services/org.a11y.Bus.service").write_text(ACCESSIBILITY_SERVICE, encoding="utf-8")
+        if self.window_manager == "xfwm4":
+            shutil.copy(SETTINGS_SERVICE, self.folder / "services")
         _, is_ready = self._spawn_until_it_answers("bus", "dbus-daemon", "--nofork", "--nopidfile",
                                                    f"--config-file={configuration}", "--print-address={descriptor}")
         if not is_ready:
