@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
+// long: the promise, its awaiters and the handle are one protocol and are read together
 #pragma once
 
 #include "base/MainQueue.h"

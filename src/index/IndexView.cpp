@@ -1,0 +1,136 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "index/IndexView.h"
+
+#include "base/Fold.h"
+
+#include <algorithm>
+
+namespace vellumhound::index {
+
+std::string joinedPath(std::string_view folder, std::string_view name)
+{
+    std::string path(folder);
+    if (!path.ends_with('/'))
+        path += '/';
+    path += name;
+    return path;
+}
+
+std::optional<std::string_view> pathBelow(std::string_view path, std::string_view folder)
+{
+    if (!path.starts_with(folder))
+        return std::nullopt;
+    path.remove_prefix(folder.size());
+    if (path.empty() || folder.ends_with('/'))
+        return path;
+    if (path.front() != '/')
+        return std::nullopt;
+    return path.substr(1);
+}
+
+bool hasHiddenComponent(std::string_view relativePath)
+{
+    return relativePath.starts_with('.') || relativePath.find("/.") != std::string_view::npos;
+}
+
+std::string IndexView::pathOfFolder(FolderId folder) const
+{
+    std::vector<std::string_view> names;
+    while (parentOf(folder) != nothing) {
+        names.push_back(nameOf(recordOf(folder)));
+        folder = parentOf(folder);
+    }
+    std::string path = roots[recordOf(folder)].path;
+    for (auto name = names.rbegin(); name != names.rend(); ++name) {
+        if (!path.ends_with('/'))
+            path += '/';
+        path += *name;
+    }
+    return path;
+}
+
+std::string IndexView::pathOf(RecordId record) const
+{
+    return joinedPath(pathOfFolder(folderOf(record)), nameOf(record));
+}
+
+RecordId IndexView::findInBase(FolderId folder, std::string_view name) const
+{
+    if (folder >= tail->firstFolder())
+        return nothing;
+    const bool isAscii = std::all_of(
+        name.begin(), name.end(), [](char c) { return static_cast<unsigned char>(c) < 0x80; });
+    const auto stored = isAscii ? std::string(name) : base::fold(name);
+    auto low = base->firstRecords[folder];
+    auto high = base->firstRecords[folder + 1];
+    while (low < high) {
+        const auto middle = low + (high - low) / 2;
+        if (base->names.stored(middle) < stored)
+            low = middle + 1;
+        else
+            high = middle;
+    }
+    // Names that differ only in what folding removes stand side by side.
+    for (auto record = low; record < base->firstRecords[folder + 1]; ++record) {
+        if (base->names.stored(record) != stored)
+            break;
+        if (!base->names.isDead(record) && base->names.original(record) == name)
+            return record;
+    }
+    return nothing;
+}
+
+RecordId IndexView::find(FolderId folder, std::string_view name) const
+{
+    auto found = findInBase(folder, name);
+    if (found != nothing)
+        return found;
+    forEachRecord(*tail, {}, tail->mark(), [&](RecordId record) {
+        if (tail->folderOf(record) == folder && !isDead(record) && nameOf(record) == name)
+            found = record;
+    });
+    return found;
+}
+
+FolderId IndexView::findFolder(std::string_view path) const
+{
+    FolderId found = nothing;
+    std::string_view rest;
+    for (const auto &root : roots) {
+        const auto below = pathBelow(path, root.path);
+        if (root.folder != nothing && below && (found == nothing || below->size() < rest.size())) {
+            found = root.folder;
+            rest = *below;
+        }
+    }
+    while (!rest.empty() && found != nothing) {
+        const auto slash = rest.find('/');
+        const auto name = rest.substr(0, slash);
+        rest = slash == std::string_view::npos ? std::string_view() : rest.substr(slash + 1);
+        const auto parent = found;
+        const auto record = findInBase(parent, name);
+        found = record == nothing ? nothing : base->folderFor(record);
+        // A folder of the tail; several of one name are earlier lives of it.
+        for (auto folder = tail->folderEnd(); found == nothing && folder > tail->firstFolder();) {
+            --folder;
+            if (tail->parentOf(folder) == parent && !isDead(tail->recordOf(folder)) &&
+                nameOf(tail->recordOf(folder)) == name)
+                found = folder;
+        }
+    }
+    return found;
+}
+
+void PublishedView::publish(std::shared_ptr<const IndexView> view)
+{
+    const std::lock_guard lock(_mutex);
+    _view.swap(view);
+}
+
+std::shared_ptr<const IndexView> PublishedView::current() const
+{
+    const std::lock_guard lock(_mutex);
+    return _view;
+}
+
+}  // namespace vellumhound::index

@@ -1,0 +1,98 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "index/DesktopEntries.h"
+#include "index/IndexTables.h"
+
+#include <condition_variable>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace vellumhound::index {
+
+/// The top of a crawled tree.
+struct IndexRoot {
+    std::string path;            ///< absolute, in bytes, without trailing slash but for "/"
+    FolderId folder = nothing;   ///< `nothing` once the root is no longer wanted
+    bool isCrawled = false;      ///< its first crawl is done
+
+    bool operator==(const IndexRoot &) const = default;
+};
+
+/// The index at one moment, for readers on any thread: tables that others append to and kill in,
+/// but never move or change. Ids are those of these tables.
+struct IndexView {
+    std::shared_ptr<IndexBase> base;
+    std::shared_ptr<IndexTail> tail;
+    std::vector<IndexRoot> roots;  ///< by root number
+    std::shared_ptr<const ApplicationTable> applications;
+    bool hasApplications = false;  ///< they have been read once
+
+    bool isInBase(RecordId record) const { return record < tail->firstRecord(); }
+    const NameBlock &namesOf(RecordId record) const
+    {
+        return isInBase(record) ? base->names : tail->namesOf(record);
+    }
+    std::uint32_t slotOf(RecordId record) const
+    {
+        return isInBase(record) ? record : tail->slotOf(record);
+    }
+    Traits traitsOf(RecordId record) const { return namesOf(record).traits(slotOf(record)); }
+    bool isDead(RecordId record) const { return namesOf(record).isDead(slotOf(record)); }
+    std::string_view nameOf(RecordId record) const
+    {
+        return namesOf(record).original(slotOf(record));
+    }
+    std::string_view storedNameOf(RecordId record) const
+    {
+        return namesOf(record).stored(slotOf(record));
+    }
+    FolderId folderOf(RecordId record) const
+    {
+        return isInBase(record) ? base->folderOf(record) : tail->folderOf(record);
+    }
+    FolderId parentOf(FolderId folder) const
+    {
+        return folder < tail->firstFolder() ? base->parents[folder] : tail->parentOf(folder);
+    }
+    /// The entry that stands for the folder; for a root its number among the roots.
+    RecordId recordOf(FolderId folder) const
+    {
+        return folder < tail->firstFolder() ? base->records[folder] : tail->recordOf(folder);
+    }
+    std::string pathOfFolder(FolderId folder) const;
+    std::string pathOf(RecordId record) const;
+    /// The live entry of this name, by its own bytes, in the folder's run of the base.
+    RecordId findInBase(FolderId folder, std::string_view name) const;
+    /// The live entry of this name; also looks through all of the tail, which takes a while while
+    /// the tail is long.
+    RecordId find(FolderId folder, std::string_view name) const;
+    /// The folder at an absolute path, if it has been crawled as a folder.
+    FolderId findFolder(std::string_view path) const;
+};
+
+/// Joins a folder's path and a name.
+std::string joinedPath(std::string_view folder, std::string_view name);
+/// What of `path` lies below `folder` (without the slash); empty for the folder itself, absent if
+/// it lies elsewhere. By components: /a/bc is not below /a/b.
+std::optional<std::string_view> pathBelow(std::string_view path, std::string_view folder);
+/// Whether one of the components begins with a dot.
+bool hasHiddenComponent(std::string_view relativePath);
+
+/// Where the writer puts the newest view and readers take it from. A reader holds the lock only
+/// while it copies the pointer.
+class PublishedView {
+public:
+    void publish(std::shared_ptr<const IndexView> view);
+    std::shared_ptr<const IndexView> current() const;
+
+private:
+    mutable std::mutex _mutex;
+    std::shared_ptr<const IndexView> _view;
+};
+
+}  // namespace vellumhound::index

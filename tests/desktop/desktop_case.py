@@ -1,0 +1,121 @@
+# SPDX-License-Identifier: GPL-3.0-or-later
+"""What the tests of this folder share: one private desktop per file, one fresh home per test.
+
+Run by ctest as `python3 test_<what>.py --program <path> [--failures <folder>]`; anything after that goes to
+unittest, so one test runs with `... TestSearch.test_name -v`.
+"""
+from __future__ import annotations
+
+import argparse
+import pathlib
+import shutil
+import subprocess
+import sys
+import tempfile
+import unittest
+
+sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[1] / "support"))
+from desktop_session import DesktopSession, Program, missing_tools, wait_until  # noqa: E402,F401
+from sample_home import SampleHome  # noqa: E402
+
+options = argparse.Namespace(program=None, failures=None)
+
+
+class DesktopCase(unittest.TestCase):
+    """A test with `self.session` (one for all tests of the class) and `self.home` (its own, filled)."""
+
+    session: DesktopSession
+    window_manager = "openbox"
+    is_composited = False
+    _folder: tempfile.TemporaryDirectory
+
+    @classmethod
+    def setUpClass(cls):
+        cls._folder = tempfile.TemporaryDirectory(prefix="vellumhound-desktop-")
+        cls.addClassCleanup(cls._folder.cleanup)
+        cls.session = DesktopSession(pathlib.Path(cls._folder.name) / "session", is_composited=cls.is_composited,
+                                     window_manager=cls.window_manager)
+        cls.addClassCleanup(cls.session.stop)
+        cls.session.start()
+        cls.session.start_other_window()  # somebody else's window to lose the keyboard to
+
+    def setUp(self):
+        self.programs: list[Program] = []
+        self.home = SampleHome(pathlib.Path(tempfile.mkdtemp(prefix="home-", dir=self._folder.name)))
+        self.home.fill()
+        self.addCleanup(shutil.rmtree, self.home.path, ignore_errors=True)
+        self.session.move_pointer_away()
+        wait_until(lambda: not self.session.is_service_there(), "the program of the test before has ended")
+
+    def tearDown(self):
+        for program in self.programs:
+            code = program.end()
+            self.assertIn(code, (0, 1, -15), f"the program crashed\n{program.errors[-3000:]}")
+
+    def start(self, **environment: str) -> Program:
+        """Starts the program without showing it."""
+        program = self.session.start_program(options.program, self.home, environment=environment)
+        self.programs.append(program)
+        return program
+
+    def start_and_present(self, **environment: str) -> Program:
+        program = self.start(**environment)
+        program.present()
+        return program
+
+    def search(self, program: Program, text: str, expected: str) -> None:
+        """Types into the empty box and waits until the list holds `expected`."""
+        self.session.type(text)
+        program.wait_for_box(text)
+        program.wait_for_name(expected)
+
+    def clear(self, program: Program) -> None:
+        self.session.keys("ctrl+a", "BackSpace")
+        program.wait_for_box("")
+
+    def keep_what_a_failure_looks_like(self):
+        """A picture of the screen and all that the program told, while it still stands there."""
+        if not options.failures:
+            return
+        place = options.failures / self.id().split(".", 1)[-1]
+        texts = []
+        for program in self.programs:
+            tree = program.node().dump() if program.is_running else "ended"
+            texts.append(f"{tree}\n--- out\n{program.output}\n--- err\n{program.errors}")
+        try:
+            self.session.picture(place.with_suffix(".png"))
+            place.with_suffix(".txt").write_text("\n".join(texts), encoding="utf-8")
+        except (OSError, AssertionError, subprocess.SubprocessError) as trouble:
+            print(f"no picture of the failure: {trouble}", file=sys.stderr)
+
+
+class Result(unittest.TextTestResult):
+    """Looks at the screen at the moment of a failure, before anything is cleaned up."""
+
+    def addFailure(self, test, err):
+        self._keep(test)
+        super().addFailure(test, err)
+
+    def addError(self, test, err):
+        self._keep(test)
+        super().addError(test, err)
+
+    def _keep(self, test):
+        if isinstance(test, DesktopCase):
+            try:
+                test.keep_what_a_failure_looks_like()
+            except Exception as trouble:  # of whatever kind: the test's own failure says more
+                print(f"the failed program does not answer: {trouble}", file=sys.stderr)
+
+
+def main() -> None:
+    parser = argparse.ArgumentParser(add_help=False)
+    parser.add_argument("--program", type=pathlib.Path, required=True)
+    parser.add_argument("--failures", type=pathlib.Path)
+    _, rest = parser.parse_known_args(namespace=options)
+    options.program = options.program.resolve()
+    missing = missing_tools()
+    if missing:
+        sys.exit(f"missing: {' '.join(missing)}; ./test installs them")
+    unittest.main(module="__main__", argv=[sys.argv[0], *rest],
+                  testRunner=unittest.TextTestRunner(resultclass=Result, verbosity=2))

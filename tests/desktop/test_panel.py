@@ -1,0 +1,122 @@
+#!/usr/bin/python3
+# SPDX-License-Identifier: GPL-3.0-or-later
+"""When the panel comes, when it goes, and what it remembers."""
+import os
+import signal
+
+import desktop_case
+from desktop_case import DesktopCase, wait_until
+
+
+class TestPanel(DesktopCase):
+    def test_the_program_starts_hidden_and_the_hot_key_shows_it(self):
+        program = self.start()
+        wait_until(self.session.is_service_there, "the program is on the bus")
+        self.assertFalse(program.is_panel_visible)
+
+        # The key is asked for a moment after the name is taken; pressing it once more changes nothing.
+        def is_shown_by_the_key():
+            self.session.keys("ctrl+space")
+            try:
+                program.wait_for_panel(timeout=1.0)
+                return True
+            except AssertionError:
+                return False
+
+        wait_until(is_shown_by_the_key, "the hot key shows the panel")
+
+    def test_a_second_start_shows_the_panel_of_the_first_and_ends_well(self):
+        first = self.start()
+        wait_until(self.session.is_service_there, "the program is on the bus")
+
+        second = self.start()
+
+        self.assertEqual(second.wait_for_end(), 0)
+        first.wait_for_panel()
+        self.assertTrue(first.is_running)
+
+    def test_a_call_over_the_bus_starts_the_program_and_shows_the_panel(self):
+        self.session.register_service(desktop_case.options.program, self.home)
+        self.addCleanup(self.session.unregister_service)
+
+        self.session.call_activate()
+
+        process_id = self.session.service_process_id()
+        self.addCleanup(os.kill, process_id, signal.SIGTERM)
+        wait_until(lambda: self.session.active_window_title() == "Vellumhound", "the panel is on screen and active")
+
+    def test_the_panel_stands_in_the_middle_of_the_screen(self):
+        program = self.start_and_present()
+
+        x, y, width, height = self.session.geometry(program.panel_windows()[0])
+
+        self.assertAlmostEqual(x + width / 2, self.session.screen[0] / 2, delta=1)
+        self.assertAlmostEqual(y + height / 2, self.session.screen[1] / 2, delta=1)
+
+    def test_escape_first_clears_the_box_and_then_puts_the_panel_away(self):
+        program = self.start_and_present()
+        self.search(program, "report", "Reports")
+
+        self.session.keys("Escape")
+        program.wait_for_box("")
+        wait_until(lambda: program.part("Results", "list") is None or program.rows() == [], "the home screen is back")
+        self.assertTrue(program.is_panel_visible)
+
+        self.session.keys("Escape")
+        program.wait_until_hidden()
+
+    def test_the_clear_button_empties_the_box(self):
+        program = self.start_and_present()
+        self.search(program, "report", "Reports")
+
+        program.part("Clear search", "push button").press()
+
+        program.wait_for_box("")
+        self.assertTrue(program.is_panel_visible)
+
+    def test_a_click_on_another_window_puts_the_panel_away_and_the_session_comes_back(self):
+        program = self.start_and_present()
+        self.search(program, "report", "Reports")
+        self.session.keys("Down", "Down")
+        wait_until(lambda: program.selected() == program.rows()[1], "the second row is selected")
+        rows, selected = program.rows(), program.selected()
+
+        self.session.click(120, 80)
+        program.wait_until_hidden()
+        program.present()
+
+        self.assertEqual(program.box, "report")
+        self.assertEqual(program.rows(), rows)
+        self.assertEqual(program.selected(), selected)
+
+    def test_with_a_new_search_each_time_the_panel_comes_back_empty(self):
+        self.home.set_setting("searchSettings", {"startupBehavior": "Start new search"})
+        program = self.start_and_present()
+        self.search(program, "report", "Reports")
+
+        self.session.click(120, 80)
+        program.wait_until_hidden()
+        program.present()
+
+        program.wait_for_box("")
+        wait_until(lambda: program.part("Search", "text").is_focused, "the box has the keyboard")
+
+    def test_activating_a_panel_in_front_leaves_its_text(self):
+        program = self.start_and_present()
+        self.search(program, "report", "Reports")
+
+        program.present()
+        self.session.type("g")
+
+        program.wait_for_box("reportg")
+
+
+class TestPanelOnAStricterDesktop(TestPanel):
+    """The same under a window manager that hands out the keyboard sparingly, with a compositor."""
+
+    window_manager = "xfwm4"
+    is_composited = True
+
+
+if __name__ == "__main__":
+    desktop_case.main()
