@@ -52,7 +52,7 @@ public:
         else
             _unreadable.remove(path);
     }
-    /// Listings of the folder hang from now on, until release().
+    /// What is asked of this path, but its existence, hangs from now on, until release().
     void hang(const QString &path)
     {
         const std::lock_guard lock(_mutex);
@@ -84,8 +84,9 @@ public:
     }
     base::Result<platform::FileAttributes> attributes(const QString &path) const override
     {
-        const std::lock_guard lock(_mutex);
+        std::unique_lock lock(_mutex);
         ++_calls;
+        _released.wait(lock, [&] { return !_hanging.contains(path); });
         const auto entry = _entries.constFind(path);
         if (entry == _entries.constEnd())
             return base::Error{QStringLiteral("No such file or directory")};
