@@ -28,7 +28,7 @@ Color mixed(const Color &from, double to, double share)
 
 double contrastRatio(const Color &a, const Color &b)
 {
-    const auto [low, high] = std::minmax(luminance(a), luminance(b));
+    const auto [low, high] = std::minmax({luminance(a), luminance(b)});
     return (high + 0.05) / (low + 0.05);
 }
 
