@@ -24,6 +24,10 @@ template <class T> class Stream {
             if (!self->waiting)
                 return;
             self->queue.post([self] {
+                // Of several values of one turn the first call takes all: the consumer that the
+                // others find is waiting for a later one.
+                if (self->buffer.empty() && !self->isEnded)
+                    return;
                 if (auto handle = std::exchange(self->waiting, {}))
                     handle.resume();
             });
