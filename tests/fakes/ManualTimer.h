@@ -4,6 +4,7 @@
 #include "base/Timer.h"
 
 #include <algorithm>
+#include <utility>
 #include <vector>
 
 namespace vellumhound::fakes {
