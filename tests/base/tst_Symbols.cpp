@@ -215,6 +215,18 @@ private Q_SLOTS:
         QCOMPARE(canvas, before);
     }
 
+    void theProgramsIconIsDrawnInItsColors()
+    {
+        const auto icon = applicationIcon(64, 1.5);
+        const auto image = pixels(icon);
+
+        QCOMPARE(icon.size(), QSize(96, 96));
+        QCOMPARE(icon.devicePixelRatio(), 1.5);
+        QCOMPARE(qAlpha(image.pixel(0, 0)), 0);
+        QCOMPARE(qAlpha(image.pixel(48, 20)), 255);
+        QVERIFY(QColor(image.pixel(12, 48)).hslSaturation() > 100);
+    }
+
     void colorsGoThereAndBack()
     {
         const Color color{0.2, 0.4, 0.6, 0.8};
