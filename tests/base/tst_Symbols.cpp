@@ -98,14 +98,16 @@ private Q_SLOTS:
         const auto image = pixels(symbolPixmap(name, side, 1, Qt::black));
 
         int ink = 0;
+        int inkAtTheEdge = 0;
         for (int y = 0; y < side; ++y) {
             for (int x = 0; x < side; ++x) {
-                const bool isInk = qAlpha(image.pixel(x, y)) > 0;
+                const int isInk = qAlpha(image.pixel(x, y)) > 0 ? 1 : 0;
                 const bool isEdge = x == 0 || y == 0 || x == side - 1 || y == side - 1;
-                QVERIFY2(!(isInk && isEdge), qPrintable(u"%1,%2"_s.arg(x).arg(y)));
-                ink += isInk ? 1 : 0;
+                ink += isInk;
+                inkAtTheEdge += isEdge ? isInk : 0;
             }
         }
+        QCOMPARE(inkAtTheEdge, 0);
         QVERIFY(ink > 300);
     }
 
