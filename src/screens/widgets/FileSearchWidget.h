@@ -1,0 +1,52 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "actions/widgets/Spinner.h"
+#include "actions/widgets/SymbolButton.h"
+#include "actions/widgets/Theme.h"
+#include "keyboard/KeyEquivalents.h"
+#include "screens/FileSearchView.h"
+#include "screens/widgets/SearchField.h"
+
+#include <QLabel>
+#include <QStackedWidget>
+
+namespace vellumhound::screens {
+
+/// Shows FileSearchView: the symbol or back button, the field, and the slot for a spinner or the
+/// clear button.
+class FileSearchWidget final : public QWidget {
+    Q_OBJECT
+
+public:
+    /// All outlive the widget.
+    FileSearchWidget(FileSearchView &view, core::FileBrowserModel &model,
+        keyboard::FocusState &focus, keyboard::KeyEquivalents &keyEquivalents,
+        QWidget *parent = nullptr);
+
+    SearchField &field() { return *_field; }
+    void setTheme(const actions::Theme &theme);
+
+private:
+    void render();
+    void writeText();
+    void placeCaret();
+    void describeForScreenReader();
+
+    FileSearchView &_view;
+    core::FileBrowserModel &_model;
+    keyboard::FocusState &_focus;
+    actions::Theme _theme;
+    SearchRowDescription _shown;
+    QStackedWidget *_leading;
+    QLabel *_symbol;
+    actions::SymbolButton *_backButton;
+    SearchField *_field;
+    QStackedWidget *_trailing;
+    actions::Spinner *_spinner;
+    actions::SymbolButton *_clearButton;
+    QWidget *_emptySlot;
+    std::unique_ptr<keyboard::KeyEquivalents::Registration> _clearKey;
+};
+
+}  // namespace vellumhound::screens

@@ -1,0 +1,129 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "shell/widgets/Application.h"
+
+#include "base/widgets/Symbols.h"
+#include "platform/linux/DesktopAppearance.h"
+#include "platform/linux/SingleInstance.h"
+#include "shell/VellumhoundAppDelegate.h"
+#include "shell/widgets/LauncherWindow.h"
+#include "shell/widgets/Services.h"
+
+#include <QApplication>
+#include <QIcon>
+#include <QMessageBox>
+
+#include <cstdio>
+
+namespace vellumhound::shell {
+
+namespace {
+
+using namespace Qt::StringLiterals;
+
+/// There is no first run to go through: the panel may hide from the beginning, and nothing of this
+/// is written to the settings.
+bool isOnboardingDone()
+{
+    return true;
+}
+
+void reportFatalError(const base::Error &error)
+{
+    const auto message = store::fatalErrorMessage(error);
+    std::fprintf(stderr, "%s: %s\n", qPrintable(store::fatalErrorTitle()),
+        message.simplified().toUtf8().constData());
+    QMessageBox box(QMessageBox::Critical, store::fatalErrorTitle(), message, QMessageBox::Ok);
+    box.setTextFormat(Qt::PlainText);
+    box.exec();
+}
+
+/// The running program: the services, the delegate over them, and the ways in from outside.
+class Application {
+public:
+    explicit Application(std::unique_ptr<store::PersistenceController> store)
+        : _services(std::move(store))
+        , _delegate(
+              _services.timer,
+              [this](const QString &identifier, VellumhoundAppDelegate &delegate) {
+                  return makeLauncher(identifier, delegate);
+              },
+              isOnboardingDone)
+        , _appearance(QDBusConnection::sessionBus(),
+              [this](const platform::Appearance &appearance) {
+                  if (_launcher)
+                      _launcher->setAppearance(appearance);
+              })
+        , _instance(handlers())
+    {
+    }
+
+    platform::SingleInstance::Claim claimName()
+    {
+        return _instance.claim(QDBusConnection::sessionBus());
+    }
+
+    int run()
+    {
+        _services.queue.post([this] {
+            _delegate.launcher();
+            _delegate.applicationDidFinishLaunching();
+            // Nothing but a second start brings up the panel, so the first one shows it as well.
+            _delegate.showLauncher();
+        });
+        return QApplication::exec();
+    }
+
+private:
+    std::unique_ptr<LauncherPanel> makeLauncher(
+        const QString &identifier, VellumhoundAppDelegate &delegate)
+    {
+        auto launcher =
+            std::make_unique<LauncherWindow>(identifier, _services, delegate, isOnboardingDone);
+        launcher->setAppearance(_appearance.current());
+        _launcher = launcher.get();
+        return launcher;
+    }
+
+    platform::SingleInstance::Handlers handlers()
+    {
+        platform::SingleInstance::Handlers handlers;
+        handlers.activate = [this] { _delegate.applicationShouldHandleReopen(); };
+        handlers.quit = [] { QApplication::quit(); };
+        return handlers;
+    }
+
+    Services _services;
+    LauncherWindow *_launcher = nullptr;  // the delegate's, once it is made
+    VellumhoundAppDelegate _delegate;
+    platform::DesktopAppearance _appearance;
+    platform::SingleInstance _instance;
+};
+
+}  // namespace
+
+int runApplication(int &argc, char **argv)
+{
+    if (platform::SingleInstance::handOver())
+        return 0;
+    QGuiApplication::setDesktopFileName(u"org.vellumhound.Vellumhound"_s);
+    QApplication application(argc, argv);
+    QApplication::setApplicationName(u"vellumhound"_s);
+    QApplication::setApplicationDisplayName(u"Vellumhound"_s);
+    QApplication::setQuitOnLastWindowClosed(false);
+    QApplication::setWindowIcon(QIcon(base::applicationIcon(128, 1)));
+
+    auto store =
+        store::PersistenceController::load(store::PersistenceController::standardStorePath());
+    if (!store) {
+        reportFatalError(store.error());
+        return 1;
+    }
+    Application running(std::move(store).value());
+    if (running.claimName() == platform::SingleInstance::Claim::lost) {
+        platform::SingleInstance::handOver();
+        return 0;
+    }
+    return running.run();
+}
+
+}  // namespace vellumhound::shell

@@ -1,0 +1,42 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "actions/widgets/Theme.h"
+#include "platform/Appearance.h"
+#include "shell/LauncherView.h"
+#include "shell/VellumhoundAppDelegate.h"
+#include "shell/widgets/FloatingPanel.h"
+#include "shell/widgets/LauncherWidget.h"
+#include "shell/widgets/Services.h"
+
+namespace vellumhound::shell {
+
+/// The launcher as the delegate has it: the panel, and in it the root view. Owned by the delegate.
+class LauncherWindow final : public LauncherPanel {
+public:
+    /// `isOnboardingDone` tells whether the first run is over. Services and delegate outlive it.
+    LauncherWindow(const QString &identifier, Services &services,
+        VellumhoundAppDelegate &appDelegate, std::function<bool()> isOnboardingDone);
+    ~LauncherWindow() override;
+
+    preview::PreviewPanelManager &previewPanelManager() override;
+    void centerOnScreen() override { _panel->centerOnScreen(); }
+    void makeKeyAndOrderFront() override { _panel->makeKeyAndOrderFront(); }
+    void becomeKeyWindow() override { _panel->becomeKeyWindow(); }
+    void hideLauncher() override { _panel->hideLauncher(); }
+    /// Puts the panel away as if it had lost the keyboard.
+    void giveUpKey() { _panel->giveUpKey(); }
+
+    void setAppearance(const platform::Appearance &appearance);
+
+private:
+    PanelSurroundings surroundings(std::function<bool()> isOnboardingDone);
+
+    Services &_services;
+    VellumhoundAppDelegate &_appDelegate;
+    LauncherView _view;
+    LauncherWidget *_content;  // owned by the panel
+    std::unique_ptr<FloatingPanel> _panel;
+};
+
+}  // namespace vellumhound::shell

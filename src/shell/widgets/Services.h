@@ -1,0 +1,63 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "base/Background.h"
+#include "base/NotificationCenter.h"
+#include "base/Timer.h"
+#include "core/FileSearchService.h"
+#include "finder/FinderManager.h"
+#include "index/FileIndex.h"
+#include "index/IndexQuery.h"
+#include "keyboard/KeyboardMonitor.h"
+#include "keyboard/KeyEquivalents.h"
+#include "platform/Clock.h"
+#include "platform/linux/GioWorkspace.h"
+#include "platform/linux/KeyTranslator.h"
+#include "platform/PreviewPanel.h"
+#include "preview/PreviewPanelManager.h"
+#include "settings/AppSettings.h"
+#include "shell/widgets/PanelKeyFilter.h"
+#include "store/PersistenceController.h"
+
+#include <memory>
+
+namespace vellumhound::shell {
+
+/// What the process has one of, in the order in which one needs the other; all of it lives until
+/// the process ends. Main thread; needs the application object.
+struct Services {
+    /// `store` has been loaded.
+    explicit Services(std::unique_ptr<store::PersistenceController> store);
+    ~Services();
+    Q_DISABLE_COPY_MOVE(Services)
+
+    base::MainQueue queue;
+    base::EventLoopTimer timer;
+    base::NotificationCenter notificationCenter;
+    base::Background background{queue};
+    platform::Clock clock;
+
+    settings::UserDefaults userDefaults{settings::UserDefaults::standardFolder()};
+    settings::AppSettings settings{userDefaults};
+    std::unique_ptr<store::PersistenceController> store;
+
+    index::FileIndex fileIndex;
+    index::IndexQuery query;
+    std::shared_ptr<const platform::FileSystem> fileSystem;
+    platform::GioWorkspace workspace;
+    core::FileSearchService fileSearchService;
+
+    platform::NullPreviewPanel previewPanel;
+    preview::NullPreviewPanelManager previewPanelManager;
+    finder::NullFinderManager finderManager;
+
+    platform::KeyTranslator keyTranslator;
+    keyboard::KeyEquivalents keyEquivalents;
+    PanelKeyFilter keyFilter{keyTranslator, keyEquivalents};
+    keyboard::KeyboardMonitor keyboardMonitor{keyFilter, queue};
+
+private:
+    void handRulesToIndex();
+};
+
+}  // namespace vellumhound::shell
