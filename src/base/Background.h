@@ -6,6 +6,7 @@
 
 #include <chrono>
 #include <condition_variable>
+#include <utility>
 
 namespace vellumhound::base {
 
@@ -21,7 +22,7 @@ public:
     Q_DISABLE_COPY_MOVE(Background)
 
     /// Starts `work` on a worker; its value comes back as `done(value)` through the main queue,
-    /// unless this object has gone by then.
+    /// unless this object has gone by then. In that case alone `done` is destroyed on the worker.
     template <class T> void run(std::function<T()> work, std::function<void(T)> done)
     {
         start([work = std::move(work), done = std::move(done)]() mutable -> std::function<void()> {
@@ -41,18 +42,19 @@ public:
             std::condition_variable arrived;
             std::optional<T> value;
             bool isGivenUp = false;
+            std::function<void(T)> done;  // taken out on the main thread, so that it ends there
         };
         auto meeting = std::make_shared<Meeting>();
-        start([meeting, work = std::move(work), done]() -> std::function<void()> {
+        meeting->done = std::move(done);
+        start([meeting, work = std::move(work)]() -> std::function<void()> {
             std::optional<T> value(work());
             const std::lock_guard lock(meeting->mutex);
+            meeting->value = std::move(value);
             if (!meeting->isGivenUp) {
-                meeting->value = std::move(value);
                 meeting->arrived.notify_one();
                 return {};
             }
-            auto kept = std::make_shared<std::optional<T>>(std::move(value));
-            return [kept, done] { done(std::move(**kept)); };
+            return [meeting] { std::exchange(meeting->done, {})(std::move(*meeting->value)); };
         });
         std::unique_lock lock(meeting->mutex);
         if (!meeting->arrived.wait_for(
@@ -60,9 +62,8 @@ public:
             meeting->isGivenUp = true;
             return false;
         }
-        auto value = std::move(*meeting->value);
         lock.unlock();
-        done(std::move(value));
+        std::exchange(meeting->done, {})(std::move(*meeting->value));
         return true;
     }
 

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "base/NativePath.h"
 
+#include <QStringDecoder>
+
 #include <pwd.h>
 #include <unistd.h>
 #include <vector>
@@ -72,7 +74,9 @@ QString pathFromBytes(std::string_view bytes)
     std::size_t validStart = 0;
     std::size_t i = 0;
     const auto flush = [&] {
-        text += QString::fromUtf8(bytes.data() + validStart, qsizetype(i - validStart));
+        // A byte order mark is part of a name like any other character.
+        QStringDecoder decode(QStringDecoder::Utf8, QStringDecoder::Flag::ConvertInitialBom);
+        text += decode(QByteArrayView(bytes.data() + validStart, qsizetype(i - validStart)));
     };
     while (i < bytes.size()) {
         if (const auto length = sequenceLength(bytes.substr(i))) {

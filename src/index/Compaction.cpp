@@ -24,7 +24,8 @@ public:
                 _tailFolders.emplace_back(view.recordOf(folder), folder);
         }
         std::sort(_tailFolders.begin(), _tailFolders.end());
-        _result.newRecords.assign(view.tail->firstRecordOf(mark.chunk) + mark.extent.count, nothing);
+        _result.newRecords.assign(
+            view.tail->firstRecordOf(mark.chunk) + mark.extent.count, nothing);
         _result.newFolders.assign(folderEnd, nothing);
     }
 
@@ -78,7 +79,8 @@ private:
         if (folder < _view.tail->firstFolder()) {
             const auto end = base.firstRecords[folder + 1];
             auto record = base.firstRecords[folder];
-            const char *at = record < end ? base.names.data() + base.names.startOf(record) : nullptr;
+            const char *at =
+                record < end ? base.names.data() + base.names.startOf(record) : nullptr;
             for (; record < end; ++record) {
                 const std::string_view stored(at);
                 if (!base.names.isDead(record))
@@ -101,8 +103,8 @@ private:
     FolderId folderFor(RecordId record) const
     {
         // A record of the base can have got its folder later, when a rule let it in.
-        const auto found = std::upper_bound(
-            _tailFolders.begin(), _tailFolders.end(), std::pair(record, nothing));
+        const auto found =
+            std::upper_bound(_tailFolders.begin(), _tailFolders.end(), std::pair(record, nothing));
         if (found != _tailFolders.begin() && std::prev(found)->first == record)
             return std::prev(found)->second;
         return _view.isInBase(record) ? _view.base->folderFor(record) : nothing;
@@ -157,8 +159,8 @@ private:
         }
         std::sort(base.byRecord.begin(), base.byRecord.end(),
             [&](FolderId a, FolderId b) { return base.records[a] < base.records[b]; });
-        for (auto *table : {&base.firstRecords, &base.records, &base.parents, &base.subtreeEnds,
-                 &base.byRecord})
+        for (auto *table :
+            {&base.firstRecords, &base.records, &base.parents, &base.subtreeEnds, &base.byRecord})
             table->shrink_to_fit();
     }
 

@@ -21,9 +21,9 @@ FolderId IndexBase::folderFor(RecordId record) const
 
 std::size_t IndexBase::memoryBytes() const
 {
-    return names.memoryBytes() + sizeof(std::uint32_t) * (firstRecords.size() + records.size() +
-                                                            parents.size() + subtreeEnds.size() +
-                                                            byRecord.size());
+    return names.memoryBytes() +
+           sizeof(std::uint32_t) * (firstRecords.size() + records.size() + parents.size() +
+                                       subtreeEnds.size() + byRecord.size());
 }
 
 IndexTail::Chunk::Chunk()

@@ -35,11 +35,11 @@ struct IndexBase {
     std::size_t memoryBytes() const;
 
     NameBlock names;
-    std::vector<RecordId> firstRecords;   ///< per folder, and one more for the end
-    std::vector<RecordId> records;        ///< what stands for the folder; a root: its root number
-    std::vector<FolderId> parents;        ///< `nothing` for a root
-    std::vector<FolderId> subtreeEnds;    ///< the first folder that is no longer below
-    std::vector<FolderId> byRecord;       ///< the folders without the roots, by `records`
+    std::vector<RecordId> firstRecords;  ///< per folder, and one more for the end
+    std::vector<RecordId> records;       ///< what stands for the folder; a root: its root number
+    std::vector<FolderId> parents;       ///< `nothing` for a root
+    std::vector<FolderId> subtreeEnds;   ///< the first folder that is no longer below
+    std::vector<FolderId> byRecord;      ///< the folders without the roots, by `records`
     ByteFrequencies frequencies = usualFrequencies();
 };
 
@@ -130,8 +130,7 @@ void forEachRecord(
     const IndexTail &tail, const IndexTail::Mark &from, const IndexTail::Mark &to, Visit visit)
 {
     for (auto chunk = from.chunk; chunk <= to.chunk; ++chunk) {
-        const auto end =
-            chunk == to.chunk ? to.extent.count : tail.names(chunk).published().count;
+        const auto end = chunk == to.chunk ? to.extent.count : tail.names(chunk).published().count;
         for (auto slot = chunk == from.chunk ? from.extent.count : 0; slot < end; ++slot)
             visit(tail.firstRecordOf(chunk) + slot);
     }

@@ -108,15 +108,19 @@ FolderId IndexView::findFolder(std::string_view path) const
         const auto name = rest.substr(0, slash);
         rest = slash == std::string_view::npos ? std::string_view() : rest.substr(slash + 1);
         const auto parent = found;
-        const auto record = findInBase(parent, name);
-        found = record == nothing ? nothing : base->folderFor(record);
-        // A folder of the tail; several of one name are earlier lives of it.
+        found = nothing;
+        // The tail first, from its end: what stands there is the latest life of a folder.
         for (auto folder = tail->folderEnd(); found == nothing && folder > tail->firstFolder();) {
             --folder;
             if (tail->parentOf(folder) == parent && !isDead(tail->recordOf(folder)) &&
                 nameOf(tail->recordOf(folder)) == name)
                 found = folder;
         }
+        if (found != nothing)
+            continue;
+        const auto record = findInBase(parent, name);
+        if (record != nothing)
+            found = base->folderFor(record);
     }
     return found;
 }

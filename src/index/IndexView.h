@@ -16,9 +16,9 @@ namespace vellumhound::index {
 
 /// The top of a crawled tree.
 struct IndexRoot {
-    std::string path;            ///< absolute, in bytes, without trailing slash but for "/"
-    FolderId folder = nothing;   ///< `nothing` once the root is no longer wanted
-    bool isCrawled = false;      ///< its first crawl is done
+    std::string path;           ///< absolute, in bytes, without trailing slash but for "/"
+    FolderId folder = nothing;  ///< `nothing` once the root is no longer wanted
+    bool isCrawled = false;     ///< its first crawl is done
 
     bool operator==(const IndexRoot &) const = default;
 };

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // The interfaces have no code of their own; this file makes the library one that can be linked.
+#include "platform/Appearance.h"
 #include "platform/ApplicationEntries.h"
 #include "platform/Clock.h"
 #include "platform/FileSystem.h"

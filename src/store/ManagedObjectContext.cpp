@@ -273,18 +273,19 @@ template <class Object> base::Outcome ManagedObjectContext::write()
 {
     auto &entity = known<Object>();
     for (const auto &[id, entry] : entity.rows) {
-        base::Result<qint64> result = qint64(0);
         if (entry.isDeleted) {
-            result = runStatement(
+            const auto removed = runStatement(
                 _file, Sql<Object>::remove, [&](QSqlQuery &query) { query.addBindValue(id); });
+            if (!removed)
+                return removed.error();
         } else if (entry.isChanged()) {
-            result = runStatement(_file, Sql<Object>::update, [&](QSqlQuery &query) {
+            const auto updated = runStatement(_file, Sql<Object>::update, [&](QSqlQuery &query) {
                 Sql<Object>::bind(query, *entry.object);
                 query.addBindValue(id);
             });
+            if (!updated)
+                return updated.error();
         }
-        if (!result)
-            return result.error();
     }
     entity.newRowIds.clear();
     for (const auto &object : entity.inserted) {

@@ -23,7 +23,14 @@ public:
         _process.setProcessChannelMode(QProcess::ForwardedErrorChannel);
         _process.start(QStringLiteral("/usr/bin/python3"),
             QStringList{QStringLiteral(PEERS_FOLDER "/") + script} + arguments);
-        return _process.waitForReadyRead() && _process.readLine() == "ready\n";
+        // What the script has to say comes in one piece, but not with the first wake-up always.
+        while (!_process.canReadLine()) {
+            if (!_process.waitForReadyRead()) {
+                qWarning("the script said nothing: %s", qPrintable(_process.errorString()));
+                return false;
+            }
+        }
+        return _process.readLine() == "ready\n";
     }
     /// Starts the recorder under `name`.
     bool record(const QString &name, const QString &mode = QStringLiteral("answer"))

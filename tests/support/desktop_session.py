@@ -45,11 +45,18 @@ BUS_CONFIGURATION = """<!DOCTYPE busconfig PUBLIC "-//freedesktop//DTD D-Bus Bus
   </policy>
 </busconfig>
 """
-WINDOW_MANAGERS = {"openbox": ("openbox", "--sm-disable"),
-                   "xfwm4": ("xfwm4", "--compositor=off", "--vblank=off")}
+LIBC = ctypes.CDLL("libc.so.6")
+PR_SET_PDEATHSIG = 1
+
+WINDOW_MANAGERS = ("openbox", "xfwm4")
 # xfwm4 keeps its settings in a service of its own.
 SETTINGS_SERVICE = pathlib.Path("/usr/share/dbus-1/services/org.xfce.Xfconf.service")
 ACCESSIBILITY_SERVICE = "[D-BUS Service]\nName=org.a11y.Bus\nExec=/usr/libexec/at-spi-bus-launcher\n"
+
+
+def end_with_parent() -> None:
+    """Runs in a new process: whatever becomes of this program, its servers do not stay behind."""
+    LIBC.prctl(PR_SET_PDEATHSIG, signal.SIGTERM, 0, 0, 0)
 
 
 class NeverHappened(AssertionError):
@@ -101,9 +108,7 @@ class DesktopSession:
         (self.folder / "runtime").mkdir(mode=0o700, exist_ok=True)
         self._start_display()
         self._start_bus()
-        self._spawn(self.window_manager, *WINDOW_MANAGERS[self.window_manager])
-        wait_until(lambda: "window id" in self._output("xprop", "-root", "_NET_SUPPORTING_WM_CHECK"),
-                   "the window manager runs")
+        self._start_window_manager()
         if self.is_composited:
             self._spawn("picom", "picom", "--backend", "xrender", "--config", "/dev/null")
             wait_until(self._has_compositor, "the compositor runs")
@@ -202,7 +207,8 @@ class DesktopSession:
         out, err = self.folder / f"program-{number}.out", self.folder / f"program-{number}.err"
         with open(out, "wb") as out_file, open(err, "wb") as err_file:
             process = subprocess.Popen([str(program), *arguments], env=values, cwd=home.path,
-                                       stdin=subprocess.DEVNULL, stdout=out_file, stderr=err_file)
+                                       stdin=subprocess.DEVNULL, stdout=out_file, stderr=err_file,
+                                       preexec_fn=end_with_parent)
         self._processes.append((program.name, process))
         return Program(self, process, out, err)
 
@@ -255,7 +261,7 @@ class DesktopSession:
     def _spawn(self, name: str, *command: str, pass_fds: tuple[int, ...] = ()) -> subprocess.Popen:
         with open(self.folder / f"{name}.log", "ab") as log:
             process = subprocess.Popen(command, env=self._environment(), stdin=subprocess.DEVNULL, stdout=log,
-                                       stderr=log, pass_fds=pass_fds)
+                                       stderr=log, pass_fds=pass_fds, preexec_fn=end_with_parent)
         self._processes.append((name, process))
         return process
 
@@ -300,6 +306,18 @@ class DesktopSession:
         if not is_ready:
             raise RuntimeError("the session bus does not start: see " + str(self.folder / "bus.log"))
         self.bus = dbus.bus.BusConnection(self.environment()["DBUS_SESSION_BUS_ADDRESS"])
+
+    def _start_window_manager(self) -> None:
+        if self.window_manager == "openbox":
+            # It says that it is there long before it looks at windows; one that comes in between is never
+            # shown. What it runs at the end of its start is the sign that it is ready.
+            ready = self.folder / "openbox-is-ready"
+            self._spawn("openbox", "openbox", "--sm-disable", "--startup", f"touch '{ready}'")
+            wait_until(ready.exists, "the window manager is ready")
+        else:
+            self._spawn("xfwm4", "xfwm4", "--compositor=off", "--vblank=off")
+            wait_until(lambda: "window id" in self._output("xprop", "-root", "_NET_SUPPORTING_WM_CHECK"),
+                       "the window manager is ready")
 
     def _has_compositor(self) -> bool:
         x11 = ctypes.CDLL("libX11.so.6")

@@ -30,6 +30,15 @@ FILES = {
 }
 PICTURES = {"Pictures/report-cover.png": (240, 160), "Pictures/Team photo.png": (320, 200)}
 
+# Newest first; whatever is not named is older. Times decide between names that match alike.
+NEWEST_FIRST = ("Documents/Reports", "Documents/Work/Report 2024.odt",
+                "Documents/Work/archive/2023/old drafts/report-final (2).txt", "Pictures/report-cover.png",
+                "Projects/billing/src/report_builder.py", "Downloads/Annual Report Größenordnung.pdf",
+                "Projects/atlas/bug-reports", "Projects/atlas/docs/Reporting guidelines.md",
+                "Projects/atlas/src/reportgen.cpp")
+NEWEST_TIME = 1_720_000_000  # seconds since 1970
+DAY = 86_400
+
 ONBOARDING_DONE = {"showMenuBarIcon": True, "onboarding": 5, "selectedSettingsTab": 0}
 
 OPENER_ENTRY = """[Desktop Entry]
@@ -103,6 +112,8 @@ class SampleHome:
             (self.path / name).parent.mkdir(parents=True, exist_ok=True)
             (self.path / name).write_bytes(png_bytes(width, height))
 
+        self._set_times()
+
     def write(self, name: str, text: str = "") -> pathlib.Path:
         file = self.path / name
         file.parent.mkdir(parents=True, exist_ok=True)
@@ -136,6 +147,14 @@ class SampleHome:
             GSETTINGS_BACKEND="memory", FONTCONFIG_FILE=str(self.fonts), QT_LINUX_ACCESSIBILITY_ALWAYS_ON="1",
             QT_FORCE_STDERR_LOGGING="1", QT_QPA_PLATFORM="xcb")
         return values
+
+    def _set_times(self) -> None:
+        oldest = NEWEST_TIME - len(NEWEST_FIRST) * DAY
+        for folder, folders, files in os.walk(self.path):
+            for name in folders + files:
+                os.utime(os.path.join(folder, name), (oldest, oldest))
+        for age, name in enumerate(NEWEST_FIRST):
+            os.utime(self.path / name, (NEWEST_TIME - age * DAY,) * 2)
 
     def _add_viewer(self) -> None:
         script = self.data / "sample-viewer"

@@ -34,14 +34,14 @@ void FileRowDelegate::setTheme(const Theme &theme)
 QSize FileRowDelegate::sizeHint(const QStyleOptionViewItem &option, const QModelIndex &) const
 {
     const int height =
-        _height == Height::withPath ? Metrics::resultRowHeight : Metrics::folderRowHeight;
+        _height == Height::withPath ? metrics::resultRowPitch : metrics::folderRowPitch;
     return {option.rect.width(), height};
 }
 
 void FileRowDelegate::paintBackground(QPainter &painter, const QStyleOptionViewItem &option) const
 {
     const QRectF rect =
-        QRectF(option.rect).adjusted(Metrics::selectionInset, 0, -Metrics::selectionInset, 0);
+        QRectF(option.rect).adjusted(metrics::selectionInset, 0, -metrics::selectionInset, 0);
     const bool isSelected = option.state & QStyle::State_Selected;
     const bool isHovered = option.state & QStyle::State_MouseOver;
     if (!isSelected && !isHovered)
@@ -49,11 +49,11 @@ void FileRowDelegate::paintBackground(QPainter &painter, const QStyleOptionViewI
     const bool hasFocus = isSelected && option.widget && option.widget->hasFocus();
     painter.setPen(hasFocus ? QPen(_theme.selectionLine, lineWidth) : QPen(Qt::NoPen));
     if (isSelected)
-        painter.setBrush(hasFocus ? _theme.selectionFill : _theme.selectionWithoutFocus);
+        painter.setBrush(hasFocus ? _theme.selectionFill : _theme.unfocusedSelection);
     else
         painter.setBrush(_theme.hover);
     painter.drawRoundedRect(
-        hasFocus ? crisp(rect) : rect, Metrics::selectionRadius, Metrics::selectionRadius);
+        hasFocus ? crisp(rect) : rect, metrics::selectionRadius, metrics::selectionRadius);
 }
 
 void FileRowDelegate::paint(
@@ -64,9 +64,9 @@ void FileRowDelegate::paint(
     paintBackground(*painter, option);
 
     const bool hasPath = _height == Height::withPath;
-    const int symbolPx = hasPath ? Metrics::resultSymbol : Metrics::folderSymbol;
+    const int symbolPx = hasPath ? metrics::resultSymbol : metrics::folderRowSymbol;
     const bool isMirrored = option.direction == Qt::RightToLeft;
-    const QRect content = option.rect.adjusted(Metrics::rowPadding, 0, -Metrics::rowPadding, 0);
+    const QRect content = option.rect.adjusted(metrics::rowPadding, 0, -metrics::rowPadding, 0);
     const auto placed = [&](const QRect &rect) {
         return QStyle::visualRect(option.direction, option.rect, rect);
     };
@@ -75,7 +75,7 @@ void FileRowDelegate::paint(
     preview::paintFileIcon(*painter, placed(symbol),
         index.data(FileRole::icon).value<preview::IconInfo>(), _theme.panelBackground);
 
-    const QRect text = content.adjusted(symbolPx + Metrics::symbolGap, 0, 0, 0);
+    const QRect text = content.adjusted(symbolPx + metrics::resultGap, 0, 0, 0);
     const auto drawLine = [&](const QRect &rect, const QFont &font, const QColor &color,
                               const QString &line) {
         painter->setFont(font);
@@ -87,16 +87,16 @@ void FileRowDelegate::paint(
             elided);
     };
     const auto name = index.data(Qt::DisplayRole).toString();
-    const auto nameFont = uiFont(Metrics::nameFontSize);
+    const auto nameFont = _theme.font(metrics::resultName);
     if (!hasPath) {
         drawLine(text, nameFont, _theme.primaryText, name);
     } else {
-        const int top = text.top() + (text.height() - Metrics::resultContentHeight) / 2;
-        drawLine({text.left(), top, text.width(), Metrics::nameLineHeight}, nameFont,
+        const int top = text.top() + (text.height() - metrics::resultContentHeight) / 2;
+        drawLine({text.left(), top, text.width(), metrics::resultNameLine}, nameFont,
             _theme.primaryText, name);
         drawLine(
-            {text.left(), top + Metrics::nameLineHeight, text.width(), Metrics::pathLineHeight},
-            uiFont(Metrics::pathFontSize), _theme.secondaryText,
+            {text.left(), top + metrics::resultNameLine, text.width(), metrics::resultPathLine},
+            _theme.font(metrics::resultPath), _theme.secondaryText,
             index.data(FileRole::displayPath).toString());
     }
     painter->restore();

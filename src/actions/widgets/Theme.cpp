@@ -1,104 +1,193 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "actions/widgets/Theme.h"
 
-#include <QApplication>
-#include <QFontInfo>
+#include "actions/ThemeColors.h"
+#include "base/widgets/Symbols.h"
+
+#include <QGuiApplication>
 
 #include <algorithm>
 #include <cmath>
+#include <initializer_list>
 
 namespace vellumhound::actions {
 
 namespace {
 
-/// `color` at `percent` of opacity.
-QColor at(QColor color, double percent)
+constexpr double panelOverBlur = 0.92;
+constexpr double leastTextScale = 0.75;
+constexpr double mostTextScale = 2.5;
+
+QColor white(double alpha)
 {
-    color.setAlphaF(float(percent / 100));
+    return QColor::fromRgbF(1, 1, 1, float(alpha));
+}
+
+QColor black(double alpha)
+{
+    return QColor::fromRgbF(0, 0, 0, float(alpha));
+}
+
+QColor grey(double level, double alpha)
+{
+    return QColor::fromRgbF(float(level), float(level), float(level), float(alpha));
+}
+
+QColor faded(QColor color, double alpha)
+{
+    color.setAlphaF(float(alpha));
     return color;
 }
 
-/// Pixel size of the desktop's font at the usual scale: 10 points at 96 dots an inch.
-constexpr double usualFontPx = 13.33;
-constexpr double smallestTextScale = 0.85;
-constexpr double largestTextScale = 1.25;  // the rows have fixed heights
+/// What is seen of a translucent colour over an opaque one: palettes are mixed by others, who do
+/// not expect to see through.
+QColor over(const QColor &background, const QColor &color)
+{
+    const auto mix = [&](float below, float above) {
+        return below + (above - below) * color.alphaF();
+    };
+    return QColor::fromRgbF(mix(background.redF(), color.redF()),
+        mix(background.greenF(), color.greenF()), mix(background.blueF(), color.blueF()));
+}
+
+QColor readableOn(const QColor &background)
+{
+    const auto color = base::toColor(background);
+    return base::contrastRatio(color, {1, 1, 1}) >= 3.0 ? QColor(Qt::white) : QColor(Qt::black);
+}
 
 }  // namespace
 
-Theme Theme::light(const std::optional<QColor> &accent)
+Theme Theme::light(const QColor &accent)
 {
     Theme theme;
-    theme.accent = accent.value_or(QColor(0x2F, 0x6F, 0xED));
+    theme.isDark = false;
+    theme.accent = accent.isValid() ? accent : QColor(0x2F, 0x6F, 0xED);
     theme.panelBackground = QColor(0xF6, 0xF6, 0xF8);
+    theme.panelBackgroundOverBlur = faded(theme.panelBackground, panelOverBlur);
+    theme.panelLine = grey(0.9, 1);
+    theme.panelLineWidth = 0.5;
+    theme.leftColumn = white(0.45);
     theme.primaryText = QColor(0x1D, 0x1D, 0x1F);
     theme.secondaryText = QColor(0x6E, 0x6E, 0x73);
     theme.tertiaryText = QColor(0xA1, 0xA1, 0xA6);
     theme.placeholderText = QColor(0x8A, 0x8A, 0x8F);
-    theme.separator = at(Qt::black, 9);
-    theme.selectionFill = at(theme.accent, 16);
-    theme.selectionLine = at(theme.accent, 38);
-    theme.selectionWithoutFocus = at(Qt::black, 7);
-    theme.hover = at(Qt::black, 5);
-    theme.leftColumn = at(Qt::white, 45);
-    theme.panelLine = QColor::fromRgbF(0.9F, 0.9F, 0.9F);
-    theme.panelLineWidth = 0.5;
+    theme.separator = black(0.09);
+    theme.selectionFill = faded(theme.accent, 0.16);
+    theme.selectionLine = faded(theme.accent, 0.38);
+    theme.unfocusedSelection = black(0.07);
+    theme.hover = black(0.05);
+    theme.keyCap = grey(0.98, 1);
+    theme.keyCapLine = black(0.13);
+    theme.keyCapText = Qt::black;
+    theme.clearSymbol = theme.placeholderText;
+    theme.positive = QColor(0x2A, 0x9D, 0x4A);
+    theme.negative = QColor(0xD9, 0x3A, 0x32);
+    theme.prominentFill = base::toQColor(lightThemeColor());
+    theme.prominentLine = white(0.7);
+    theme.prominentShadow = faded(theme.primaryText, 0.1);
+    theme.prominentDisabled = grey(0.5, 0.3);
+    theme.shadow = black(0.38);
     return theme;
 }
 
-Theme Theme::dark(const std::optional<QColor> &accent)
+Theme Theme::dark(const QColor &accent)
 {
     Theme theme;
     theme.isDark = true;
-    theme.accent = accent.value_or(QColor(0x50, 0x8C, 0xFF));
+    theme.accent = accent.isValid() ? accent : QColor(0x50, 0x8C, 0xFF);
     theme.panelBackground = QColor(0x1E, 0x1E, 0x20);
+    theme.panelBackgroundOverBlur = faded(theme.panelBackground, panelOverBlur);
+    theme.panelLine = grey(0.5, 1);
+    theme.panelLineWidth = 1;
+    theme.leftColumn = white(0.03);
     theme.primaryText = QColor(0xF2, 0xF2, 0xF4);
     theme.secondaryText = QColor(0xA5, 0xA5, 0xAB);
     theme.tertiaryText = QColor(0x6D, 0x6D, 0x73);
     theme.placeholderText = QColor(0x85, 0x85, 0x8B);
-    theme.separator = at(Qt::white, 10);
-    theme.selectionFill = at(theme.accent, 30);
-    theme.selectionLine = at(theme.accent, 45);
-    theme.selectionWithoutFocus = at(Qt::white, 9);
-    theme.hover = at(Qt::white, 6);
-    theme.leftColumn = at(Qt::white, 3);
-    theme.panelLine = QColor(0x80, 0x80, 0x80);
-    theme.panelLineWidth = 1;
+    theme.separator = white(0.10);
+    theme.selectionFill = faded(theme.accent, 0.30);
+    theme.selectionLine = faded(theme.accent, 0.45);
+    theme.unfocusedSelection = white(0.09);
+    theme.hover = white(0.06);
+    theme.keyCap = grey(0.3, 0.8);
+    theme.keyCapLine = Qt::transparent;
+    theme.keyCapText = Qt::white;
+    theme.clearSymbol = theme.placeholderText;
+    theme.positive = QColor(0x3F, 0xC7, 0x63);
+    theme.negative = QColor(0xFF, 0x62, 0x58);
+    theme.prominentFill = base::toQColor(darkThemeColor());
+    theme.prominentLine = white(0.1);
+    theme.prominentShadow = Qt::transparent;
+    theme.prominentDisabled = grey(0.5, 0.3);
+    theme.shadow = black(0.38);
     return theme;
 }
 
-QPalette paletteOf(const Theme &theme)
+QFont Theme::font(int pixelSize, QFont::Weight weight) const
 {
-    QPalette palette(theme.panelBackground);
-    const auto veil = theme.isDark ? QColor(0x2C, 0x2C, 0x2F) : QColor(Qt::white);
-    palette.setColor(QPalette::Window, theme.panelBackground);
-    palette.setColor(QPalette::WindowText, theme.primaryText);
-    palette.setColor(QPalette::Base, veil);
-    palette.setColor(QPalette::AlternateBase, theme.panelBackground);
-    palette.setColor(QPalette::Text, theme.primaryText);
-    palette.setColor(QPalette::Button, veil);
-    palette.setColor(QPalette::ButtonText, theme.primaryText);
-    palette.setColor(QPalette::PlaceholderText, theme.placeholderText);
-    palette.setColor(QPalette::ToolTipBase, veil);
-    palette.setColor(QPalette::ToolTipText, theme.primaryText);
-    palette.setColor(QPalette::Highlight, theme.accent);
-    palette.setColor(QPalette::HighlightedText, Qt::white);
-    palette.setColor(QPalette::Link, theme.accent);
+    return uiFont(int(std::lround(pixelSize * textScale)), weight);
+}
+
+QColor Theme::background(double opacity) const
+{
+    return faded(panelBackground, opacity);
+}
+
+QPalette Theme::palette() const
+{
+    const auto field = isDark ? over(panelBackground, white(0.05)) : QColor(Qt::white);
+    const auto button = isDark ? over(panelBackground, white(0.10)) : QColor(Qt::white);
+    const auto edge = isDark ? white(0.16) : black(0.16);
+    QPalette palette;
+    const auto set = [&palette](QPalette::ColorRole role, const QColor &color) {
+        palette.setColor(QPalette::All, role, color);
+    };
+    set(QPalette::Window, panelBackground);
+    set(QPalette::WindowText, primaryText);
+    set(QPalette::Base, field);
+    set(QPalette::AlternateBase, over(field, hover));
+    set(QPalette::Text, primaryText);
+    set(QPalette::PlaceholderText, placeholderText);
+    set(QPalette::ToolTipBase, over(panelBackground, hover));
+    set(QPalette::ToolTipText, primaryText);
+    set(QPalette::Button, button);
+    set(QPalette::ButtonText, primaryText);
+    set(QPalette::BrightText, negative);
+    set(QPalette::Link, accent);
+    set(QPalette::LinkVisited, accent);
+    set(QPalette::Highlight, accent);
+    set(QPalette::HighlightedText, readableOn(accent));
+    set(QPalette::Light, over(button, white(isDark ? 0.10 : 1.0)));
+    set(QPalette::Midlight, over(button, white(isDark ? 0.05 : 0.5)));
+    set(QPalette::Mid, over(panelBackground, edge));
+    set(QPalette::Dark, over(panelBackground, isDark ? black(0.4) : black(0.3)));
+    set(QPalette::Shadow, over(panelBackground, isDark ? black(0.7) : black(0.55)));
     for (const auto role : {QPalette::WindowText, QPalette::Text, QPalette::ButtonText})
-        palette.setColor(QPalette::Disabled, role, theme.tertiaryText);
+        palette.setColor(QPalette::Disabled, role, tertiaryText);
+    palette.setColor(QPalette::Disabled, QPalette::Highlight, over(panelBackground, hover));
+    palette.setColor(QPalette::Disabled, QPalette::HighlightedText, tertiaryText);
     return palette;
 }
 
 QFont uiFont(int pixelSize, QFont::Weight weight)
 {
-    auto font = QApplication::font();
-    const double desktopPx = QFontInfo(font).pixelSize();
-    const double textScale
-        = std::clamp(desktopPx / usualFontPx, smallestTextScale, largestTextScale);
-    // A desktop font within a pixel of the usual one asks for no other size.
-    const bool isUsual = std::abs(desktopPx - usualFontPx) < 1.5;
-    font.setPixelSize(isUsual ? pixelSize : int(std::lround(pixelSize * textScale)));
+    auto font = QGuiApplication::font();
+    font.setPixelSize(std::max(1, pixelSize));
     font.setWeight(weight);
     return font;
+}
+
+double textScaleOf(double uiFontPoints, double logicalDotsPerInch)
+{
+    constexpr double usualDotsPerInch = 96;
+    constexpr double leastUsualPoints = 9;
+    constexpr double mostUsualPoints = 11;
+    double scale = logicalDotsPerInch > 0 ? logicalDotsPerInch / usualDotsPerInch : 1;
+    // A font given in pixels has no size in points and tells nothing.
+    if (uiFontPoints > 0)
+        scale *= uiFontPoints / std::clamp(uiFontPoints, leastUsualPoints, mostUsualPoints);
+    return std::clamp(scale, leastTextScale, mostTextScale);
 }
 
 }  // namespace vellumhound::actions

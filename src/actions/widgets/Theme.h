@@ -5,80 +5,158 @@
 #include <QFont>
 #include <QPalette>
 
-#include <optional>
+#include <chrono>
 
 namespace vellumhound::actions {
 
-/// Sizes of the panel in device-independent pixels, font sizes in pixels before the user's text scale.
-namespace Metrics {
-inline constexpr int defaultPadding = 16;
-inline constexpr int defaultSpacing = 8;
+/// Sizes in device-independent pixels; those of texts are pixel sizes before the user's text scale.
+namespace metrics {
 
-inline constexpr int contentWidth = 800;
-inline constexpr int contentHeight = 500;
-inline constexpr int panelPadding = 8;  ///< on all edges, besides the default padding at the top
-inline constexpr int panelWidth = contentWidth + 2 * panelPadding;
-inline constexpr int panelHeight = contentHeight + defaultPadding + 2 * panelPadding;
-inline constexpr int cornerRadius = 10;
+constexpr int defaultPadding = 16;
+constexpr int defaultSpacing = 8;
 
-inline constexpr int searchRowHeight = 28;
-inline constexpr int searchRowGap = 12;  ///< from the row to the line below it
-inline constexpr int slotSize = 20;      ///< frame of the symbol and of the trailing slot
-inline constexpr int searchFontSize = 15;
+constexpr int panelRadius = 10;
+constexpr int panelPadding = 8;
+constexpr int contentWidth = 800;
+constexpr int contentHeight = 500;
+constexpr int panelWidth = contentWidth + 2 * panelPadding;
+constexpr int panelHeight = contentHeight + defaultPadding + 2 * panelPadding;
+constexpr int shadowOffset = 18;  // downwards, drawn on the margin around the panel
+constexpr int shadowBlur = 50;
 
-inline constexpr int listTopPadding = 7;
-inline constexpr int selectionInset = 8;
-inline constexpr int selectionRadius = 7;
-inline constexpr int rowPadding = 16;  ///< from the column's edge to the symbol
-inline constexpr int symbolGap = 9;
-inline constexpr int resultRowHeight = 38;
-inline constexpr int resultContentHeight = 30;
-inline constexpr int resultSymbol = 20;
-inline constexpr int nameLineHeight = 16;
-inline constexpr int pathLineHeight = 14;
-inline constexpr int nameFontSize = 13;
-inline constexpr int pathFontSize = 11;
-inline constexpr int folderRowHeight = 30;
-inline constexpr int folderSymbol = 18;
+constexpr int searchRowHeight = 28;
+constexpr int searchSymbol = 20;
+constexpr int searchGap = 8;
+constexpr int searchText = 15;
+constexpr int searchToSeparator = 12;
 
-inline constexpr int leftColumnMinimum = 100;
-inline constexpr int leftColumnIdeal = 300 + panelPadding;
-inline constexpr int leftColumnMaximum = 700;
+constexpr int resultSymbol = 20;
+constexpr int resultGap = 9;
+constexpr int resultName = 13;
+constexpr int resultNameLine = 16;
+constexpr int resultPath = 11;
+constexpr int resultPathLine = 14;
+constexpr int resultContentHeight = 30;
+constexpr int resultPadding = 4;  // above and below the content
+constexpr int resultRowPitch = resultContentHeight + 2 * resultPadding;
+constexpr int rowPadding = 16;     // from the column's edge to the symbol
+constexpr int listTopPadding = 7;  // from the separator to the first row
+constexpr int leftColumnMinimum = 100;
+constexpr int leftColumnIdeal = 300 + panelPadding;  // it reaches the edge of the panel
+constexpr int leftColumnMaximum = 700;
+constexpr int selectionRadius = 7;
+constexpr int selectionInset = 8;  // from the edges of the column
+constexpr int selectionLine = 1;
 
-inline constexpr int detailLabelWidth = 100;
-inline constexpr int detailRowSpacing = 6;
-inline constexpr int detailsHeight = 120;
-}  // namespace Metrics
+constexpr int folderRowSymbol = 18;
+constexpr int folderRowName = 13;
+constexpr int folderRowPitch = 30;
 
-/// The colours of one appearance. A value; whoever draws holds a copy.
+constexpr int homeRowHeight = 34;
+constexpr int homeSymbol = 17;
+constexpr int homeName = 13;
+constexpr int homeSecondary = 12;
+constexpr int sectionHeader = 11;  // semibold
+constexpr int sectionHeaderAbove = 10;
+constexpr int sectionHeaderBelow = 4;
+
+constexpr int paletteRowHeight = 40;
+constexpr int paletteSymbolFrame = 30;
+
+constexpr int barText = 12;
+constexpr int barSpacing = 16;
+constexpr int gearSymbol = 17;
+constexpr double pressedOpacity = 0.6;
+
+constexpr int detailsLabelWidth = 100;
+constexpr int detailsRowSpacing = 6;
+constexpr int detailsHeight = 120;
+
+constexpr int keyCapText = 12;
+constexpr int keyCapPadding = 1;
+constexpr int keyCapSpacing = 1;
+constexpr int keyCapRadius = 3;
+constexpr double keyCapLineWidth = 0.5;
+
+constexpr int prominentRadius = 12;
+constexpr int prominentPaddingX = 12;
+constexpr int prominentPaddingY = 8;
+
+}  // namespace metrics
+
+/// Nothing moves when rows arrive or the selection changes; with reduced motion nothing fades.
+namespace durations {
+
+constexpr std::chrono::milliseconds hoverFade(80);
+constexpr std::chrono::milliseconds popoverFade(120);
+constexpr std::chrono::milliseconds previewFade(120);
+constexpr std::chrono::milliseconds prominentPress(200);
+
+}  // namespace durations
+
+/// How opaque the window background stands behind content: over what the panel shows of the
+/// desktop, and where it must hide it.
+namespace opacities {
+
+constexpr double panel = 0.6;
+constexpr double onboarding = 1.0;
+
+}  // namespace opacities
+
+/// Every colour of the program, for one appearance, with the desktop's accent mixed in. A value:
+/// made by the shell when the desktop's appearance changes and passed to the widgets, which keep a
+/// copy. Translucent colours are meant to be painted over the panel's background.
 struct Theme {
     bool isDark = false;
+    double textScale = 1;  // the user's, applied by `font`
     QColor accent;
-    QColor panelBackground;  ///< without blur behind it
+
+    QColor panelBackground;          // opaque, where there is no blur
+    QColor panelBackgroundOverBlur;  // the same where the desktop shines through
+    QColor panelLine;
+    double panelLineWidth = 1;  // device-independent pixels
+    QColor leftColumn;
     QColor primaryText;
     QColor secondaryText;
     QColor tertiaryText;
     QColor placeholderText;
     QColor separator;
-    QColor selectionFill;  ///< of a list that holds the focus
+    QColor selectionFill;  // the list has the focus
     QColor selectionLine;
-    QColor selectionWithoutFocus;
+    QColor unfocusedSelection;
     QColor hover;
-    QColor leftColumn;  ///< over the background
-    QColor panelLine;
-    double panelLineWidth = 1;
+    QColor keyCap;
+    QColor keyCapLine;  // transparent in the dark
+    QColor keyCapText;
+    QColor clearSymbol;  // grey of the symbols that stand inside the search row
+    QColor positive;     // "included", "granted", "copied"
+    QColor negative;
+    QColor prominentFill;  // of a prominent button
+    QColor prominentLine;
+    QColor prominentShadow;  // transparent in the dark
+    QColor prominentDisabled;
+    QColor shadow;  // around the panel
 
-    /// Without an accent of the desktop's, our own.
-    static Theme light(const std::optional<QColor> &accent = std::nullopt);
-    static Theme dark(const std::optional<QColor> &accent = std::nullopt);
+    /// An invalid accent gives our own.
+    static Theme light(const QColor &accent = {});
+    static Theme dark(const QColor &accent = {});
 
     bool operator==(const Theme &) const = default;
+
+    /// The desktop's UI font at this pixel size times the user's text scale.
+    QFont font(int pixelSize, QFont::Weight weight = QFont::Normal) const;
+    /// The window background behind content, at one of `opacities`.
+    QColor background(double opacity) const;
+    /// For the standard widgets: fields, buttons, menus, tables, tooltips.
+    QPalette palette() const;
 };
 
-/// The palette for all widgets of the toolkit's own (tooltips, menus, scroll bars).
-QPalette paletteOf(const Theme &theme);
-
-/// The desktop's font at `pixelSize`, grown or shrunk with the text scale that the desktop asks for.
+/// The desktop's UI font at exactly this pixel size.
 QFont uiFont(int pixelSize, QFont::Weight weight = QFont::Normal);
+
+/// How much larger than usual the user wants texts, 0.75 to 2.5, told by the size of the desktop's
+/// UI font and the screen's logical dots per inch (96 is usual). From 9 to 11 points, which is what
+/// desktops come with, the size is usual.
+double textScaleOf(double uiFontPoints, double logicalDotsPerInch);
 
 }  // namespace vellumhound::actions

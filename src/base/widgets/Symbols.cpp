@@ -14,10 +14,11 @@
 
 // The resources lie in a static library, where nothing else keeps them from being left out by the
 // linker. The macro declares a function of the global namespace, hence this place.
-static void registerSymbols()
+static void registerResources()
 {
     static const bool isRegistered = [] {
         Q_INIT_RESOURCE(symbols);
+        Q_INIT_RESOURCE(icons);
         return true;
     }();
     Q_UNUSED(isRegistered)
@@ -48,15 +49,22 @@ QString knownName(const QString &name)
     return u"doc.fill"_s;
 }
 
-/// The shape of the symbol, filled with the colour wherever the drawing is opaque.
-QPixmap drawn(const QString &name, int devicePixels, const QColor &color)
+QImage rendered(const QString &file, int devicePixels)
 {
     QImage image(devicePixels, devicePixels, QImage::Format_ARGB32_Premultiplied);
     image.fill(Qt::transparent);
-    QSvgRenderer renderer(fileOf(name));
+    QSvgRenderer renderer(file);
     QPainter painter(&image);
     painter.setRenderHint(QPainter::Antialiasing);
     renderer.render(&painter, QRectF(0, 0, devicePixels, devicePixels));
+    return image;
+}
+
+/// The shape of the symbol, filled with the colour wherever the drawing is opaque.
+QPixmap tinted(const QString &name, int devicePixels, const QColor &color)
+{
+    auto image = rendered(fileOf(name), devicePixels);
+    QPainter painter(&image);
     painter.setCompositionMode(QPainter::CompositionMode_SourceIn);
     painter.fillRect(image.rect(), color);
     painter.end();
@@ -68,15 +76,14 @@ QPixmap drawn(const QString &name, int devicePixels, const QColor &color)
 QPixmap symbolInDevicePixels(
     const QString &name, int devicePixels, double ratio, const QColor &color)
 {
-    const auto known = knownName(name);
-    const auto key = u"symbol/%1/%2/%3/%4"_s.arg(known)
+    const auto key = u"symbol/%1/%2/%3/%4"_s.arg(name)
                          .arg(devicePixels)
                          .arg(ratio)
                          .arg(quint64(color.rgba64()), 0, 16);
     // Qt's own cache is bounded and goes with the application.
     QPixmap pixmap;
     if (!QPixmapCache::find(key, &pixmap)) {
-        pixmap = drawn(known, devicePixels, color);
+        pixmap = tinted(knownName(name), devicePixels, color);
         pixmap.setDevicePixelRatio(ratio);
         QPixmapCache::insert(key, pixmap);
     }
@@ -87,7 +94,7 @@ QPixmap symbolInDevicePixels(
 
 bool hasSymbol(const QString &name)
 {
-    registerSymbols();
+    registerResources();
     return !name.isEmpty() && QFile::exists(fileOf(name));
 }
 
@@ -118,6 +125,16 @@ void paintSymbol(QPainter &painter, const QRectF &rect, const QString &name, con
     const auto target =
         transform.inverted().mapRect(QRectF(corner, QSizeF(devicePixels, devicePixels)));
     painter.drawPixmap(target, pixmap, QRectF(pixmap.rect()));
+}
+
+QPixmap applicationIcon(int sizePx, double devicePixelRatio)
+{
+    registerResources();
+    const int devicePixels = std::max(1, int(std::lround(sizePx * devicePixelRatio)));
+    auto pixmap =
+        QPixmap::fromImage(rendered(u":/icons/org.vellumhound.Vellumhound.svg"_s, devicePixels));
+    pixmap.setDevicePixelRatio(devicePixelRatio);
+    return pixmap;
 }
 
 QColor toQColor(const Color &color)

@@ -5,7 +5,6 @@
 
 #include <QColor>
 #include <QPixmap>
-#include <QSizeF>
 #include <QString>
 
 class QPainter;
@@ -27,6 +26,9 @@ QPixmap symbolPixmap(const QString &name, int sizePx, double devicePixelRatio, c
 /// Draws the symbol as large as fits, centred, on whole device pixels so that its edges stay crisp
 /// at fractional scales.
 void paintSymbol(QPainter &painter, const QRectF &rect, const QString &name, const QColor &color);
+
+/// The program's own icon, in its colours, for where the desktop's icon theme is not asked.
+QPixmap applicationIcon(int sizePx, double devicePixelRatio);
 
 /// A toolkit-free colour for a painter.
 QColor toQColor(const Color &color);

@@ -1,0 +1,192 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "index/FolderListing.h"
+
+#include <algorithm>
+#include <array>
+#include <climits>
+#include <cstring>
+#include <ctime>
+#include <dirent.h>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <sys/syscall.h>
+#include <unistd.h>
+#include <utility>
+
+namespace vellumhound::index {
+
+namespace {
+
+constexpr std::int64_t nanosecondsPerSecond = 1'000'000'000;
+/// A folder changed so shortly before it was read may change again without another time.
+constexpr std::int64_t clockTick = 20'000'000;
+
+/// The record of getdents64, for which the C library has no type.
+struct DirectoryRecord {
+    std::uint64_t inode;
+    std::int64_t offset;
+    std::uint16_t length;
+    std::uint8_t type;
+    char name[1];
+};
+constexpr std::size_t nameOffset = 19;
+
+EntryKind kindOfMode(mode_t mode)
+{
+    if (S_ISDIR(mode))
+        return EntryKind::folder;
+    if (S_ISREG(mode))
+        return EntryKind::file;
+    return S_ISLNK(mode) ? EntryKind::link : EntryKind::other;
+}
+
+/// The kind that the listing tells, or that of the entry itself on file systems that tell none.
+EntryKind kindOf(int folder, std::uint8_t type, const char *name)
+{
+    switch (type) {
+    case DT_DIR:
+        return EntryKind::folder;
+    case DT_REG:
+        return EntryKind::file;
+    case DT_LNK:
+        return EntryKind::link;
+    case DT_UNKNOWN: {
+        struct stat status {};
+        if (::fstatat(folder, name, &status, AT_SYMLINK_NOFOLLOW) == 0)
+            return kindOfMode(status.st_mode);
+        return EntryKind::other;
+    }
+    default:
+        return EntryKind::other;
+    }
+}
+
+void readEntries(int folder, FolderListing &listing)
+{
+    alignas(DirectoryRecord) std::array<char, 65536> buffer;
+    for (;;) {
+        const long length = ::syscall(SYS_getdents64, folder, buffer.data(), buffer.size());
+        if (length < 0)
+            listing.isRead = false;
+        if (length <= 0)
+            return;
+        for (std::size_t at = 0; at < std::size_t(length);) {
+            const char *record = buffer.data() + at;
+            std::uint16_t recordLength = 0;
+            std::memcpy(
+                &recordLength, record + offsetof(DirectoryRecord, length), sizeof recordLength);
+            at += recordLength;
+            const char *name = record + nameOffset;
+            if (name[0] == '.')  // this and the parent folder, and what is hidden
+                continue;
+            const auto type = std::uint8_t(record[offsetof(DirectoryRecord, type)]);
+            const auto nameLength = std::strlen(name);
+            listing.entries.push_back({std::uint32_t(listing.names.size()),
+                std::uint16_t(nameLength), kindOf(folder, type, name)});
+            listing.names.append(name, nameLength);
+        }
+    }
+}
+
+std::int64_t reliableTime(const struct stat &status)
+{
+    timespec now{};
+    ::clock_gettime(CLOCK_REALTIME_COARSE, &now);
+    const auto time =
+        std::int64_t(status.st_mtim.tv_sec) * nanosecondsPerSecond + status.st_mtim.tv_nsec;
+    const auto current = std::int64_t(now.tv_sec) * nanosecondsPerSecond + now.tv_nsec;
+    return time > current - clockTick ? 0 : time;
+}
+
+/// An open descriptor that is closed at the end of its scope.
+class Descriptor {
+public:
+    explicit Descriptor(int number)
+        : _number(number)
+    {
+    }
+    ~Descriptor() { reset(-1); }
+    Descriptor(const Descriptor &) = delete;
+    Descriptor &operator=(const Descriptor &) = delete;
+
+    int number() const { return _number; }
+    void reset(int number)
+    {
+        if (_number >= 0)
+            ::close(_number);
+        _number = number;
+    }
+    int release() { return std::exchange(_number, -1); }
+
+private:
+    int _number;
+};
+
+/// Opens what lies before the last `rest` bytes of a path that is too long for one call; gives the
+/// folder and leaves in `path` what to open from there.
+int openLongPrefix(std::string_view &path)
+{
+    constexpr std::size_t mostAtOnce = PATH_MAX - 1;
+    Descriptor folder(AT_FDCWD);
+    while (path.size() > mostAtOnce) {
+        const auto slash = path.rfind('/', mostAtOnce - 1);
+        if (slash == std::string_view::npos || slash == 0)
+            return -1;
+        const std::string part(path.substr(0, slash));
+        const int next = ::openat(folder.number(), part.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC);
+        folder.reset(next);
+        if (next < 0)
+            return -1;
+        path.remove_prefix(slash + 1);
+    }
+    return folder.release();
+}
+
+}  // namespace
+
+int openFolder(const std::string &path, bool followsLink)
+{
+    std::string_view rest(path);
+    Descriptor from(openLongPrefix(rest));
+    if (from.number() == -1)
+        return -1;
+    const int flags = O_RDONLY | O_DIRECTORY | O_CLOEXEC | (followsLink ? 0 : O_NOFOLLOW);
+    return ::openat(from.number(), std::string(rest).c_str(), flags);
+}
+
+FolderListing listFolder(const std::string &path, const ListingOptions &options)
+{
+    FolderListing listing;
+    const Descriptor folder(openFolder(path, options.followsLink));
+    if (folder.number() < 0)
+        return listing;
+    // Before the folder is read: what comes meanwhile is then either seen or told.
+    if (options.watchBy)
+        listing.watch = options.watchBy->watch(folder.number(), ChangeSource::Interest::names);
+    struct stat status {};
+    if (::fstat(folder.number(), &status) != 0)
+        return listing;
+    listing.time = reliableTime(status);
+    listing.isRead = true;
+    if (options.knownTime != 0 && options.knownTime == listing.time) {
+        listing.isUnchanged = true;
+        return listing;
+    }
+    readEntries(folder.number(), listing);
+    std::sort(listing.entries.begin(), listing.entries.end(),
+        [&](const auto &a, const auto &b) { return listing.nameOf(a) < listing.nameOf(b); });
+    return listing;
+}
+
+EntryState stateOfEntry(const std::string &path)
+{
+    std::string_view rest(path);
+    const Descriptor from(openLongPrefix(rest));
+    struct stat status {};
+    if (from.number() == -1 ||
+        ::fstatat(from.number(), std::string(rest).c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0)
+        return {};
+    return {true, kindOfMode(status.st_mode)};
+}
+
+}  // namespace vellumhound::index

@@ -1,0 +1,103 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "index/IndexQuery.h"
+
+#include "base/NativePath.h"
+#include "index/Logging.h"
+
+#include <utility>
+
+namespace vellumhound::index {
+
+IndexQuery::IndexQuery(FileIndex &index, base::NotificationCenter &center)
+    : _index(index)
+    , _center(center)
+    , _handover(std::make_unique<base::Handover<QueryAnswer>>(
+          [this](QueryAnswer answer) { receive(std::move(answer)); }))
+{
+}
+
+IndexQuery::~IndexQuery()
+{
+    stopQuery();
+}
+
+void IndexQuery::setPredicate(const platform::MetadataPredicate &predicate)
+{
+    _predicate = predicate;
+}
+
+void IndexQuery::setSearchScopes(const QStringList &scopes)
+{
+    _scopes = scopes;
+}
+
+bool IndexQuery::startQuery()
+{
+    stopQuery();
+    _results.clear();
+    QStringList texts;
+    for (const auto &condition : std::as_const(_predicate.anyOf)) {
+        const bool isContent = condition.key == platform::NSMetadataItemTextContentKey;
+        if (isContent && !std::exchange(_hasToldOfContent, true))
+            qCInfo(logIndex, "the text of files is not indexed, names alone are searched");
+        if (!condition.text.isEmpty() && !texts.contains(condition.text))
+            texts += condition.text;
+    }
+    if (texts.isEmpty() || _scopes.isEmpty())
+        return false;
+    _run = std::make_shared<QueryRun>(++_generation, _handover->sender());
+    for (const auto &text : std::as_const(texts))
+        _run->texts.push_back(base::pathToBytes(text).toStdString());
+    _index.startRun(_run, _scopes);
+    return true;
+}
+
+void IndexQuery::stopQuery()
+{
+    if (const auto run = std::exchange(_run, nullptr))
+        run->isCancelled = true;
+}
+
+std::shared_ptr<const platform::MetadataItem> IndexQuery::resultAt(qsizetype index) const
+{
+    if (index < 0 || index >= resultCount())
+        return nullptr;
+    if (index + 1 == resultCount())
+        _wasReadToTheEnd = true;
+    return _results[std::size_t(index)];
+}
+
+void IndexQuery::receive(QueryAnswer answer)
+{
+    const auto generation = answer.generation;
+    const auto run = _run;
+    if (!run || generation != _generation)
+        return;
+    _results.insert(_results.end(), std::make_move_iterator(answer.items.begin()),
+        std::make_move_iterator(answer.items.end()));
+    const bool isLast = !answer.hasMore && !answer.isCrawling;
+    if (!isLast) {
+        _wasReadToTheEnd = false;
+        _center.post(
+            QString::fromUtf16(base::Notifications::NSMetadataQueryGatheringProgressNotification),
+            this);
+        // A reader that has enough stops or destroys the query, which cancels the run.
+        if (run->isCancelled)
+            return;
+        if (answer.hasMore && _wasReadToTheEnd) {
+            _index.engine().askForMore(run);
+            return;
+        }
+        if (answer.isCrawling) {
+            if (answer.hasMore)
+                _index.engine().passOver(run);
+            return;
+        }
+    }
+    stopQuery();
+    _center.post(
+        QString::fromUtf16(base::Notifications::NSMetadataQueryDidFinishGatheringNotification),
+        this);
+}
+
+}  // namespace vellumhound::index

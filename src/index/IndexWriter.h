@@ -1,0 +1,122 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "index/ChangeSource.h"
+#include "index/Compaction.h"
+#include "index/FolderListing.h"
+#include "index/IndexView.h"
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+#include <vector>
+
+namespace vellumhound::index {
+
+/// The one writer of the tables: appends and kills entries, knows which folder is watched by what,
+/// and swaps in a compacted base. Knows nothing of the disk. One thread.
+class IndexWriter {
+public:
+    /// A folder that is no longer in the index.
+    static constexpr int gone = -2;
+
+    explicit IndexWriter(PublishedView &published);
+
+    const IndexView &view() const { return *_view; }
+    /// Lets readers see what has been written since the last call.
+    void publish();
+
+    std::uint32_t addRoot(const std::string &path);
+    void removeRoot(std::uint32_t root);
+    void setRootCrawled(std::uint32_t root);
+    void setApplications(ApplicationTable applications);
+    /// The number of the root above a folder.
+    std::uint32_t rootOf(FolderId folder) const;
+
+    /// The live entry of this name in a folder.
+    RecordId find(FolderId folder, std::string_view name) const;
+    /// The live entry at a path below one of the roots.
+    RecordId findPath(std::string_view path) const;
+    /// The live folder that an entry stands for, `nothing` if it is not crawled.
+    FolderId folderFor(RecordId record) const;
+    bool isAlive(FolderId folder) const { return _watches[folder] != gone; }
+    FolderId folderEnd() const { return FolderId(_watches.size()); }
+
+    RecordId add(FolderId folder, std::string_view name, EntryKind kind);
+    /// All entries of a listing into a folder that has none yet.
+    void addAll(FolderId folder, const FolderListing &listing,
+        const std::function<void(RecordId, const FolderListing::Entry &)> &onFolder);
+    /// Takes an entry out with all below it; `unwatch` gets the watches that this frees.
+    void remove(RecordId record, const std::function<void(int)> &unwatch);
+    /// An entry's folder, to be filled by a listing.
+    FolderId addFolder(RecordId record);
+    /// Takes a folder out with all below it, but leaves the entry that stands for it.
+    void removeFolder(FolderId folder, const std::function<void(int)> &unwatch);
+    /// The live entries of a folder, in no order.
+    std::vector<RecordId> entriesOf(FolderId folder) const;
+    bool isEmpty(FolderId folder) const { return entriesOf(folder).empty(); }
+
+    int watchOf(FolderId folder) const { return _watches[folder]; }
+    void setWatch(FolderId folder, int watch);
+    /// The live folder that is watched so; `nothing` for an unknown watch.
+    FolderId folderOfWatch(int watch) const;
+    std::int64_t timeOf(FolderId folder) const { return _times[folder]; }
+    void setTime(FolderId folder, std::int64_t time) { _times[folder] = time; }
+
+    /// Entries appended or dead since the last compaction.
+    std::uint32_t unsettledCount() const;
+    /// Begins a compaction: what to run on another thread. Until finishCompaction() kills are
+    /// noted.
+    std::function<CompactedIndex()> beginCompaction();
+    bool isCompacting() const { return _isCompacting; }
+    /// Swaps the new base in with everything that changed meanwhile. All folder and record numbers
+    /// change: nobody may hold any. `moved` gets each surviving folder's old and new number.
+    void finishCompaction(
+        CompactedIndex compacted, const std::function<void(FolderId, FolderId)> &moved);
+
+    /// Live entries.
+    std::uint64_t nameCount() const
+    {
+        return std::uint64_t(_view->base->recordCount()) + _tailCount - _deadCount;
+    }
+    std::size_t watchedFolderCount() const { return _folderOfWatch.size(); }
+    /// Memory of the tables and of the bookkeeping here.
+    std::size_t memoryBytes() const;
+
+private:
+    struct Run {
+        RecordId first = 0;
+        std::uint32_t count = 0;
+    };
+    using Added = std::unordered_multimap<std::size_t, RecordId>;
+
+    RecordId append(FolderId folder, std::string_view name, Traits traits);
+    Traits traitsBelow(FolderId folder) const;
+    FolderId registerFolder(FolderId parent, RecordId record);
+    std::shared_ptr<IndexView> changedView() const { return std::make_shared<IndexView>(*_view); }
+    void kill(RecordId record);
+    template <class Visit> void forEachEntry(FolderId folder, Visit visit) const;
+
+    PublishedView &_published;
+    std::shared_ptr<const IndexView> _view;
+    // By folder number.
+    std::vector<int> _watches;
+    std::vector<std::int64_t> _times;
+    std::unordered_map<int, FolderId> _folderOfWatch;
+    // Of the tail alone, until the next compaction.
+    std::unordered_map<RecordId, FolderId> _folderFor;
+    std::unordered_map<FolderId, std::vector<Run>> _runs;  // by name, as listed
+    std::unordered_map<FolderId, Added> _added;            // by the name's hash
+    std::uint32_t _tailCount = 0;
+    std::uint32_t _deadCount = 0;
+    std::uint32_t _addedCount = 0;  // in `_added`
+
+    bool _isCompacting = false;
+    IndexTail::Mark _compactedTo;
+    std::vector<RecordId> _killedMeanwhile;
+};
+
+}  // namespace vellumhound::index

@@ -1,0 +1,90 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "index/MountTable.h"
+
+#include "index/IndexView.h"
+
+#include <algorithm>
+#include <array>
+#include <fstream>
+#include <sstream>
+
+namespace vellumhound::index {
+
+using namespace std::string_view_literals;
+
+namespace {
+
+/// Blanks, tabs, line breaks and backslashes stand as three octal digits behind a backslash.
+std::string unescaped(std::string_view text)
+{
+    std::string out;
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        if (text[i] == '\\' && i + 3 < text.size()) {
+            const auto digit = [&](std::size_t at) { return text[i + at] - '0'; };
+            out += char(digit(1) * 64 + digit(2) * 8 + digit(3));
+            i += 3;
+        } else {
+            out += text[i];
+        }
+    }
+    return out;
+}
+
+}  // namespace
+
+bool Mount::isLocalDisk() const
+{
+    static constexpr std::array types{"ext2"sv, "ext3"sv, "ext4"sv, "xfs"sv, "btrfs"sv, "f2fs"sv,
+        "zfs"sv, "bcachefs"sv, "jfs"sv, "reiserfs"sv, "nilfs2"sv, "vfat"sv, "exfat"sv, "ntfs3"sv,
+        "ntfs"sv, "hfsplus"sv, "hfs"sv, "udf"sv, "iso9660"sv, "overlay"sv, "squashfs"sv};
+    return std::find(types.begin(), types.end(), type) != types.end();
+}
+
+std::vector<Mount> parseMounts(std::string_view mountInfo)
+{
+    std::vector<Mount> mounts;
+    std::istringstream lines{std::string(mountInfo)};
+    for (std::string line; std::getline(lines, line);) {
+        std::istringstream words(line);
+        std::string skipped;
+        Mount mount;
+        std::string root;
+        std::string point;
+        words >> skipped >> skipped >> mount.device >> root >> point;
+        while (words >> skipped && skipped != "-") {
+        }
+        if (!(words >> mount.type))
+            continue;
+        mount.root = unescaped(root);
+        mount.point = unescaped(point);
+        mounts.push_back(std::move(mount));
+    }
+    return mounts;
+}
+
+std::vector<Mount> readMounts()
+{
+    std::ifstream file("/proc/self/mountinfo");
+    std::stringstream text;
+    text << file.rdbuf();
+    return parseMounts(text.str());
+}
+
+std::string originalOfBindMount(const std::vector<Mount> &mounts, std::size_t index)
+{
+    const auto &mount = mounts[index];
+    for (std::size_t i = 0; i < index; ++i) {
+        const auto &earlier = mounts[i];
+        if (earlier.device != mount.device)
+            continue;
+        const auto below = pathBelow(mount.root, earlier.root);
+        if (!below)
+            continue;
+        auto original = below->empty() ? earlier.point : joinedPath(earlier.point, *below);
+        if (original != mount.point)
+            return original;
+    }
+    return {};
+}
+
+}  // namespace vellumhound::index

@@ -1,0 +1,71 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "platform/linux/ActivationWatcher.h"
+#include "shell/PanelAppearance.h"
+#include "shell/PanelLogic.h"
+#include "shell/widgets/PanelSurface.h"
+
+#include <QWidget>
+
+#include <optional>
+
+namespace vellumhound::shell {
+
+/// The window of the launcher: frameless, above others, in no task list, with corners, shadow and
+/// border of its own, dragged by its background. It goes away by itself once the keyboard is
+/// elsewhere; the rules are PanelLogic's.
+///
+/// Main thread; made and owned by the application delegate, which outlives it. The native window is
+/// made at once, so that the first showing is as quick as the others.
+class FloatingPanel final : public QWidget, private PanelWindow {
+    Q_OBJECT
+
+public:
+    /// Takes over `content`, whose size hint is the panel's size; it shrinks to small screens.
+    FloatingPanel(QWidget *content, PanelSurroundings surroundings);
+    ~FloatingPanel() override;
+
+    /// Moves the panel to the middle of the whole screen that is in use. Without a screen nothing
+    /// happens.
+    void centerOnScreen();
+    void makeKeyAndOrderFront() { _logic.makeKeyAndOrderFront(); }
+    void becomeKeyWindow() { _logic.becomeKeyWindow(); }
+    void resignKeyWindow() { _logic.resignKeyWindow(); }
+    void hideLauncher() { _logic.hideLauncher(); }
+    void giveUpKey() { _logic.giveUpKey(); }
+    bool isKeyWindow() const { return _logic.isKeyWindow(); }
+
+    /// The first border stays; the background follows.
+    void setAppearance(const PanelAppearance &appearance);
+    /// Where the panel itself lies in this window, without the room for the shadow.
+    QRect panelRect() const;
+
+protected:
+    bool event(QEvent *event) override;
+    void paintEvent(QPaintEvent *event) override;
+    void resizeEvent(QResizeEvent *event) override;
+    void mousePressEvent(QMouseEvent *event) override;
+    void closeEvent(QCloseEvent *event) override;
+
+private:
+    bool isOnScreen() const override;
+    bool hasKeyboard() const override;
+    void orderFront() override;
+    void askForKeyboard() override;
+    void orderOut() override;
+
+    void fitTo(const QScreen &screen);
+    void layOut();
+
+    QWidget *_content = nullptr;
+    PanelBorder *_border = nullptr;
+    PanelShadow _shadow;
+    std::optional<PanelAppearance> _appearance;
+    QMargins _margins;  // none where nothing is composited
+    bool _isComposited = true;
+    PanelLogic _logic;
+    platform::ActivationWatcher _watcher;
+};
+
+}  // namespace vellumhound::shell
