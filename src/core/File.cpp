@@ -47,14 +47,18 @@ FilePtr topmostFolder(const FilePtr &file)
     return top;
 }
 
-void releaseTree(const FilePtr &file)
+void releaseChildren(const FilePtr &folder)
 {
-    if (!file)
-        return;
     // No recursion: the depth of the tree is the user's matter.
-    FileList waiting{topmostFolder(file)};
+    FileList waiting{folder};
     while (!waiting.isEmpty())
         waiting.append(std::exchange(waiting.takeLast()->_children, {}));
+}
+
+void releaseTree(const FilePtr &file)
+{
+    if (file)
+        releaseChildren(topmostFolder(file));
 }
 
 }  // namespace vellumhound::core

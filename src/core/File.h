@@ -55,6 +55,8 @@ public:
     void revealInFinder(platform::Workspace &workspace) const;
 };
 
+/// Empties `_children` of `folder` and of everything below it. Main thread.
+void releaseChildren(const FilePtr &folder);
 /// Empties `_children` through the whole tree that `file` stands in, beginning at its topmost
 /// folder, so that what nobody else holds goes. Main thread.
 void releaseTree(const FilePtr &file);

@@ -277,6 +277,8 @@ void FileBrowserModel::loadDetails(const FilePtr &file)
 
 void FileBrowserModel::takeDetails(const FilePtr &file, const Listing &listing)
 {
+    // The records of an earlier listing drop out of the tree, with what was loaded below them.
+    releaseChildren(file);
     file->_children = listing.children;
     if (!file->_children.isEmpty())
         _loadedTrees.insert(topmostFolder(file));

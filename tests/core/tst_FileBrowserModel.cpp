@@ -87,6 +87,7 @@ private Q_SLOTS:
     void signalsComeOnceAndOnlyForADifference();
     void signalsComeWhenAllOfTheChangeIsMade();
     void replacedTreesAreLetGo();
+    void aNewListingLetsGoOfWhatWasBelowTheOldOne();
     void appendedListsKeepTheirTrees();
     void theTreeOfAListThatStaysIsKept();
     void aHundredThousandEntriesAreEnteredAndLeft();
@@ -740,6 +741,23 @@ void tst_FileBrowserModel::replacedTreesAreLetGo()
     QTRY_VERIFY(leaf.expired());
     QTRY_VERIFY(inner.expired());
     QTRY_VERIFY(top.expired());
+}
+
+void tst_FileBrowserModel::aNewListingLetsGoOfWhatWasBelowTheOldOne()
+{
+    show({CoreFixture::folderAt(u"/d"_s)});
+    model().moveIntoFolder();
+    settle();
+    model().selectNext();
+    settle();
+    const std::weak_ptr<File> inner = model().selectedFile();
+    QVERIFY(!model().details().isEmpty());
+
+    model().goBack();
+    settle();
+
+    QCOMPARE(detailNames(), QStringList({u"a.txt"_s, u"e"_s}));
+    QTRY_VERIFY(inner.expired());
 }
 
 void tst_FileBrowserModel::appendedListsKeepTheirTrees()
