@@ -70,6 +70,10 @@ base::Task FileSearchService::performSearch(QString text, FileBrowserModel &mode
             model.showFiles(model.files(), ResultType::search);
         }
     }
+    // A box that was emptied meanwhile stands for the home screen, and no later search would take
+    // the sign of this one away.
+    if (model.searchText().isEmpty() && model.searchStatus().isSearching())
+        model.reset(true, SearchStatus::noResults());
     call(onFinished);
 }
 
