@@ -42,13 +42,14 @@ def kilobytes(process_id: int, *keys: str) -> int:
     return sum(int(line.split()[1]) for line in lines if line.split(":")[0] in keys)
 
 
-def switches(process_id: int) -> int:
-    total = 0
+def switches(process_id: int) -> dict[str, int]:
+    """How often each thread has gone to sleep so far; each time something woke it."""
+    counts = {}
     for task in pathlib.Path(f"/proc/{process_id}/task").iterdir():
         for line in (task / "status").read_text().splitlines():
             if line.startswith("voluntary_ctxt_switches"):
-                total += int(line.split()[1])
-    return total
+                counts[task.name] = int(line.split()[1])
+    return counts
 
 
 def processor_seconds(process_id: int) -> float:
@@ -80,7 +81,8 @@ def main() -> int:
             print(f"idle with {count} names: RSS {rss / 1024:.1f} MB, USS {uss / 1024:.1f} MB")
             before, used = switches(process_id), processor_seconds(process_id)
             time.sleep(WATCHED_SECONDS)
-            woken = (switches(process_id) - before) / WATCHED_SECONDS
+            after = switches(process_id)
+            woken = sum(after[task] - before.get(task, 0) for task in after) / WATCHED_SECONDS
             print(f"wake-ups: {woken:.2f} a second, processor "
                   f"{(processor_seconds(process_id) - used) * 1000 / WATCHED_SECONDS:.1f} ms a second")
     return 0
