@@ -9,6 +9,8 @@ from desktop_case import DesktopCase, wait_until
 
 
 class TestPanel(DesktopCase):
+    shadow_room = (0, 0, 0, 0)  # that the window has around the panel: left, top, right, bottom
+
     def test_a_start_shows_the_panel_with_the_keyboard_in_an_empty_box(self):
         program = self.start()
 
@@ -43,8 +45,9 @@ class TestPanel(DesktopCase):
 
         x, y, width, height = self.session.geometry(program.panel_windows()[0])
 
-        self.assertAlmostEqual(x + width / 2, self.session.screen[0] / 2, delta=1)
-        self.assertAlmostEqual(y + height / 2, self.session.screen[1] / 2, delta=1)
+        left, top, right, bottom = self.shadow_room
+        self.assertAlmostEqual(x + (left + width - right) / 2, self.session.screen[0] / 2, delta=1)
+        self.assertAlmostEqual(y + (top + height - bottom) / 2, self.session.screen[1] / 2, delta=1)
 
     def test_escape_first_clears_the_box_and_then_puts_the_panel_away(self):
         program = self.start_and_present()
@@ -109,6 +112,7 @@ class TestPanelOnAStricterDesktop(TestPanel):
 
     window_manager = "xfwm4"
     is_composited = True
+    shadow_room = (50, 32, 50, 68)
 
 
 if __name__ == "__main__":
