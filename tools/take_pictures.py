@@ -42,12 +42,8 @@ def go_to(session: DesktopSession, program: Program, name: str) -> None:
     raise AssertionError(f"no row {name}")
 
 
-def home_screen(session, program):
-    """Two favorites and a few searches, made the way a user makes them."""
-    for text, name in (("thesis", "Thesis draft.md"), ("invoices", "Invoices")):
-        search(session, program, text, name)
-        session.keys("Down", "ctrl+shift+t", "Escape")
-        program.wait_for_box("")
+def empty_home(_session, program):
+    wait_until(lambda: program.part("Search", "text").is_focused, "the box has the keyboard")
 
 
 def results_folder(session, program):
@@ -73,12 +69,6 @@ def inside_folder(session, program):
     program.wait_for_box("~/Documents/Reports/")
 
 
-def palette(session, program):
-    results_folder(session, program)
-    session.keys("ctrl+k")
-    wait_until(lambda: not program.part("Results", "list").is_showing, "the palette stands in place of the list")
-
-
 def empty_list(session, program):
     search(session, program, "report", "Reports")
     session.type("xyzzy")
@@ -99,29 +89,21 @@ def longest_names(session, program):
     search(session, program, "goes on and on", LONG.strip() + ".txt")
 
 
-def settings(session, program):
-    session.keys("ctrl+comma")
-    wait_until(lambda: set(session.windows_of(program.process.pid)) - set(program.panel_windows()),
-               "the settings window is there")
-
-
 @dataclass(frozen=True)
 class State:
     name: str
     reach: Callable[[DesktopSession, Program], None]
     is_composited: bool = True
-    is_onboarding_done: bool = True
     arguments: tuple[str, ...] = ()
     files: dict[str, str] = field(default_factory=dict)
 
 
 STATES = [
     State("panel", results_folder),
-    State("home", home_screen),
+    State("home", empty_home),
     State("results-focus-in-list", results_focus_in_list),
     State("results-file", results_file),
     State("inside-folder", inside_folder),
-    State("palette", palette),
     State("empty-list", empty_list),
     State("one-row", one_row),
     State("hundred-rows", hundred_rows, files={f"Documents/Sheets/Sheet {n}.txt": "" for n in range(1, 131)}),
@@ -129,8 +111,6 @@ STATES = [
           files={f"Documents/{LONG[:70].strip()}/{LONG.strip()}.txt": "", f"Documents/{LONG[:90].strip()}.md": ""}),
     State("right-to-left", results_folder, arguments=("-reverse",)),
     State("no-compositing", results_folder, is_composited=False),
-    State("first-run", lambda session, program: None, is_onboarding_done=False),
-    State("settings", settings),
 ]
 SCALED = ("panel", "home")
 
@@ -139,7 +119,7 @@ def take(state: State, program_path: pathlib.Path, is_dark: bool, percent: int, 
     scale = percent / 100
     with tempfile.TemporaryDirectory(prefix="vellumhound-pictures-") as name:
         folder = pathlib.Path(name)
-        home = SampleHome(folder / "home", state.is_onboarding_done)
+        home = SampleHome(folder / "home")
         home.fill()
         for path, text in state.files.items():
             home.write(path, text)
@@ -151,9 +131,7 @@ def take(state: State, program_path: pathlib.Path, is_dark: bool, percent: int, 
                                             environment={"QT_SCALE_FACTOR": f"{scale:g}"})
             program.present()
             state.reach(session, program)
-            windows = session.windows_of(program.process.pid) or program.panel_windows()
-            others = [window for window in windows if window not in program.panel_windows()]
-            session.picture(file, (others or windows)[0], int(MARGIN * scale))
+            session.picture(file, program.panel_windows()[0], int(MARGIN * scale))
 
 
 def main() -> int:

@@ -77,14 +77,14 @@ class DesktopCase(unittest.TestCase):
         """A picture of the screen and all that the program told, while it still stands there."""
         if not options.failures:
             return
-        place = options.failures / self.id().split(".", 1)[-1]
+        name = self.id().split(".", 1)[-1]
         texts = []
         for program in self.programs:
             tree = program.node().dump() if program.is_running else "ended"
             texts.append(f"{tree}\n--- out\n{program.output}\n--- err\n{program.errors}")
         try:
-            self.session.picture(place.with_suffix(".png"))
-            place.with_suffix(".txt").write_text("\n".join(texts), encoding="utf-8")
+            self.session.picture(options.failures / f"{name}.png")
+            (options.failures / f"{name}.txt").write_text("\n".join(texts), encoding="utf-8")
         except (OSError, AssertionError, subprocess.SubprocessError) as trouble:
             print(f"no picture of the failure: {trouble}", file=sys.stderr)
 

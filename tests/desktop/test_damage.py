@@ -21,13 +21,13 @@ class TestDamage(DesktopCase):
         self.assertEqual(program.box, "report_b")
         self.assertEqual(file.read_bytes(), b'{"startupBehavior": "Start new sea')
 
-    def test_broken_application_settings_bring_the_first_run_and_keep_their_bytes(self):
+    def test_broken_application_settings_are_survived_and_keep_their_bytes(self):
         file = self.home.setting_file("appSettings")
         file.write_bytes(b"\x00\xff not json")
 
-        program = self.start()
+        program = self.start_and_present()
 
-        program.wait_for_panel()
+        self.search(program, "report_b", "report_builder.py")
         self.assertEqual(file.read_bytes(), b"\x00\xff not json")
 
     def test_a_store_that_is_no_database_ends_the_start_and_stays_as_it_is(self):
@@ -55,7 +55,8 @@ class TestDamage(DesktopCase):
         self.session.keys("Return")
         self.assertEqual(program.wait_for_end(), 1)
         self.assertEqual(self.home.store_file.read_bytes(), content)
-        self.assertEqual(len([line for line in program.errors.splitlines() if "Fatal error" in line or "Error: " in line]), 1)
+        told = [line for line in program.errors.splitlines() if "Fatal error" in line or "Error: " in line]
+        self.assertEqual(len(told), 1, program.errors)
 
 
 if __name__ == "__main__":

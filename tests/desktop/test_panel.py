@@ -9,25 +9,20 @@ from desktop_case import DesktopCase, wait_until
 
 
 class TestPanel(DesktopCase):
-    def test_the_program_starts_hidden_and_the_hot_key_shows_it(self):
+    shadow_room = (0, 0, 0, 0)  # that the window has around the panel: left, top, right, bottom
+
+    def test_a_start_shows_the_panel_with_the_keyboard_in_an_empty_box(self):
         program = self.start()
-        wait_until(self.session.is_service_there, "the program is on the bus")
-        self.assertFalse(program.is_panel_visible)
 
-        # The key is asked for a moment after the name is taken; pressing it once more changes nothing.
-        def is_shown_by_the_key():
-            self.session.keys("ctrl+space")
-            try:
-                program.wait_for_panel(timeout=1.0)
-                return True
-            except AssertionError:
-                return False
+        program.wait_for_panel()
 
-        wait_until(is_shown_by_the_key, "the hot key shows the panel")
+        self.assertEqual(program.box, "")
+        wait_until(lambda: program.part("Search", "text").is_focused, "the box has the keyboard")
 
     def test_a_second_start_shows_the_panel_of_the_first_and_ends_well(self):
-        first = self.start()
-        wait_until(self.session.is_service_there, "the program is on the bus")
+        first = self.start_and_present()
+        self.session.click(120, 80)
+        first.wait_until_hidden()
 
         second = self.start()
 
@@ -50,8 +45,9 @@ class TestPanel(DesktopCase):
 
         x, y, width, height = self.session.geometry(program.panel_windows()[0])
 
-        self.assertAlmostEqual(x + width / 2, self.session.screen[0] / 2, delta=1)
-        self.assertAlmostEqual(y + height / 2, self.session.screen[1] / 2, delta=1)
+        left, top, right, bottom = self.shadow_room
+        self.assertAlmostEqual(x + (left + width - right) / 2, self.session.screen[0] / 2, delta=1)
+        self.assertAlmostEqual(y + (top + height - bottom) / 2, self.session.screen[1] / 2, delta=1)
 
     def test_escape_first_clears_the_box_and_then_puts_the_panel_away(self):
         program = self.start_and_present()
@@ -116,6 +112,7 @@ class TestPanelOnAStricterDesktop(TestPanel):
 
     window_manager = "xfwm4"
     is_composited = True
+    shadow_room = (50, 32, 50, 68)
 
 
 if __name__ == "__main__":

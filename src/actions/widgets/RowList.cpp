@@ -33,6 +33,7 @@ bool isListKey(const QKeyEvent &event)
 
 RowList::RowList(QWidget *parent)
     : QListView(parent)
+    , _scrollBar(new OverlayScrollBar(*this))
 {
     setFrameShape(QFrame::NoFrame);
     setUniformItemSizes(true);
@@ -105,6 +106,12 @@ void RowList::focusOutEvent(QFocusEvent *event)
     QListView::focusOutEvent(event);
     viewport()->update();
     Q_EMIT focusChanged();
+}
+
+void RowList::resizeEvent(QResizeEvent *event)
+{
+    QListView::resizeEvent(event);
+    _scrollBar->place();
 }
 
 void RowList::currentChanged(const QModelIndex &current, const QModelIndex &previous)

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include "actions/widgets/OverlayScrollBar.h"
+
 #include <QListView>
 
 namespace vellumhound::actions {
@@ -14,6 +16,7 @@ class RowList final : public QListView {
 public:
     explicit RowList(QWidget *parent = nullptr);
 
+    void setTheme(const Theme &theme) { _scrollBar->setTheme(theme); }
     /// Makes `row` the selected one (none if negative) without telling rowChosen.
     void selectRow(int row);
     /// The rows have another height from now on.
@@ -35,6 +38,7 @@ protected:
     void mousePressEvent(QMouseEvent *event) override;
     void focusInEvent(QFocusEvent *event) override;
     void focusOutEvent(QFocusEvent *event) override;
+    void resizeEvent(QResizeEvent *event) override;
     void currentChanged(const QModelIndex &current, const QModelIndex &previous) override;
     QItemSelectionModel::SelectionFlags selectionCommand(
         const QModelIndex &index, const QEvent *event) const override;
@@ -42,6 +46,7 @@ protected:
 private:
     void announceCurrentRow();
 
+    OverlayScrollBar *_scrollBar;
     bool _isSelecting = false;
 };
 

@@ -48,6 +48,11 @@ void SymbolButton::paintEvent(QPaintEvent *)
     QPainter painter(this);
     if (isDown())
         painter.setOpacity(pressedOpacity);
+    if (isRightToLeft()) {
+        // "Back" points the other way; the round symbols look the same from both sides.
+        painter.translate(width(), 0);
+        painter.scale(-1, 1);
+    }
     painter.drawPixmap(0, 0,
         base::symbolPixmap(_symbol, framePx, devicePixelRatioF(), underMouse() ? _hover : _normal));
 }

@@ -128,6 +128,8 @@ void FileBrowserWidget::setTheme(const actions::Theme &theme)
     _rowDelegate.setTheme(theme);
     _detailDelegate.setTheme(theme);
     _fileInfo->setTheme(theme);
+    _list->setTheme(theme);
+    _details->setTheme(theme);
     update();
     _list->viewport()->update();
     _details->viewport()->update();
@@ -182,7 +184,7 @@ void FileBrowserWidget::showSelection()
 void FileBrowserWidget::paintEvent(QPaintEvent *)
 {
     // The left column's veil follows the panel's rounded corner at the bottom.
-    const QRectF left(_splitter->x(), 0, _splitter->sizes().value(0), height());
+    const QRectF left(0, 0, _splitter->sizes().value(0), height());
     constexpr qreal radius = metrics::panelRadius;
     QPainterPath veil;
     veil.moveTo(left.topLeft());
@@ -193,6 +195,10 @@ void FileBrowserWidget::paintEvent(QPaintEvent *)
     veil.closeSubpath();
     QPainter painter(this);
     painter.setRenderHint(QPainter::Antialiasing);
+    if (isRightToLeft()) {
+        painter.translate(width(), 0);
+        painter.scale(-1, 1);
+    }
     painter.fillPath(veil, _theme.leftColumn);
 }
 
