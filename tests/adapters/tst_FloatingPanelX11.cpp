@@ -291,7 +291,6 @@ private Q_SLOTS:
 
     void thePanelComesUpOnTheScreenOfTheActiveWindow()
     {
-        const auto whole = QGuiApplication::primaryScreen()->virtualGeometry();
         if (QGuiApplication::screens().size() < 2) {
             outputOf(
                 u"xrandr"_s, {u"--setmonitor"_s, u"left"_s, u"800/200x900/200+0+0"_s, u"screen"_s});
@@ -299,7 +298,6 @@ private Q_SLOTS:
                 {u"--setmonitor"_s, u"right"_s, u"800/200x900/200+800+0"_s, u"none"_s});
             QTRY_COMPARE(QGuiApplication::screens().size(), 2);
         }
-        Q_UNUSED(whole)
         for (auto *screen : QGuiApplication::screens()) {
             const auto area = screen->geometry();
             OtherProgram other({area.x() + 100, area.y() + 100, 200, 100});

@@ -119,9 +119,11 @@ bool FloatingPanel::hasKeyboard() const
 
 void FloatingPanel::orderFront()
 {
-    if (!isVisible())
+    if (!isVisible()) {
         platform::writePanelState(winId());
-    show();
+        show();
+        platform::requestPanelState(winId());
+    }
     raise();
     activateWindow();
 }
