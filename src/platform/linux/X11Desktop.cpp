@@ -42,6 +42,19 @@ xcb_atom_t activeWindowAtom(xcb_connection_t *connection)
     return value;
 }
 
+xcb_atom_t stateAtom(xcb_connection_t *connection)
+{
+    static const auto value = atom(connection, "_NET_WM_STATE");
+    return value;
+}
+
+const std::array<xcb_atom_t, 3> &panelStates(xcb_connection_t *connection)
+{
+    static const std::array states{atom(connection, "_NET_WM_STATE_SKIP_TASKBAR"),
+        atom(connection, "_NET_WM_STATE_SKIP_PAGER"), atom(connection, "_NET_WM_STATE_ABOVE")};
+    return states;
+}
+
 QRect nativeGeometry(const QScreen &screen)
 {
     const auto geometry = screen.geometry();
@@ -66,11 +79,32 @@ void writePanelState(WId window)
     auto *connection = x11Connection();
     if (!connection)
         return;
-    static const auto property = atom(connection, "_NET_WM_STATE");
-    static const std::array states{atom(connection, "_NET_WM_STATE_SKIP_TASKBAR"),
-        atom(connection, "_NET_WM_STATE_SKIP_PAGER"), atom(connection, "_NET_WM_STATE_ABOVE")};
-    xcb_change_property(connection, XCB_PROP_MODE_REPLACE, xcb_window_t(window), property,
-        XCB_ATOM_ATOM, 32, std::uint32_t(states.size()), states.data());
+    const auto &states = panelStates(connection);
+    xcb_change_property(connection, XCB_PROP_MODE_REPLACE, xcb_window_t(window),
+        stateAtom(connection), XCB_ATOM_ATOM, 32, std::uint32_t(states.size()), states.data());
+}
+
+void askForPanelState(WId window)
+{
+    auto *connection = x11Connection();
+    if (!connection)
+        return;
+    constexpr std::uint32_t add = 1;
+    constexpr std::uint32_t fromApplication = 1;
+    for (const auto state : panelStates(connection)) {
+        xcb_client_message_event_t message{};
+        message.response_type = XCB_CLIENT_MESSAGE;
+        message.format = 32;
+        message.window = xcb_window_t(window);
+        message.type = stateAtom(connection);
+        message.data.data32[0] = add;
+        message.data.data32[1] = state;
+        message.data.data32[3] = fromApplication;
+        xcb_send_event(connection, 0, rootWindow(connection),
+            XCB_EVENT_MASK_SUBSTRUCTURE_REDIRECT | XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY,
+            reinterpret_cast<const char *>(&message));
+    }
+    xcb_flush(connection);
 }
 
 std::optional<QRect> activeWindowGeometry()

@@ -119,9 +119,12 @@ bool FloatingPanel::hasKeyboard() const
 
 void FloatingPanel::orderFront()
 {
-    if (!isVisible())
+    const bool isShown = isVisible();
+    if (!isShown)
         platform::writePanelState(winId());
     show();
+    if (!isShown)
+        platform::askForPanelState(winId());
     raise();
     activateWindow();
 }
