@@ -186,8 +186,12 @@ private Q_SLOTS:
                                QPointF(screen.width() * ratio / 2, screen.height() * ratio / 2))
                                   .toPoint();
         QTRY_VERIFY((desk.placeOnScreen().center() - middle).manhattanLength() <= 4);
-        desk.panel.move(0, 0);
-        QTRY_VERIFY((desk.placeOnScreen().center() - middle).manhattanLength() > 4);
+        // Asked until it is so: a window manager that is still placing the window may pass over it.
+        const auto isMovedAway = [&] {
+            xdotool({u"windowmove"_s, QString::number(desk.panel.winId()), u"0"_s, u"0"_s});
+            return (desk.placeOnScreen().center() - middle).manhattanLength() > 4;
+        };
+        QTRY_VERIFY(isMovedAway());
         desk.panel.giveUpKey();
         QTRY_VERIFY(!desk.panel.isVisible());
 
@@ -223,8 +227,12 @@ private Q_SLOTS:
 
         menu.popup(desk.panel.mapToGlobal(desk.panel.panelRect().center()));
         QVERIFY(QTest::qWaitForWindowExposed(&menu));
-        xdotool({u"key"_s, u"Down"_s});
-        QTRY_VERIFY(menu.activeAction());
+        const auto hasTakenKey = [&] {
+            if (!menu.activeAction())
+                xdotool({u"key"_s, u"Down"_s});
+            return menu.activeAction() != nullptr;
+        };
+        QTRY_VERIFY(hasTakenKey());
         menu.close();
         xdotool({u"key"_s, u"x"_s});
 
