@@ -41,6 +41,9 @@ using FavoritePtr = std::shared_ptr<store::Favorite>;
 /// worker: for at most 50 ms the main thread waits for it, a later answer is taken in a later turn
 /// if its folder is still the selected one, and `details` are empty until then. Failures of the
 /// store go to standard output and leave the model as it was.
+///
+/// A long header on purpose: the panel has one observable object, and its thirteen properties stand
+/// here with their signals.
 class FileBrowserModel final : public QObject {
     Q_OBJECT
 

@@ -70,9 +70,9 @@ base::Task FileSearchService::performSearch(QString text, FileBrowserModel &mode
             model.showFiles(model.files(), ResultType::search);
         }
     }
-    // A box that was emptied meanwhile stands for the home screen, and no later search would take
-    // the sign of this one away.
-    if (model.searchText().isEmpty() && model.searchStatus().isSearching())
+    // A box that was emptied meanwhile stands for the home screen: no later search would take the
+    // sign of this one away, nor the rows that came after the box was emptied and that home hides.
+    if (model.searchText().isEmpty() && !model.searchStatus().isResults())
         model.reset(true, SearchStatus::noResults());
     call(onFinished);
 }

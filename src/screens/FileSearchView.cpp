@@ -131,7 +131,9 @@ void FileSearchView::followFocus()
 {
     const auto area = _environment.focus.area();
     _modifier.setFocused(_isShown && area == FocusArea::search);
-    if (std::exchange(_lastArea, area) != area && area == FocusArea::results)
+    // In the palette the same area is the list of actions: moving there uses no search.
+    const bool isNewArea = std::exchange(_lastArea, area) != area;
+    if (_isShown && isNewArea && area == FocusArea::results)
         recordCurrentSearch();
 }
 

@@ -34,6 +34,7 @@ private Q_SLOTS:
     void cancellingStopsTheIndexAtOnce();
     void aSearchOfTheSameTextTakesTheOldOnesPlace();
     void batchesLandAfterTheTextHasGoneEmpty();
+    void rowsThatCameAfterHomeWasShownGoWithTheSearch();
     void anIndexThatCannotBeginIsReported();
     void theServiceMaySearchAgainAfterAFailure();
     void aPathIsListedWithoutTheIndex();
@@ -377,6 +378,21 @@ void tst_FileSearchService::anIndexThatCannotBeginIsReported()
     QVERIFY(model().searchText().isEmpty());
     QVERIFY(model().searchStatus().isNoResults());
     QCOMPARE(_ends, 1);
+}
+
+void tst_FileSearchService::rowsThatCameAfterHomeWasShownGoWithTheSearch()
+{
+    search(u"a"_s);
+    find({u"/d/a1"_s});
+    model().reset(true, SearchStatus::noResults());
+
+    find({u"/d/a2"_s});
+    finish();
+
+    QVERIFY(model().files().isEmpty());
+    QVERIFY(!model().selectedFile());
+    QVERIFY(!model().hasActiveContent());
+    QVERIFY(model().searchStatus().isNoResults());
 }
 
 void tst_FileSearchService::theServiceMaySearchAgainAfterAFailure()

@@ -20,11 +20,7 @@ class TemporaryTree {
 public:
     TemporaryTree() { _dir.setAutoRemove(false); }
     /// By bytes: Qt leaves names behind that are no text.
-    ~TemporaryTree()
-    {
-        std::error_code ignored;
-        std::filesystem::remove_all(path(), ignored);
-    }
+    ~TemporaryTree() { removeAll(); }
     TemporaryTree(const TemporaryTree &) = delete;
     TemporaryTree &operator=(const TemporaryTree &) = delete;
 
@@ -61,6 +57,12 @@ public:
     void move(const std::string &from, const std::string &to) const
     {
         ::rename(path(from).c_str(), path(to).c_str());
+    }
+    /// Nothing if there is no such entry.
+    void removeAll(const std::string &relative = {}) const
+    {
+        std::error_code ignored;
+        std::filesystem::remove_all(path(relative), ignored);
     }
     void remove(const std::string &relative) const { std::remove(path(relative).c_str()); }
 

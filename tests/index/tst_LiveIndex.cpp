@@ -112,8 +112,8 @@ public:
         const auto view = published.current();
         std::set<std::string> found;
         const auto visit = [&](RecordId record) {
-            const auto below =
-                pathBelow(view->isDead(record) ? std::string() : view->pathOf(record), tree.path());
+            const auto path = view->isDead(record) ? std::string() : view->pathOf(record);
+            const auto below = pathBelow(path, tree.path());
             if (below)
                 found.insert(std::string(*below));
         };
@@ -615,7 +615,7 @@ void tst_LiveIndex::anyMixtureOfChangesEndsInWhatIsOnTheDisk()
             tree.move(somewhere(), somewhere());
             break;
         case 4:
-            std::filesystem::remove_all(tree.path(somewhere()));
+            tree.removeAll(somewhere());
             break;
         default:
             if (random() % 40 == 0)

@@ -179,6 +179,18 @@ private Q_SLOTS:
         QCOMPARE(_screen->recordedSearches(), QStringList{u"report"_s});
     }
 
+    void awayFromThePanelNothingIsRecorded()
+    {
+        _screen->focusOn(FocusArea::search);
+        model().setSearchText(u"abc"_s);
+        _screen->search.disappear();
+
+        _screen->focusOn(FocusArea::results);
+        _screen->search.appear();
+
+        QCOMPARE(_screen->recordedSearches(), QStringList());
+    }
+
     void returnOpensTheFirstResultWithoutAFurtherKey_data()
     {
         QTest::addColumn<int>("keyCode");

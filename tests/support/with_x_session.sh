@@ -59,7 +59,12 @@ read -r DBUS_SESSION_BUS_ADDRESS <&4
 export DBUS_SESSION_BUS_ADDRESS
 
 case $wm in
-    openbox) openbox --sm-disable >"$home/wm.log" 2>&1 & children+=($!) ;;
+    # openbox announces itself before it manages windows; its startup command runs once it does.
+    openbox)
+        openbox --sm-disable --startup "touch $home/managing" >"$home/wm.log" 2>&1 &
+        children+=($!)
+        wait_for test -e "$home/managing"
+        ;;
     xfwm4) xfwm4 --compositor=off >"$home/wm.log" 2>&1 & children+=($!) ;;
     none) ;;
     *) echo "with_x_session: no such window manager: $wm" >&2; exit 98 ;;

@@ -50,9 +50,9 @@ xcb_atom_t stateAtom(xcb_connection_t *connection)
 
 const std::array<xcb_atom_t, 3> &panelStates(xcb_connection_t *connection)
 {
-    static const std::array states{atom(connection, "_NET_WM_STATE_SKIP_TASKBAR"),
+    static const std::array values{atom(connection, "_NET_WM_STATE_SKIP_TASKBAR"),
         atom(connection, "_NET_WM_STATE_SKIP_PAGER"), atom(connection, "_NET_WM_STATE_ABOVE")};
-    return states;
+    return values;
 }
 
 QRect nativeGeometry(const QScreen &screen)
@@ -84,7 +84,7 @@ void writePanelState(WId window)
         stateAtom(connection), XCB_ATOM_ATOM, 32, std::uint32_t(states.size()), states.data());
 }
 
-void askForPanelState(WId window)
+void requestPanelState(WId window)
 {
     auto *connection = x11Connection();
     if (!connection)

@@ -19,10 +19,9 @@ bool isComposited();
 /// Makes the window one that stays above others and out of task lists. To be called before each
 /// showing, as window managers forget it when a window goes away.
 void writePanelState(WId window);
-
-/// The same asked of the window manager, for a window that has just been shown: a manager that is
-/// still busy with its last hiding takes what was written off again. Does nothing without X11.
-void askForPanelState(WId window);
+/// Asks the window manager for the same. To be called after each showing: when a window comes back
+/// at once, the window manager may have forgotten its state only after that was written.
+void requestPanelState(WId window);
 /// Where the desktop's active window lies, in pixels of the X server; absent for none.
 std::optional<QRect> activeWindowGeometry();
 /// The active window's screen, else the pointer's, else the first one; null without any screen.

@@ -119,12 +119,11 @@ bool FloatingPanel::hasKeyboard() const
 
 void FloatingPanel::orderFront()
 {
-    const bool isShown = isVisible();
-    if (!isShown)
+    if (!isVisible()) {
         platform::writePanelState(winId());
-    show();
-    if (!isShown)
-        platform::askForPanelState(winId());
+        show();
+        platform::requestPanelState(winId());
+    }
     raise();
     activateWindow();
 }

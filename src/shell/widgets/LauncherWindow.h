@@ -28,6 +28,8 @@ public:
     void giveUpKey() { _panel->giveUpKey(); }
 
     void setAppearance(const platform::Appearance &appearance);
+    /// The root of what the panel shows.
+    LauncherView &view() { return _view; }
 
 private:
     PanelSurroundings surroundings(std::function<bool()> isOnboardingDone);
