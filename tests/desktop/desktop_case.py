@@ -64,10 +64,11 @@ class DesktopCase(unittest.TestCase):
         return program
 
     def search(self, program: Program, text: str, expected: str) -> None:
-        """Types into the empty box and waits until the list holds `expected`."""
+        """Types into the empty box and waits until the list holds `expected` and the search is over."""
         self.session.type(text)
         program.wait_for_box(text)
         program.wait_for_name(expected)
+        wait_until(lambda: program.part("Clear search", "push button").is_showing, "the search is over")
 
     def clear(self, program: Program) -> None:
         self.session.keys("ctrl+a", "BackSpace")

@@ -30,9 +30,9 @@ class TestHostile(DesktopCase):
         shutil.rmtree(self.home.path / "Documents/Reports")
         self.session.keys("Down")
         program.wait_for_selected("2024")
-        self.session.keys("Right", "Left", "Left")
+        self.session.keys("Right", "Left")
 
-        wait_until(lambda: program.box == "Report", "the search is back")
+        program.wait_for_box("Report")
         self.session.keys("Tab")
         self.clear(program)
         self.search(program, "report_b", "report_builder.py")

@@ -76,6 +76,8 @@ void FileRowDelegate::paint(
         index.data(FileRole::icon).value<preview::IconInfo>(), _theme.panelBackground);
 
     const QRect text = content.adjusted(symbolPx + metrics::resultGap, 0, 0, 0);
+    // A path reads from its root however the desktop reads; a name goes by its own letters.
+    painter->setLayoutDirection(Qt::LayoutDirectionAuto);
     const auto drawLine = [&](const QRect &rect, const QFont &font, const QColor &color,
                               const QString &line) {
         painter->setFont(font);
@@ -94,6 +96,7 @@ void FileRowDelegate::paint(
         const int top = text.top() + (text.height() - metrics::resultContentHeight) / 2;
         drawLine({text.left(), top, text.width(), metrics::resultNameLine}, nameFont,
             _theme.primaryText, name);
+        painter->setLayoutDirection(Qt::LeftToRight);
         drawLine(
             {text.left(), top + metrics::resultNameLine, text.width(), metrics::resultPathLine},
             _theme.font(metrics::resultPath), _theme.secondaryText,

@@ -41,7 +41,10 @@ void ElidedLabel::paintEvent(QPaintEvent *)
 {
     QPainter painter(this);
     painter.setPen(palette().color(QPalette::WindowText));
-    painter.drawText(rect(), Qt::AlignVCenter | Qt::TextSingleLine,
+    // Names and paths read as they are written; only where they stand follows the desktop.
+    painter.setLayoutDirection(Qt::LeftToRight);
+    const auto side = isRightToLeft() ? Qt::AlignRight : Qt::AlignLeft;
+    painter.drawText(rect(), Qt::AlignVCenter | Qt::TextSingleLine | Qt::AlignAbsolute | side,
         fontMetrics().elidedText(text(), Qt::ElideMiddle, width()));
 }
 

@@ -16,6 +16,8 @@ SearchField::SearchField(QWidget *parent)
     setObjectName(QStringLiteral("searchField"));
     setAccessibleName(QStringLiteral("Search"));
     setTextMargins(0, 0, 0, 0);
+    // Beside the symbol, whichever way the typed letters run.
+    setAlignment(Qt::AlignAbsolute | (isRightToLeft() ? Qt::AlignRight : Qt::AlignLeft));
     setAttribute(Qt::WA_MacShowFocusRect, false);
 }
 

@@ -68,7 +68,8 @@ public:
             _delegate.launcher();
             _delegate.applicationDidFinishLaunching();
             // Nothing but a second start brings up the panel, so the first one shows it as well.
-            _delegate.showLauncher();
+            // At once: a showing that waits could bring it back after the user has left it.
+            _delegate.applicationShouldHandleReopen();
         });
         return QApplication::exec();
     }
