@@ -133,6 +133,26 @@ private Q_SLOTS:
         QCOMPARE(chosen.first().first().toInt(), 1);
     }
 
+    void aMoveAcrossTheRowsWithTheButtonDownChoosesNothing()
+    {
+        showThreeRows();
+        QSignalSpy chosen(&list(), &RowList::rowChosen);
+        const auto middleOf = [&](int row) {
+            return list().visualRect(list().model()->index(row, 0)).center();
+        };
+        QTest::mousePress(list().viewport(), Qt::LeftButton, Qt::NoModifier, middleOf(0));
+        const QPointF there = middleOf(2);
+        QMouseEvent move(QEvent::MouseMove, there, list().viewport()->mapToGlobal(there),
+            Qt::NoButton, Qt::LeftButton, Qt::NoModifier);
+
+        QCoreApplication::sendEvent(list().viewport(), &move);
+
+        QCOMPARE(chosen.size(), 0);
+        QCOMPARE(model().selectedFile(), model().files().first());
+        QTest::mouseRelease(list().viewport(), Qt::LeftButton, Qt::NoModifier, middleOf(2));
+        QCOMPARE(list().currentIndex().row(), 0);
+    }
+
     void aGrowingListIsNeverReset()
     {
         FileListModel rows;
