@@ -568,7 +568,8 @@ void tst_LauncherView::thePageIsToldWhileTheOldScreenStillHoldsTheFocus()
     _launcher->show({u"/d/a"_s});
     focusOn(FocusArea::results);
     std::optional<FocusArea> areaThen;
-    QObject::connect(&view(), &LauncherView::contentChanged, &view(), [&] { areaThen = area(); });
+    const QObject context;
+    QObject::connect(&view(), &LauncherView::contentChanged, &context, [&] { areaThen = area(); });
 
     model().reset(true, SearchStatus::noResults());
 

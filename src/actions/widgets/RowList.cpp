@@ -90,6 +90,15 @@ void RowList::mousePressEvent(QMouseEvent *event)
         event->accept();
 }
 
+void RowList::mouseMoveEvent(QMouseEvent *event)
+{
+    // QAbstractItemView would make each row current that the pointer passes with the button down.
+    if (event->buttons() != Qt::NoButton && !dragEnabled())
+        event->accept();
+    else
+        QListView::mouseMoveEvent(event);
+}
+
 void RowList::focusInEvent(QFocusEvent *event)
 {
     // QAbstractItemView would make the first row current here; the selection is the state's.

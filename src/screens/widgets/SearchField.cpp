@@ -50,6 +50,14 @@ void SearchField::focusInEvent(QFocusEvent *event)
         Q_EMIT focusedByMouse();
 }
 
+void SearchField::focusOutEvent(QFocusEvent *event)
+{
+    QLineEdit::focusOutEvent(event);
+    // Not every input method tells that it has given up: the field must not stay closed to others.
+    if (std::exchange(_isComposing, false))
+        Q_EMIT compositionEnded();
+}
+
 void SearchField::inputMethodEvent(QInputMethodEvent *event)
 {
     QLineEdit::inputMethodEvent(event);

@@ -21,6 +21,9 @@ bool isEditOfFocusedField(const QKeyEvent &event)
         QKeySequence::Copy, QKeySequence::Paste, QKeySequence::SelectAll};
     if (!qobject_cast<const QLineEdit *>(QApplication::focusWidget()))
         return false;
+    // Some desktops have it for Redo; here it is the preview's key wherever the focus is.
+    if (event.key() == Qt::Key_Y)
+        return false;
     return std::any_of(edits.begin(), edits.end(),
         [&](QKeySequence::StandardKey edit) { return event.matches(edit); });
 }
