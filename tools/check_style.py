@@ -38,7 +38,7 @@ class Rule:
 RULES = [
     Rule(r"^(src|tests|bench)/.*" + CODE, r"^$", r'#\s*include\s+"\.\./', 'write "folder/File.h", never "../"'),
     Rule(r"^(src|tests|bench)/.*" + CODE, r"(/widgets/|^src/shell/|^src/platform/linux/|^src/main\.cpp$"
-         r"|^tests/|^src/extract/)", GUI_HEADERS,
+         r"|^tests/|^bench/|^src/extract/)", GUI_HEADERS,
          "widgets and pictures live in widgets/, shell/ and platform/linux/"),
     Rule(r"^src/.*" + CODE, r"^src/(platform|shell|extract)/|^src/base/NativePath\.cpp$|^src/main\.cpp$",
          r"\bqgetenv\b|\bqEnvironmentVariable\w*|\bgetenv\(", "the environment belongs to platform/ and shell/"),
@@ -47,7 +47,8 @@ RULES = [
     Rule(r"^src/.*" + CODE, r"^src/(platform|shell)/", r"\bcurrentDateTime\w*\(|\bcurrentMSecsSinceEpoch\("
          r"|\bcurrentSecsSinceEpoch\(|system_clock::now", "take platform/Clock.h"),
     Rule(r"^src/.*" + CODE, r"^$", r"#\s*include\s+<QShortcut>|\bnew QShortcut\b", "keys are routed by keyboard/"),
-    Rule(r"^src/.*" + CODE, r"^src/platform/", r"^\s*#\s*if(n?def)?\b(?!.*(__has_include|SANITIZE))",
+    # The scan is built for each instruction set; which one there is only the compiler tells.
+    Rule(r"^src/.*" + CODE, r"^src/platform/|^src/index/Scan", r"^\s*#\s*if(n?def)?\b(?!.*(__has_include|SANITIZE))",
          "no #if outside platform/"),
     Rule(r"^src/.*" + CODE, r"^$", r"\bfriend class (Test|tst_)", "test through the public interface"),
     Rule(r"^src/.*" + CODE, r"^$", r"#\s*include\s+<(format|ranges)>|std::(views|ranges::views)::",

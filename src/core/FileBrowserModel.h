@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
+// long: one property after the other, each with its signal; the rules are in the sources
 #pragma once
 
 #include "core/File.h"

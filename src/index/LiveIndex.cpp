@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
+// long: one state machine; its steps are read together
 #include "index/LiveIndex.h"
 
 #include "base/NativePath.h"

@@ -81,7 +81,7 @@ void lowerThreadPriority()
     // Neither is needed for being right, so a refusal is no failure.
     sched_param parameters{};
     ::sched_setscheduler(0, SCHED_IDLE, &parameters);
-#ifdef SYS_ioprio_set
+#ifdef SYS_ioprio_set  // style: not every kernel interface has it
     constexpr int thisThread = 1;
     constexpr int idleClass = 3 << 13;
     ::syscall(SYS_ioprio_set, thisThread, 0, idleClass);

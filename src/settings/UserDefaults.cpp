@@ -66,7 +66,7 @@ UserDefaults::UserDefaults(const QString &folder, QObject *parent)
 
 QString UserDefaults::standardFolder()
 {
-    auto base = qEnvironmentVariable("XDG_CONFIG_HOME");
+    auto base = qEnvironmentVariable("XDG_CONFIG_HOME");  // style: the one default place
     if (!base.startsWith(u'/'))
         base = base::appendingPathComponent(base::homeDirectoryPath(), u".config"_s);
     return base::appendingPathComponent(base, u"vellumhound"_s);

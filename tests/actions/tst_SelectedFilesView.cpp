@@ -9,8 +9,8 @@ using namespace Qt::StringLiterals;
 class TestSelectedFilesView : public QObject {
     Q_OBJECT
 
-    const core::FilePtr _file
-        = std::make_shared<core::File>(u"a.txt"_s, u"/tmp/a.txt"_s, false, 1, std::nullopt);
+    const core::FilePtr _file =
+        std::make_shared<core::File>(u"a.txt"_s, u"/tmp/a.txt"_s, false, 1, std::nullopt);
 
 private Q_SLOTS:
     void withThePaletteClosedItTakesNoRoom()

@@ -244,12 +244,12 @@ private Q_SLOTS:
         xdotool({u"mousemove"_s, QString::number(start.x()), QString::number(start.y()),
             u"mousedown"_s, u"1"_s});
         for (int step = 1; step <= 12; ++step) {
-            QTest::qWait(20);  // the window manager takes the pointer over between two moves
+            QTest::qWait(20);  // style: the window manager takes the pointer over between two moves
             xdotool({u"mousemove_relative"_s, u"--"_s, u"-4"_s, u"-3"_s});
         }
         QTRY_VERIFY(desk.placeOnScreen().x() < before.x());
         // A loss of the keyboard would be told a tenth of a second later.
-        QTest::qWait(300);
+        QTest::qWait(300);  // style: nothing must happen now, and nothing announces itself
         xdotool({u"mouseup"_s, u"1"_s});
 
         QTRY_VERIFY(desk.panel.isActiveWindow());

@@ -14,8 +14,9 @@ public:
     bool isInFullScreenMode() const override { return isFullScreen; }
     void showPreview(const core::FilePtr &file, bool fullScreen) override
     {
-        calls.append(QStringLiteral("show %1%2").arg(
-            file ? file->fileName : QString(), fullScreen ? QStringLiteral(" full") : QString()));
+        calls.append(QStringLiteral("show %1%2")
+                         .arg(file ? file->fileName : QString(),
+                             fullScreen ? QStringLiteral(" full") : QString()));
         isShown = true;
     }
     void hidePreview(bool fullScreen) override

@@ -38,12 +38,12 @@ private Q_SLOTS:
         QTest::addColumn<QString>("call");
         QTest::newRow("space opens") << KeyCode::space << 0u << false << u"show a.txt"_s;
         QTest::newRow("space closes") << KeyCode::space << 0u << true << u"hide"_s;
-        QTest::newRow("option space opens") << KeyCode::space << Flags::option << false
-                                            << u"show a.txt full"_s;
+        QTest::newRow("option space opens")
+            << KeyCode::space << Flags::option << false << u"show a.txt full"_s;
         QTest::newRow("option space closes")
             << KeyCode::space << Flags::option << true << u"hide full"_s;
-        QTest::newRow("command y opens") << KeyCode::y << Flags::command << false
-                                         << u"show a.txt"_s;
+        QTest::newRow("command y opens")
+            << KeyCode::y << Flags::command << false << u"show a.txt"_s;
         QTest::newRow("command y closes") << KeyCode::y << Flags::command << true << u"clear"_s;
         QTest::newRow("command option y opens")
             << KeyCode::y << (Flags::command | Flags::option) << false << u"show a.txt full"_s;
@@ -89,8 +89,8 @@ private Q_SLOTS:
     {
         fakes::FakePreviewManager manager;
 
-        QVERIFY(
-            !preview::handlePreviewKeyInTextField(keyEvent(KeyCode::space, 0), someFile(), manager));
+        QVERIFY(!preview::handlePreviewKeyInTextField(
+            keyEvent(KeyCode::space, 0), someFile(), manager));
         QVERIFY(preview::handlePreviewKeyInTextField(
             keyEvent(KeyCode::y, Flags::command), someFile(), manager));
     }

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
+// long: the one place of all sizes and colours
 #pragma once
 
 #include <QColor>
