@@ -186,8 +186,12 @@ private Q_SLOTS:
                                QPointF(screen.width() * ratio / 2, screen.height() * ratio / 2))
                                   .toPoint();
         QTRY_VERIFY((desk.placeOnScreen().center() - middle).manhattanLength() <= 4);
-        desk.panel.move(0, 0);
-        QTRY_VERIFY((desk.placeOnScreen().center() - middle).manhattanLength() > 4);
+        // A busy window manager may still be placing the window and undo the first move.
+        const auto isMovedAway = [&] {
+            desk.panel.move(0, 0);
+            return (desk.placeOnScreen().center() - middle).manhattanLength() > 4;
+        };
+        QTRY_VERIFY(isMovedAway());
         desk.panel.giveUpKey();
         QTRY_VERIFY(!desk.panel.isVisible());
 
