@@ -180,6 +180,17 @@ private Q_SLOTS:
         QCOMPARE(rows.rowOf(a), -1);
     }
 
+    void aPathThatLooksLikeMarkupIsShownAsItIs()
+    {
+        FileListModel rows;
+        rows.setFiles({core::CoreFixture::file(u"/d/R&D"_s),
+            core::CoreFixture::file(u"/d/<b>bold</b> & more"_s)});
+
+        QCOMPARE(rows.index(0).data(Qt::ToolTipRole).toString(), u"/d/R&D"_s);
+        QCOMPARE(rows.index(1).data(Qt::ToolTipRole).toString(),
+            u"<span>/d/&lt;b&gt;bold&lt;/b&gt; &amp; more</span>"_s);
+    }
+
     void rowsTellNameAndPlaceInPrintableText()
     {
         FileListModel rows;

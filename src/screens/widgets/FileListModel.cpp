@@ -5,9 +5,24 @@
 #include "base/NativePath.h"
 #include "preview/IconInfo.h"
 
+#include <QTextDocument>
+
 namespace vellumhound::screens {
 
 namespace FileRole = actions::FileRole;
+
+namespace {
+
+/// A tooltip guesses whether its text is rich: a path that looks like markup must say that it is
+/// not.
+QString toolTip(const QString &path)
+{
+    return Qt::mightBeRichText(path)
+               ? QStringLiteral("<span>") + path.toHtmlEscaped() + QStringLiteral("</span>")
+               : path;
+}
+
+}  // namespace
 
 void FileListModel::setFiles(const QList<core::FilePtr> &files)
 {
@@ -80,7 +95,7 @@ QVariant FileListModel::data(const QModelIndex &index, int role) const
     case FileRole::displayPath:
         return _style == RowStyle::withPath ? displayPath() : QVariant();
     case Qt::ToolTipRole:
-        return _style == RowStyle::withPath ? displayPath().toHtmlEscaped() : QVariant();
+        return _style == RowStyle::withPath ? toolTip(displayPath()) : QVariant();
     case Qt::AccessibleTextRole:
         if (_style == RowStyle::withPath)
             return base::printablePath(file->fileName) + QStringLiteral(", ") + displayPath();
