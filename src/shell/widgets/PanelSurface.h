@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include "actions/widgets/Theme.h"
 #include "shell/PanelAppearance.h"
 
 #include <QMargins>
@@ -11,7 +12,7 @@ class QPainter;
 
 namespace vellumhound::shell {
 
-inline constexpr int panelCornerRadius = 10;
+inline constexpr int panelCornerRadius = actions::metrics::panelRadius;
 
 /// Room that the shadow needs around the panel to fade out.
 inline constexpr QMargins panelShadowMargins{50, 32, 50, 68};
