@@ -8,7 +8,7 @@ namespace vellumhound::base {
 struct NotificationCenter::Observer {
     QString name;
     const void *object = nullptr;
-    std::function<void()> handler;
+    std::function<void(const UserInfo &)> handler;
     bool isRemoved = false;
 };
 
@@ -58,19 +58,26 @@ NotificationCenter::~NotificationCenter() = default;
 NotificationCenter::Token NotificationCenter::addObserver(
     const QString &name, const void *object, std::function<void()> handler)
 {
+    return addObserver(
+        name, object, [handler = std::move(handler)](const UserInfo &) { handler(); });
+}
+
+NotificationCenter::Token NotificationCenter::addObserver(
+    const QString &name, const void *object, std::function<void(const UserInfo &)> handler)
+{
     auto observer = std::make_shared<Observer>(Observer{name, object, std::move(handler)});
     _registry->observers.push_back(observer);
     return Token(_registry, std::move(observer));
 }
 
-void NotificationCenter::post(const QString &name, const void *object)
+void NotificationCenter::post(const QString &name, const void *object, const UserInfo &userInfo)
 {
     const auto present = _registry->observers;  // a handler may add and remove observers
     for (const auto &observer : present) {
         if (observer->isRemoved || observer->name != name)
             continue;
         if (!observer->object || observer->object == object)
-            observer->handler();
+            observer->handler(userInfo);
     }
 }
 

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <QString>
+#include <QVariantMap>
 
 #include <functional>
 #include <memory>
@@ -23,6 +24,13 @@ inline constexpr char16_t NSMetadataQueryGatheringProgressNotification[] =
     u"NSMetadataQueryGatheringProgressNotification";
 inline constexpr char16_t NSMetadataQueryDidFinishGatheringNotification[] =
     u"NSMetadataQueryDidFinishGatheringNotification";
+/// A menu of ours opens and has closed.
+inline constexpr char16_t NSMenuDidBeginTrackingNotification[] =
+    u"NSMenuDidBeginTrackingNotification";
+inline constexpr char16_t NSMenuDidEndTrackingNotification[] = u"NSMenuDidEndTrackingNotification";
+/// Carries the entry "name", a KeyboardShortcuts::Name.
+inline constexpr char16_t KeyboardShortcuts_shortcutByNameDidChange[] =
+    u"KeyboardShortcuts_shortcutByNameDidChange";
 }  // namespace Notifications
 
 /// Carries named notifications from whoever posts them to whoever observes, in the same turn and in
@@ -33,6 +41,9 @@ class NotificationCenter {
     struct Registry;
 
 public:
+    /// What a notification carries, entry by entry. Nearly all carry nothing.
+    using UserInfo = QVariantMap;
+
     /// Ends the observation when destroyed or reset.
     class Token {
     public:
@@ -58,9 +69,11 @@ public:
     /// without one, for all.
     [[nodiscard]] Token addObserver(
         const QString &name, const void *object, std::function<void()> handler);
+    [[nodiscard]] Token addObserver(
+        const QString &name, const void *object, std::function<void(const UserInfo &)> handler);
     /// Reaches the observers registered at this moment, except those removed by an earlier one of
     /// them.
-    void post(const QString &name, const void *object = nullptr);
+    void post(const QString &name, const void *object = nullptr, const UserInfo &userInfo = {});
 
 private:
     std::shared_ptr<Registry> _registry;

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include <cstdint>
 #include <string>
 #include <vector>
 
@@ -10,15 +11,20 @@ namespace vellumhound::index {
 /// disk.
 struct Change {
     enum class Kind {
-        entry,       ///< the entry `name` of the folder came, went or became another one
-        folderGone,  ///< the folder itself was removed, moved or unmounted, or is watched no more
-        lost,        ///< changes were lost, anywhere
+        entry,        ///< the entry `name` of the folder came, went or became another one
+        movedAway,    ///< `name` left for another place
+        movedHere,    ///< `name` came from another place; told after its movedAway, if there is one
+        written,      ///< somebody has finished writing `name`
+        folderGone,   ///< the folder itself was removed or unmounted, or is watched no more
+        folderMoved,  ///< the folder itself has another name or another place
+        lost,         ///< changes were lost, anywhere
     };
 
     Kind kind = Kind::entry;
     int watch = -1;
     std::string name;
     bool isNewFolder = false;  ///< `name` came, and is a folder
+    std::uint32_t move = 0;    ///< the same in movedAway and movedHere of one move
 
     bool operator==(const Change &) const = default;
 };

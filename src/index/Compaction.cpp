@@ -37,8 +37,9 @@ public:
             if (_view.roots[number].folder != nothing)
                 addTree(_view.roots[number].folder, number);
         }
-        base.firstRecords.push_back(_next);
+        _folders.firstRecords.push_back(_next);
         base.names.publish();
+        base.names.summarize();
         finishFolders();
         countBytes();
         return std::move(_result);
@@ -117,7 +118,7 @@ private:
             const auto top = stack.back();
             stack.pop_back();
             if (top.closes != nothing) {
-                _result.base->subtreeEnds[top.closes] = _result.base->folderCount();
+                _folders.subtreeEnds[top.closes] = FolderId(_folders.parents.size());
                 continue;
             }
             const auto folder = addFolder(top);
@@ -135,16 +136,17 @@ private:
     FolderId addFolder(const Pending &pending)
     {
         auto &base = *_result.base;
-        const auto folder = base.folderCount();
+        const auto folder = FolderId(_folders.parents.size());
         _result.newFolders[pending.oldFolder] = folder;
-        base.firstRecords.push_back(_next);
-        base.records.push_back(pending.newRecord);
-        base.parents.push_back(pending.newParent);
-        base.subtreeEnds.push_back(folder + 1);
+        _folders.firstRecords.push_back(_next);
+        _folders.records.push_back(pending.newRecord);
+        _folders.parents.push_back(pending.newParent);
+        _folders.subtreeEnds.push_back(folder + 1);
         collect(pending.oldFolder);
         for (const auto &entry : _entries) {
-            base.names.append(
+            const auto record = base.names.append(
                 _view.nameOf(entry.record), entry.stored, _view.traitsOf(entry.record));
+            base.names.setChangeTime(record, _view.changeTimeOf(entry.record));
             _result.newRecords[entry.record] = _next++;
         }
         return folder;
@@ -152,16 +154,17 @@ private:
 
     void finishFolders()
     {
-        auto &base = *_result.base;
-        for (FolderId folder = 0; folder < base.folderCount(); ++folder) {
-            if (base.parents[folder] != nothing)
-                base.byRecord.push_back(folder);
+        auto &folders = _folders;
+        for (FolderId folder = 0; folder < folders.parents.size(); ++folder) {
+            if (folders.parents[folder] != nothing)
+                folders.byRecord.push_back(folder);
         }
-        std::sort(base.byRecord.begin(), base.byRecord.end(),
-            [&](FolderId a, FolderId b) { return base.records[a] < base.records[b]; });
-        for (auto *table :
-            {&base.firstRecords, &base.records, &base.parents, &base.subtreeEnds, &base.byRecord})
-            table->shrink_to_fit();
+        std::sort(folders.byRecord.begin(), folders.byRecord.end(),
+            [&](FolderId a, FolderId b) { return folders.records[a] < folders.records[b]; });
+        for (auto *column : {&folders.firstRecords, &folders.records, &folders.parents,
+                 &folders.subtreeEnds, &folders.byRecord})
+            column->shrink_to_fit();
+        _result.base->setFolders(std::move(folders));
     }
 
     void countBytes()
@@ -184,14 +187,20 @@ private:
     std::vector<std::pair<RecordId, FolderId>> _tailFolders;  // sorted
     std::vector<Entry> _entries;                              // of the folder at hand
     RecordId _next = 0;
+    FolderTables _folders;
     CompactedIndex _result;
 };
 
 }  // namespace
 
-CompactedIndex compact(const IndexView &view, const IndexTail::Mark &mark, FolderId folderEnd)
+CompactedIndex compact(const IndexView &view, const IndexTail::Mark &mark, FolderId folderEnd,
+    std::uint32_t filterFrom)
 {
-    return Compactor(view, mark, folderEnd).run();
+    auto compacted = Compactor(view, mark, folderEnd).run();
+    auto &base = *compacted.base;
+    if (base.recordCount() >= filterFrom)
+        base.filter = std::make_unique<const BlockFilter>(base.names);
+    return compacted;
 }
 
 }  // namespace vellumhound::index

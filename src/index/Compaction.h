@@ -3,6 +3,7 @@
 
 #include "index/IndexView.h"
 
+#include <cstdint>
 #include <memory>
 #include <vector>
 
@@ -13,10 +14,14 @@ struct CompactedIndex {
     std::shared_ptr<IndexBase> base;
     std::vector<RecordId> newRecords;  ///< by old number; `nothing` for what was dead
     std::vector<FolderId> newFolders;
+    std::vector<std::int64_t> folderTimes;  ///< those known when it began, by new number
+    std::vector<IndexRoot> roots;           ///< those of the view, with new folders
 };
 
 /// Puts base and tail, up to the marks, into one new base without the dead. Any thread: the view's
 /// writer may go on meanwhile; what it kills or appends is then its own to bring over.
-CompactedIndex compact(const IndexView &view, const IndexTail::Mark &mark, FolderId folderEnd);
+/// A base of at least `filterFrom` names gets a filter.
+CompactedIndex compact(const IndexView &view, const IndexTail::Mark &mark, FolderId folderEnd,
+    std::uint32_t filterFrom = BlockFilter::usualLeast);
 
 }  // namespace vellumhound::index

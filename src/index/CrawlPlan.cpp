@@ -5,32 +5,13 @@
 #include "index/IndexView.h"
 
 #include <algorithm>
-#include <climits>
-#include <cstdlib>
-#include <memory>
+#include <utility>
 
 namespace vellumhound::index {
 
-namespace {
-
-/// Whether one of the folders from below `root` down to `path` is a link, which no crawl follows.
-bool goesThroughLink(const std::string &path, const std::string &root)
-{
-    const auto resolved = [](const std::string &text) {
-        const std::unique_ptr<char, void (*)(void *)> real(
-            ::realpath(text.c_str(), nullptr), std::free);
-        return std::string(real ? real.get() : text.c_str());
-    };
-    const auto below = pathBelow(path, root);
-    if (!below || below->empty())
-        return false;
-    return resolved(path) != joinedPath(resolved(root), *below);
-}
-
-}  // namespace
-
 CrawlPlan::CrawlPlan(std::vector<std::string> wanted, const std::vector<std::string> &excluded,
     const std::vector<Mount> &mounts, const std::vector<std::string> &oldRoots)
+    : _mounts(mounts)
 {
     std::sort(wanted.begin(), wanted.end(), [](const auto &a, const auto &b) {
         return a.size() != b.size() ? a.size() < b.size() : a < b;
@@ -62,6 +43,14 @@ CrawlPlan::CrawlPlan(std::vector<std::string> wanted, const std::vector<std::str
     }
 }
 
+CrawlPlan CrawlPlan::restored(std::vector<std::string> roots, const std::vector<std::string> &stops)
+{
+    CrawlPlan plan;
+    plan._roots = std::move(roots);
+    plan._stops.insert(stops.begin(), stops.end());
+    return plan;
+}
+
 bool CrawlPlan::reaches(std::string_view path) const
 {
     return std::any_of(_roots.begin(), _roots.end(), [&](const std::string &root) {
@@ -76,6 +65,17 @@ bool CrawlPlan::reaches(std::string_view path) const
         }
         return !goesThroughLink(std::string(path), root);
     });
+}
+
+/// Whether one of the folders from below `root` down to `path` is a link, which no crawl follows.
+bool CrawlPlan::goesThroughLink(const std::string &path, const std::string &root) const
+{
+    const auto below = pathBelow(path, root);
+    if (!below || below->empty())
+        return false;
+    const auto top = resolvePath(_mounts, root);
+    const auto expected = joinedPath(top.path, *below);
+    return !top.hangs && resolvePath(_mounts, path).path != expected;
 }
 
 std::string standardizedPath(const QString &path)

@@ -20,7 +20,8 @@ struct Rule {
     bool operator==(const Rule &) const = default;
 };
 
-/// Which trees are crawled and where a crawl stops. A value; any thread.
+/// Which trees are crawled and where a crawl stops. A value; any thread. Looks for links on the
+/// disk, but never on a file system that may hang.
 class CrawlPlan {
 public:
     CrawlPlan() = default;
@@ -29,6 +30,10 @@ public:
     /// former plan: they stay roots of their own as long as they are wanted.
     CrawlPlan(std::vector<std::string> wanted, const std::vector<std::string> &excluded,
         const std::vector<Mount> &mounts, const std::vector<std::string> &oldRoots = {});
+
+    /// A plan of a former session.
+    static CrawlPlan restored(
+        std::vector<std::string> roots, const std::vector<std::string> &stops);
 
     /// The tops of the trees; none is reached by the crawl of another.
     const std::vector<std::string> &roots() const { return _roots; }
@@ -39,7 +44,10 @@ public:
     bool reaches(std::string_view path) const;
 
 private:
+    bool goesThroughLink(const std::string &path, const std::string &root) const;
+
     std::vector<std::string> _roots;
+    std::vector<Mount> _mounts;
     std::unordered_set<std::string> _stops;  // excluded folders, other roots, refused mounts
 };
 

@@ -1,11 +1,15 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "index/FileIndex.h"
 
+#include "base/NativePath.h"
+#include "index/Logging.h"
 #include "platform/MetadataQuery.h"
 
 #include <algorithm>
 #include <array>
+#include <ctime>
 #include <fcntl.h>
+#include <future>
 #include <poll.h>
 #include <sys/eventfd.h>
 #include <unistd.h>
@@ -30,8 +34,65 @@ QueryScopes scopesOf(const QStringList &scopes)
     return result;
 }
 
+using TimePoint = std::chrono::steady_clock::time_point;
+
+std::optional<TimePoint> earlier(
+    const std::optional<TimePoint> &one, const std::optional<TimePoint> &other)
+{
+    return one && other ? std::min(*one, *other) : one ? one : other;
+}
+
+bool hasCome(const std::optional<TimePoint> &due)
+{
+    return due && *due <= std::chrono::steady_clock::now();
+}
+
+LiveIndexOptions liveOptions(const FileIndexOptions &options)
+{
+    auto live = options.live;
+    live.snapshot.folder = base::pathToBytes(options.cacheFolder).toStdString();
+    return live;
+}
+
+FileTexts::Options textOptions(
+    const FileIndexOptions &options, const IndexLimits &limits, Throttle &throttle)
+{
+    auto texts = options.texts;
+    if (!options.cacheFolder.isEmpty())
+        texts.folder = base::pathToBytes(options.cacheFolder).toStdString() + "/text";
+    texts.index.mostDiskBytes = std::min(texts.index.mostDiskBytes, limits.diskBytes);
+    texts.mayRun = [&throttle] { return throttle.restBefore(Throttle::Work::upkeep).count() == 0; };
+    return texts;
+}
+
+/// The nearest folder that exists, for asking the disk about itself.
+std::string existing(std::string path)
+{
+    while (path.size() > 1 && ::access(path.c_str(), F_OK) != 0)
+        path.resize(std::max<std::size_t>(path.rfind('/'), 1));
+    return path.empty() ? "/" : path;
+}
+
+IndexLimits limitsOf(const FileIndexOptions &options)
+{
+    const auto folder = base::pathToBytes(options.cacheFolder).toStdString();
+    auto limits = limitsFor(readMachineSize(existing(folder)), 0);
+    limits.memoryBytes = options.mostMemoryBytes.value_or(limits.memoryBytes);
+    return limits;
+}
+
+RecentlyUsed::Places placesOfUses(const FileIndexOptions &options)
+{
+    RecentlyUsed::Places places;
+    places.cacheFolder = base::pathToBytes(options.cacheFolder).toStdString();
+    if (!options.dataHome.isEmpty())
+        places.desktopList =
+            base::pathToBytes(options.dataHome).toStdString() + "/recently-used.xbel";
+    return places;
+}
+
 /// Until when poll() may sleep; -1 for ever.
-int timeoutUntil(const std::optional<std::chrono::steady_clock::time_point> &due)
+int timeoutUntil(const std::optional<TimePoint> &due)
 {
     if (!due)
         return -1;
@@ -44,13 +105,24 @@ int timeoutUntil(const std::optional<std::chrono::steady_clock::time_point> &due
 
 FileIndex::FileIndex(const FileIndexOptions &options)
     : _wakeDescriptor(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK))
-    , _source(options.watchBudget)
+    , _source(options.inotifyBudget, options.fanotifyBudget)
+    , _workerThrottle(Pressure(options.readPressure))
+    , _textThrottle(Pressure(options.readPressure))
     , _worker([this] { wakeLive(); })
     , _live(_worker, _source, _published,
-          DesktopEntries(options.dataHome, options.dataDirs, options.languages), options.live)
-    , _engine(_published)
+          DesktopEntries(options.dataHome, options.dataDirs, options.languages),
+          liveOptions(options))
+    , _limits(limitsOf(options))
+    , _texts(_published, textOptions(options, _limits, _textThrottle))
+    , _recentlyUsed(placesOfUses(options))
+    , _engine(_published, &_recentlyUsed, &_texts.published())
 {
-    _live.onCrawled = [this] { _engine.wake(); };
+    _worker.setThrottle(&_workerThrottle);
+    _live.onCrawled = [this] {
+        _engine.wake();
+        _areTextsBehind = true;
+        _isCoverageToTell = true;
+    };
     _workerThread = std::thread([this] {
         lowerThreadPriority();
         _worker.run();
@@ -62,18 +134,65 @@ FileIndex::FileIndex(const FileIndexOptions &options)
 FileIndex::~FileIndex()
 {
     _isStopped = true;
+    _live.stopSaving();
     wakeLive();
     _worker.stop();
     _engine.stop();
     _liveThread.join();
     _workerThread.join();
     _engineThread.join();
+    _live.saveAtEnd();
+    _recentlyUsed.save();
     ::close(_wakeDescriptor);
 }
 
 void FileIndex::setPathRules(const QList<Rule> &rules)
 {
-    post([this, copy = std::vector<Rule>(rules.begin(), rules.end())] { _live.setRules(copy); });
+    post([this, copy = std::vector<Rule>(rules.begin(), rules.end())] {
+        _live.setRules(copy);
+        _areTextsBehind = true;
+    });
+}
+
+void FileIndex::setSearchesTexts(bool areTextsSearched)
+{
+    _texts.setEnabled(areTextsSearched);
+    post([this, areTextsSearched] {
+        _live.onFileChanged = areTextsSearched
+                                  ? [this](const FileChange &change) { _texts.noteChange(change); }
+                                  : std::function<void(const FileChange &)>();
+        _areTextsBehind = areTextsSearched;
+    });
+}
+
+void FileIndex::catchUpWithTexts()
+{
+    // Only when all entries and their times are known: else what is known would be read again.
+    if (!_areTextsBehind || _isCatchingUp || !_texts.isEnabled() || !_live.isSettled())
+        return;
+    _areTextsBehind = false;
+    _isCatchingUp = true;
+    _worker.postIdle([this]() -> Worker::Completion {
+        _texts.catchUp();
+        return [this] { _isCatchingUp = false; };
+    });
+}
+
+void FileIndex::prepare()
+{
+    post([this] { _live.prefault(); });
+}
+
+void FileIndex::noteUse(const QString &path)
+{
+    _recentlyUsed.note(standardizedPath(path), std::uint32_t(std::time(nullptr)));
+    if (_isUseUnsaved.exchange(true))
+        return;
+    _worker.postUrgent([this]() -> Worker::Completion {
+        _isUseUnsaved = false;
+        _recentlyUsed.save();
+        return [] {};
+    });
 }
 
 void FileIndex::startRun(const std::shared_ptr<QueryRun> &run, const QStringList &scopes)
@@ -119,12 +238,14 @@ void FileIndex::wakeLive() const
 
 void FileIndex::runLive()
 {
+    _live.startFromSnapshot();
     // The kernel marks this file when something is mounted or unmounted.
     const int mounts = ::open("/proc/self/mountinfo", O_RDONLY | O_CLOEXEC);
     while (!_isStopped) {
         std::array<pollfd, 3> polled{{{_wakeDescriptor, POLLIN, 0},
             {_source.descriptor(), POLLIN, 0}, {mounts, POLLPRI, 0}}};
-        ::poll(polled.data(), polled.size(), timeoutUntil(_live.nextSweep()));
+        ::poll(
+            polled.data(), polled.size(), timeoutUntil(earlier(_live.nextDue(), _live.nextSave())));
         std::uint64_t count = 0;
         [[maybe_unused]] const auto bytes = ::read(_wakeDescriptor, &count, sizeof count);
         std::vector<std::function<void()>> commands;
@@ -138,33 +259,78 @@ void FileIndex::runLive()
         }
         if ((polled[2].revents & (POLLPRI | POLLERR)) != 0)
             _live.mountsChanged();
-        const auto sweep = _live.nextSweep();
-        if (sweep && *sweep <= std::chrono::steady_clock::now())
-            _live.sweep();
+        if (hasCome(_live.nextSave()))
+            _live.save();
         while (!_isStopped && _live.step()) {
         }
-        noteCoverage();
+        catchUpWithTexts();
+        keepWithinLimits();
+        noteStatus();
     }
     if (mounts >= 0)
         ::close(mounts);
 }
 
-void FileIndex::noteCoverage()
+void FileIndex::noteStatus()
 {
-    Coverage coverage;
-    coverage.names = _live.nameCount();
-    coverage.watchedFolders = _live.watchedFolderCount();
-    coverage.sweptFolders = _live.sweptFolderCount();
-    coverage.memoryBytes = _live.memoryBytes();
-    coverage.isCrawling = _live.isBusy();
-    const std::lock_guard lock(_coverageMutex);
-    _coverage = coverage;
+    auto status = _live.status();
+    status.rest = _workerThrottle.state();
+    if (_isCoverageToTell && _live.isSettled()) {
+        _isCoverageToTell = false;
+        const auto line = logLineOf(status);
+        if (std::exchange(_toldCoverage, line) != line)
+            qCInfo(logIndex, "%s", qUtf8Printable(line));
+    }
+    const std::lock_guard lock(_statusMutex);
+    _status = std::move(status);
 }
 
-FileIndex::Coverage FileIndex::coverage() const
+IndexStatus FileIndex::status() const
 {
-    const std::lock_guard lock(_coverageMutex);
-    return _coverage;
+    IndexStatus status;
+    {
+        const std::lock_guard lock(_statusMutex);
+        status = _status;
+    }
+    const auto texts = _texts.status();
+    status.texts = {_texts.isEnabled(), texts.figures.documents, texts.figures.diskBytes,
+        texts.waiting, texts.figures.isFull};
+    if (texts.state == content::TextStatus::State::indexing)
+        status.activities.push_back({IndexStatus::Activity::Kind::readingTexts, {}});
+    return status;
+}
+
+void FileIndex::keepWithinLimits()
+{
+    const auto before = _intake;
+    _intake = intakeAfter(before, _live.memoryBytes(), 0, _limits);
+    for (const auto &line : linesAbout(before, _intake, _limits))
+        qCWarning(logIndex, "%s", qUtf8Printable(line));
+    if (_intake.takesFolders != before.takesFolders)
+        _live.setTakesFolders(_intake.takesFolders);
+}
+
+void FileIndex::setSavesPower(bool savesPower)
+{
+    _workerThrottle.setSavesPower(savesPower);
+    _textThrottle.setSavesPower(savesPower);
+    _worker.wake();
+    _texts.wake();
+}
+
+FindingReason FileIndex::whyNotFound(const QString &path, const QStringList &scopes)
+{
+    auto promise = std::make_shared<std::promise<FindingFacts>>();
+    auto answer = promise->get_future();
+    post([this, promise, bytes = standardizedPath(path)] {
+        promise->set_value(_live.findingFacts(bytes));
+    });
+    // The tables' own thread waits for no disk, but it may be ending.
+    if (answer.wait_for(std::chrono::seconds(5)) != std::future_status::ready)
+        return {};
+    auto facts = answer.get();
+    facts.scopes = scopes;
+    return index::whyNotFound(path, facts);
 }
 
 }  // namespace vellumhound::index

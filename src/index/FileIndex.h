@@ -1,10 +1,16 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include "index/CombinedSource.h"
 #include "index/CrawlPlan.h"
-#include "index/InotifySource.h"
+#include "index/FileTexts.h"
+#include "index/IndexLimits.h"
+#include "index/IndexStatus.h"
 #include "index/LiveIndex.h"
 #include "index/QueryEngine.h"
+#include "index/RecentlyUsed.h"
+#include "index/Throttle.h"
+#include "index/WhyNotFound.h"
 
 #include <QList>
 #include <QString>
@@ -27,13 +33,19 @@ struct FileIndexOptions {
     QString dataHome;       ///< XDG_DATA_HOME
     QStringList dataDirs;   ///< XDG_DATA_DIRS
     QStringList languages;  ///< for the names of applications, such as de_DE; most wanted first
-    std::function<int()> watchBudget = InotifySource::halfOfWhatTheUserMayHave;
+    QString cacheFolder;    ///< XDG_CACHE_HOME/vellumhound; empty: nothing is kept on disk
+    std::function<int()> inotifyBudget = InotifySource::halfOfWhatTheUserMayHave;
+    std::function<int()> fanotifyBudget = FanotifySource::halfOfWhatTheUserMayHave;
+    std::optional<std::uint64_t> mostMemoryBytes;  ///< for names; absent: by the machine's memory
+    std::function<PressureReading()> readPressure = [] { return index::readPressure(); };
     LiveIndexOptions live;
+    FileTexts::Options texts;  ///< but for its folder, which is in `cacheFolder`
 };
 
 /// The live index of files and applications. Owns three threads: one that keeps the tables equal to
-/// the disk, one of the lowest priority that reads folders for it, one that answers queries. None
-/// of them runs while nothing happens.
+/// the disk, one of the lowest priority that reads folders for it, one that answers queries; a
+/// fourth, of the lowest priority as well, where texts are searched. None of them runs while
+/// nothing happens.
 ///
 /// Made by the composition root; main thread; outlives its queries.
 class FileIndex {
@@ -47,15 +59,26 @@ public:
     /// includes again. Verdicts on single results are the query's.
     void setPathRules(const QList<Rule> &rules);
 
-    /// How much of the disk is covered, and how.
-    struct Coverage {
-        std::uint64_t names = 0;
-        std::size_t watchedFolders = 0;
-        std::size_t sweptFolders = 0;
-        std::size_t memoryBytes = 0;
-        bool isCrawling = false;
-    };
-    Coverage coverage() const;
+    /// Whether what stands in files is searched, too. Off until somebody says so; then nothing of
+    /// it is kept.
+    void setSearchesTexts(bool areTextsSearched);
+    content::TextStatus textStatus() const { return _texts.status(); }
+
+    /// A search is likely soon: what it reads is brought into memory. Does not wait.
+    void prepare();
+
+    /// Something was opened: it ranks before what has not been used, from the next run on. Any
+    /// thread; returns at once.
+    void noteUse(const QString &path);
+
+    /// Whether the machine is to use little power: then what nobody waits for rests.
+    void setSavesPower(bool savesPower);
+
+    /// What is covered and done, as it was a moment ago. Any thread.
+    IndexStatus status() const;
+    /// Why a query with these scopes does not give the entry at `path`. Asks the disk, so it may
+    /// take as long as that does; any thread but the main one.
+    FindingReason whyNotFound(const QString &path, const QStringList &scopes);
 
     // For IndexQuery.
     void startRun(const std::shared_ptr<QueryRun> &run, const QStringList &scopes);
@@ -66,13 +89,22 @@ private:
     /// Runs `command` on the thread of the tables. Its number.
     std::uint64_t post(std::function<void()> command);
     void wakeLive() const;
-    void noteCoverage();
+    void noteStatus();
+    void keepWithinLimits();
+    void catchUpWithTexts();
 
     PublishedView _published;
     int _wakeDescriptor = -1;
-    InotifySource _source;
+    CombinedSource _source;
+    Throttle _workerThrottle;
+    Throttle _textThrottle;
     Worker _worker;
     LiveIndex _live;
+    const IndexLimits _limits;
+    Intake _intake;  // of the thread of the tables
+    FileTexts _texts;
+    RecentlyUsed _recentlyUsed;
+    std::atomic<bool> _isUseUnsaved = false;  // and the worker has been told
     QueryEngine _engine;
 
     std::mutex _mutex;  // guards the commands
@@ -81,9 +113,14 @@ private:
     std::atomic<std::uint64_t> _doneCommands = 0;
     std::atomic<bool> _isStopped = false;
     std::map<std::string, std::uint64_t> _scopeCommands;  // which command made a scope known
+    // Of the thread of the tables.
+    bool _areTextsBehind = false;  // entries may have come that the texts were not told of
+    bool _isCatchingUp = false;
+    bool _isCoverageToTell = false;  // to the log, once all is known
+    QString _toldCoverage;
 
-    mutable std::mutex _coverageMutex;
-    Coverage _coverage;
+    mutable std::mutex _statusMutex;
+    IndexStatus _status;
 
     std::thread _workerThread;
     std::thread _engineThread;

@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cerrno>
 #include <climits>
 #include <cstring>
 #include <ctime>
@@ -67,7 +68,7 @@ void readEntries(int folder, FolderListing &listing)
     for (;;) {
         const long length = ::syscall(SYS_getdents64, folder, buffer.data(), buffer.size());
         if (length < 0)
-            listing.isRead = false;
+            listing.error = errno;
         if (length <= 0)
             return;
         for (std::size_t at = 0; at < std::size_t(length);) {
@@ -77,25 +78,56 @@ void readEntries(int folder, FolderListing &listing)
                 &recordLength, record + offsetof(DirectoryRecord, length), sizeof recordLength);
             at += recordLength;
             const char *name = record + nameOffset;
-            if (name[0] == '.')  // this and the parent folder, and what is hidden
+            if (!isIndexedName(name))
                 continue;
             const auto type = std::uint8_t(record[offsetof(DirectoryRecord, type)]);
             const auto nameLength = std::strlen(name);
+            std::uint64_t inode = 0;
+            std::memcpy(&inode, record + offsetof(DirectoryRecord, inode), sizeof inode);
             listing.entries.push_back({std::uint32_t(listing.names.size()),
-                std::uint16_t(nameLength), kindOf(folder, type, name)});
+                std::uint16_t(nameLength), kindOf(folder, type, name), std::uint32_t(inode)});
             listing.names.append(name, nameLength);
         }
     }
 }
 
-std::int64_t reliableTime(const struct stat &status)
+template <class Time> std::int64_t nanoseconds(const Time &time)
+{
+    return std::int64_t(time.tv_sec) * nanosecondsPerSecond + time.tv_nsec;
+}
+
+/// The later of both times: anybody can set the one for the contents, also to one in the future.
+std::int64_t reliableTime(const struct statx &status)
 {
     timespec now{};
     ::clock_gettime(CLOCK_REALTIME_COARSE, &now);
-    const auto time =
-        std::int64_t(status.st_mtim.tv_sec) * nanosecondsPerSecond + status.st_mtim.tv_nsec;
-    const auto current = std::int64_t(now.tv_sec) * nanosecondsPerSecond + now.tv_nsec;
+    const auto current = nanoseconds(now);
+    const auto contents = nanoseconds(status.stx_mtime);
+    const auto entry = nanoseconds(status.stx_ctime);
+    const auto time = contents > current ? entry : std::max(contents, entry);
     return time > current - clockTick ? 0 : time;
+}
+
+bool describe(int folder, struct statx &status)
+{
+    constexpr unsigned wanted = STATX_BASIC_STATS | STATX_BTIME;
+    return ::statx(folder, "", AT_EMPTY_PATH, wanted, &status) == 0;
+}
+
+/// Numbers of files are used again, but not with the same time of birth.
+std::uint64_t identityOf(const struct statx &status)
+{
+    constexpr std::uint64_t spread = 0x9E3779B97F4A7C15;
+    const auto device = std::uint64_t(status.stx_dev_major) << 32 | status.stx_dev_minor;
+    const auto birth = std::uint64_t(nanoseconds(status.stx_btime));
+    const auto rest = (device * spread + birth) * spread;
+    const auto identity = std::uint64_t(std::uint32_t(status.stx_ino)) << 32 | rest >> 32;
+    return identity == 0 ? 1 : identity;
+}
+
+std::uint32_t seconds(const timespec &time)
+{
+    return std::uint32_t(std::clamp<std::int64_t>(time.tv_sec, 0, UINT32_MAX));
 }
 
 /// An open descriptor that is closed at the end of its scope.
@@ -130,8 +162,10 @@ int openLongPrefix(std::string_view &path)
     Descriptor folder(AT_FDCWD);
     while (path.size() > mostAtOnce) {
         const auto slash = path.rfind('/', mostAtOnce - 1);
-        if (slash == std::string_view::npos || slash == 0)
+        if (slash == std::string_view::npos || slash == 0) {
+            errno = ENAMETOOLONG;
             return -1;
+        }
         const std::string part(path.substr(0, slash));
         const int next = ::openat(folder.number(), part.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC);
         folder.reset(next);
@@ -154,39 +188,79 @@ int openFolder(const std::string &path, bool followsLink)
     return ::openat(from.number(), std::string(rest).c_str(), flags);
 }
 
+bool FolderListing::isMissing() const
+{
+    return error == ENOENT || error == ENOTDIR || error == ELOOP;
+}
+
 FolderListing listFolder(const std::string &path, const ListingOptions &options)
 {
+    const auto start = std::chrono::steady_clock::now();
     FolderListing listing;
     const Descriptor folder(openFolder(path, options.followsLink));
-    if (folder.number() < 0)
+    if (folder.number() < 0) {
+        listing.error = errno;
         return listing;
+    }
     // Before the folder is read: what comes meanwhile is then either seen or told.
-    if (options.watchBy)
-        listing.watch = options.watchBy->watch(folder.number(), ChangeSource::Interest::names);
-    struct stat status {};
-    if (::fstat(folder.number(), &status) != 0)
+    if (options.watchBy) {
+        listing.watch = options.watchBy->watch(folder.number(), ChangeSource::Interest::contents);
+        listing.isWatchRefused = listing.watch < 0;
+    }
+    struct statx status {};
+    if (!describe(folder.number(), status)) {
+        listing.error = errno;
         return listing;
+    }
     listing.time = reliableTime(status);
-    listing.isRead = true;
-    if (options.knownTime != 0 && options.knownTime == listing.time) {
+    listing.identity = identityOf(status);
+    const bool isSame = options.knownIdentity == 0 || options.knownIdentity == listing.identity;
+    if (isSame && options.knownTime != 0 && options.knownTime == listing.time) {
         listing.isUnchanged = true;
         return listing;
     }
     readEntries(folder.number(), listing);
     std::sort(listing.entries.begin(), listing.entries.end(),
         [&](const auto &a, const auto &b) { return listing.nameOf(a) < listing.nameOf(b); });
+    listing.took = std::chrono::steady_clock::now() - start;
     return listing;
 }
 
-EntryState stateOfEntry(const std::string &path)
+bool isIndexedName(std::string_view name)
 {
+    return !name.empty() && name.front() != '.';
+}
+
+bool OpenFolder::open(const std::string &path, bool followsLink, std::uint64_t identity)
+{
+    close();
     std::string_view rest(path);
-    const Descriptor from(openLongPrefix(rest));
+    Descriptor from(openLongPrefix(rest));
+    if (from.number() == -1)
+        return false;
+    const int flags = O_PATH | O_DIRECTORY | O_CLOEXEC | (followsLink ? 0 : O_NOFOLLOW);
+    _descriptor = ::openat(from.number(), std::string(rest).c_str(), flags);
+    if (_descriptor < 0 || identity == 0)
+        return _descriptor >= 0;
+    struct statx status {};
+    const bool isIt = describe(_descriptor, status) && identityOf(status) == identity;
+    if (!isIt)
+        close();
+    return isIt;
+}
+
+void OpenFolder::close()
+{
+    if (_descriptor >= 0)
+        ::close(std::exchange(_descriptor, -1));
+}
+
+EntryState OpenFolder::stateOf(const std::string &name) const
+{
     struct stat status {};
-    if (from.number() == -1 ||
-        ::fstatat(from.number(), std::string(rest).c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0)
+    if (::fstatat(_descriptor, name.c_str(), &status, AT_SYMLINK_NOFOLLOW | AT_NO_AUTOMOUNT) != 0)
         return {};
-    return {true, kindOfMode(status.st_mode)};
+    return {true, kindOfMode(status.st_mode), seconds(status.st_mtim)};
 }
 
 }  // namespace vellumhound::index

@@ -4,6 +4,7 @@
 #include "index/ChangeSource.h"
 #include "index/NameBlock.h"
 
+#include <chrono>
 #include <cstdint>
 #include <string>
 #include <string_view>
@@ -17,12 +18,18 @@ struct FolderListing {
         std::uint32_t start = 0;  ///< of the name, in `names`
         std::uint16_t length = 0;
         EntryKind kind = EntryKind::other;
+        std::uint32_t inode = 0;  ///< the lower half of its number
     };
 
-    bool isRead = false;       ///< false: it is not there, no folder, or not to be read
-    bool isUnchanged = false;  ///< its time is the one that was known, so it was not read
+    /// 0: read whole; else why not (errno). ENOENT, ENOTDIR and ELOOP: there is no such folder.
+    int error = 0;
+    bool isWatchRefused = false;  ///< the source was asked and gave none
+    bool isUnchanged = false;     ///< its time is the one that was known, so it was not read
     int watch = ChangeSource::noWatch;
-    std::int64_t time = 0;  ///< change time in nanoseconds; 0 if it cannot be relied upon
+    std::int64_t time = 0;  ///< of its last change, in nanoseconds; 0 if it cannot be relied upon
+    /// Tells it from any other folder of this run; 0: unknown. See inodeOf().
+    std::uint64_t identity = 0;
+    std::chrono::nanoseconds took{};  ///< how long reading it took
     std::string names;
     std::vector<Entry> entries;  ///< by name
 
@@ -30,12 +37,21 @@ struct FolderListing {
     {
         return std::string_view(names).substr(entry.start, entry.length);
     }
+    bool isRead() const { return error == 0; }
+    bool isMissing() const;
 };
+
+/// The lower half of the number of a folder with this identity.
+inline std::uint32_t inodeOf(std::uint64_t identity)
+{
+    return std::uint32_t(identity >> 32);
+}
 
 struct ListingOptions {
     ChangeSource *watchBy = nullptr;  ///< watches the folder before it is read
     bool followsLink = false;         ///< `path` itself may be a link
     std::int64_t knownTime = 0;       ///< a folder that still has this time is not read; 0: read it
+    std::uint64_t knownIdentity = 0;  ///< a folder that has another one is read in any case
 };
 
 /// Reads the folder at `path`, of any length. Blocks for as long as the disk takes; any thread.
@@ -45,8 +61,30 @@ FolderListing listFolder(const std::string &path, const ListingOptions &options)
 struct EntryState {
     bool exists = false;
     EntryKind kind = EntryKind::other;
+    std::uint32_t changeTime = 0;  ///< of its contents, in seconds since 1970; 0 if before
 };
-EntryState stateOfEntry(const std::string &path);
+
+/// A folder held open to look at its entries, whatever path it has meanwhile. One thread.
+class OpenFolder {
+public:
+    OpenFolder() = default;
+    ~OpenFolder() { close(); }
+    OpenFolder(const OpenFolder &) = delete;
+    OpenFolder &operator=(const OpenFolder &) = delete;
+
+    /// False if there is no folder at `path`, or another one than `identity` says (0: any will do).
+    bool open(const std::string &path, bool followsLink, std::uint64_t identity);
+    void close();
+    /// What stands in the open folder, links not followed.
+    EntryState stateOf(const std::string &name) const;
+
+private:
+    int _descriptor = -1;
+};
+
+/// Whether an entry of this name is in the index, wherever it is met: in a listing, by a change or
+/// by a check. Hidden ones are not. Which folders are entered is the crawl plan's.
+bool isIndexedName(std::string_view name);
 
 /// An open descriptor of the folder at `path`, of any length, or -1.
 int openFolder(const std::string &path, bool followsLink);

@@ -6,9 +6,9 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <climits>
-#include <cstdlib>
+#include <string_view>
 #include <sys/stat.h>
+#include <vector>
 
 namespace vellumhound::index {
 
@@ -23,32 +23,59 @@ const Application *applicationAt(const IndexView &view, const std::string &path)
     return found == view.applications->end() ? nullptr : &*found;
 }
 
-/// The name of what a link leads to.
-QString targetName(const std::string &path)
+std::string_view lastComponent(const std::string &path)
 {
-    const std::unique_ptr<char, void (*)(void *)> real(
-        ::realpath(path.c_str(), nullptr), std::free);
-    return base::lastPathComponent(base::pathFromBytes(real ? real.get() : path.c_str()));
+    return std::string_view(path).substr(path.rfind('/') + 1);
+}
+
+std::optional<base::UTType> typeByName(std::string_view path)
+{
+    return base::UTType::forFileName(base::pathFromBytes(path));
+}
+
+/// Kind and size of what a link leads to, in so far as that can be looked at without waiting.
+void describeTarget(const std::string &path, const std::vector<Mount> &slowMounts, IndexItem &item)
+{
+    const auto target = resolvePath(slowMounts, path);
+    struct stat status {};
+    if (target.hangs) {
+        item.contentType = typeByName(lastComponent(target.path));
+    } else if (::stat(path.c_str(), &status) != 0) {
+        item.contentType = base::UTType::symlink();
+    } else if (S_ISDIR(status.st_mode)) {
+        item.contentType = base::UTType::folder();
+    } else if (S_ISREG(status.st_mode)) {
+        item.contentType = typeByName(lastComponent(target.path));
+        item.sizeBytes = status.st_size;
+    }
 }
 
 /// Kind and size by the disk. False if there is nothing at the path.
-bool describe(const std::string &path, IndexItem &item)
+bool describe(const std::string &path, const std::vector<Mount> &slowMounts, IndexItem &item)
 {
     struct stat status {};
     if (::lstat(path.c_str(), &status) != 0)
         return errno == ENAMETOOLONG;  // found by steps, and shown with what its name tells
-    const bool isLink = S_ISLNK(status.st_mode);
-    if (isLink && ::stat(path.c_str(), &status) != 0) {
-        item.contentType = base::UTType::symlink();
-        return true;
-    }
-    if (S_ISDIR(status.st_mode)) {
+    if (S_ISLNK(status.st_mode)) {
+        describeTarget(path, slowMounts, item);
+    } else if (S_ISDIR(status.st_mode)) {
         item.contentType = base::UTType::folder();
     } else if (S_ISREG(status.st_mode)) {
-        item.contentType = base::UTType::forFileName(isLink ? targetName(path) : item.fileName);
+        item.contentType = base::UTType::forFileName(item.fileName);
         item.sizeBytes = status.st_size;
     }
     return true;
+}
+
+/// Kind by what the index knows.
+void describe(EntryKind kind, IndexItem &item)
+{
+    if (kind == EntryKind::folder)
+        item.contentType = base::UTType::folder();
+    else if (kind == EntryKind::link)
+        item.contentType = base::UTType::symlink();
+    else if (kind == EntryKind::file)
+        item.contentType = base::UTType::forFileName(item.fileName);
 }
 
 }  // namespace
@@ -84,7 +111,13 @@ std::shared_ptr<const IndexItem> readItem(const IndexView &view, RecordId record
     auto item = std::make_shared<IndexItem>();
     item->path = base::pathFromBytes(path);
     item->fileName = base::lastPathComponent(item->path);
-    if (!describe(path, *item))
+    static const std::vector<Mount> noMounts;
+    const auto &slowMounts = view.slowMounts ? *view.slowMounts : noMounts;
+    const bool isSlow =
+        mountOf(slowMounts, path) || (!isApplicationRecord(record) && view.mayHang(record));
+    if (isSlow)
+        describe(application ? EntryKind::file : view.traitsOf(record).kind(), *item);
+    else if (!describe(path, slowMounts, *item))
         return nullptr;
     if (application) {
         item->fileName = QString::fromStdString(application->name);

@@ -23,7 +23,8 @@ public:
     std::optional<qint64> sizeBytes;          ///< absent for folders and broken links
 };
 
-/// The item of an entry, read from the disk; null if it is gone. May block; any thread.
+/// The item of an entry, read from the disk; null if it is gone. On a file system that may hang
+/// nothing is read: the item says what the index knows, without a size. Any thread.
 std::shared_ptr<const IndexItem> readItem(const IndexView &view, RecordId record);
 
 }  // namespace vellumhound::index

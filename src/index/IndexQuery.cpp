@@ -2,8 +2,8 @@
 #include "index/IndexQuery.h"
 
 #include "base/NativePath.h"
-#include "index/Logging.h"
 
+#include <algorithm>
 #include <utility>
 
 namespace vellumhound::index {
@@ -35,19 +35,18 @@ bool IndexQuery::startQuery()
 {
     stopQuery();
     _results.clear();
-    QStringList texts;
+    auto run = std::make_shared<QueryRun>(_generation + 1, _handover->sender());
     for (const auto &condition : std::as_const(_predicate.anyOf)) {
         const bool isContent = condition.key == platform::NSMetadataItemTextContentKey;
-        if (isContent && !std::exchange(_hasToldOfContent, true))
-            qCInfo(logIndex, "the text of files is not indexed, names alone are searched");
-        if (!condition.text.isEmpty() && !texts.contains(condition.text))
-            texts += condition.text;
+        auto &texts = isContent ? run->contents : run->texts;
+        const auto text = base::pathToBytes(condition.text).toStdString();
+        if (!text.empty() && std::find(texts.begin(), texts.end(), text) == texts.end())
+            texts.push_back(text);
     }
-    if (texts.isEmpty() || _scopes.isEmpty())
+    if ((run->texts.empty() && run->contents.empty()) || _scopes.isEmpty())
         return false;
-    _run = std::make_shared<QueryRun>(++_generation, _handover->sender());
-    for (const auto &text : std::as_const(texts))
-        _run->texts.push_back(base::pathToBytes(text).toStdString());
+    ++_generation;
+    _run = std::move(run);
     _index.startRun(_run, _scopes);
     return true;
 }

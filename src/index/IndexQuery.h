@@ -42,7 +42,6 @@ private:
     base::NotificationCenter &_center;
     platform::MetadataPredicate _predicate;
     QStringList _scopes;
-    bool _hasToldOfContent = false;
 
     std::uint64_t _generation = 0;
     std::shared_ptr<QueryRun> _run;  // null while nothing is gathered

@@ -5,10 +5,22 @@
 
 namespace vellumhound::index {
 
+void IndexBase::setFolders(FolderTables folders)
+{
+    _own = std::move(folders);
+    firstRecords = _own.firstRecords;
+    records = _own.records;
+    parents = _own.parents;
+    subtreeEnds = _own.subtreeEnds;
+    byRecord = _own.byRecord;
+}
+
 FolderId IndexBase::folderOf(RecordId record) const
 {
-    // Of several folders that begin at one record all but the last are empty.
-    const auto behind = std::upper_bound(firstRecords.begin(), firstRecords.end(), record);
+    // Of several folders that begin at one record all but the last are empty. The entry for the end
+    // is left out, so that every number gives a folder.
+    const auto end = firstRecords.end() - 1;
+    const auto behind = std::upper_bound(firstRecords.begin(), end, record);
     return FolderId(behind - firstRecords.begin() - 1);
 }
 
@@ -21,7 +33,7 @@ FolderId IndexBase::folderFor(RecordId record) const
 
 std::size_t IndexBase::memoryBytes() const
 {
-    return names.memoryBytes() +
+    return names.memoryBytes() + (filter ? filter->memoryBytes() : 0) +
            sizeof(std::uint32_t) * (firstRecords.size() + records.size() + parents.size() +
                                        subtreeEnds.size() + byRecord.size());
 }

@@ -1,14 +1,18 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
+// long: base and tail are read side by side
 #pragma once
 
+#include "index/BlockFilter.h"
 #include "index/NameBlock.h"
 #include "index/Needle.h"
 
 #include <atomic>
 #include <cstdint>
 #include <memory>
+#include <span>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 namespace vellumhound::index {
@@ -19,14 +23,35 @@ using RecordId = std::uint32_t;
 using FolderId = std::uint32_t;
 inline constexpr std::uint32_t nothing = ~std::uint32_t(0);
 
+/// The folders of a base, by their numbers, in one column for each thing.
+struct FolderTables {
+    std::vector<RecordId> firstRecords;  ///< and one more for the end
+    std::vector<RecordId> records;       ///< what stands for the folder; a root: its root number
+    std::vector<FolderId> parents;       ///< `nothing` for a root
+    std::vector<FolderId> subtreeEnds;   ///< the first folder that is no longer below
+    std::vector<FolderId> byRecord;      ///< the folders without the roots, by `records`
+};
+
 /// The bulk of the index, in depth-first order: the entries of a folder together, by their stored
 /// names, then those of its subfolders. So what lies below a folder is one range of folders, one
 /// of records and one of bytes. Fixed once built, but for records that die.
+///
+/// The columns stand in vectors of its own or in memory that somebody else keeps.
 struct IndexBase {
     explicit IndexBase(const NameBlock::Capacity &capacity)
         : names(capacity)
     {
     }
+    /// Over tables that were checked to fit each other. `memory` keeps them.
+    IndexBase(const NameBlock::Tables &tables, std::shared_ptr<const void> memory)
+        : names(tables, std::move(memory))
+    {
+    }
+    IndexBase(const IndexBase &) = delete;
+    IndexBase &operator=(const IndexBase &) = delete;
+
+    void setFolders(FolderTables folders);
+
     std::uint32_t recordCount() const { return names.published().count; }
     std::uint32_t folderCount() const { return std::uint32_t(parents.size()); }
     FolderId folderOf(RecordId record) const;
@@ -34,13 +59,19 @@ struct IndexBase {
     FolderId folderFor(RecordId record) const;
     std::size_t memoryBytes() const;
 
+    using Column = std::span<const std::uint32_t>;
+
     NameBlock names;
-    std::vector<RecordId> firstRecords;  ///< per folder, and one more for the end
-    std::vector<RecordId> records;       ///< what stands for the folder; a root: its root number
-    std::vector<FolderId> parents;       ///< `nothing` for a root
-    std::vector<FolderId> subtreeEnds;   ///< the first folder that is no longer below
-    std::vector<FolderId> byRecord;      ///< the folders without the roots, by `records`
+    Column firstRecords;  ///< these as in FolderTables
+    Column records;
+    Column parents;
+    Column subtreeEnds;
+    Column byRecord;
     ByteFrequencies frequencies = usualFrequencies();
+    std::unique_ptr<const BlockFilter> filter;  ///< null where a scan does as well
+
+private:
+    FolderTables _own;  // empty over foreign memory
 };
 
 /// What has come in since the base was built, in the order it came. One thread appends and
@@ -67,6 +98,10 @@ public:
     FolderId addFolder(FolderId parent, RecordId record);
     void publish();
     bool kill(RecordId record) { return chunkOf(record).names.kill(slotOf(record)); }
+    void setChangeTime(RecordId record, std::uint32_t seconds)
+    {
+        chunkOf(record).names.setChangeTime(slotOf(record), seconds);
+    }
 
     // Any thread, for what is published.
     Mark mark() const;

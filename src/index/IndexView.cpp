@@ -33,6 +33,13 @@ bool hasHiddenComponent(std::string_view relativePath)
     return relativePath.starts_with('.') || relativePath.find("/.") != std::string_view::npos;
 }
 
+std::uint32_t IndexView::rootOf(FolderId folder) const
+{
+    while (parentOf(folder) != nothing)
+        folder = parentOf(folder);
+    return recordOf(folder);
+}
+
 std::string IndexView::pathOfFolder(FolderId folder) const
 {
     std::vector<std::string_view> names;
@@ -90,6 +97,15 @@ RecordId IndexView::find(FolderId folder, std::string_view name) const
             found = record;
     });
     return found;
+}
+
+RecordId IndexView::findPath(std::string_view path) const
+{
+    const auto slash = path.rfind('/');
+    if (slash == std::string_view::npos || slash + 1 == path.size())
+        return nothing;
+    const auto folder = findFolder(path.substr(0, std::max<std::size_t>(slash, 1)));
+    return folder == nothing ? nothing : find(folder, path.substr(slash + 1));
 }
 
 FolderId IndexView::findFolder(std::string_view path) const

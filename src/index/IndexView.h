@@ -3,6 +3,7 @@
 
 #include "index/DesktopEntries.h"
 #include "index/IndexTables.h"
+#include "index/MountTable.h"
 
 #include <condition_variable>
 #include <memory>
@@ -19,6 +20,7 @@ struct IndexRoot {
     std::string path;           ///< absolute, in bytes, without trailing slash but for "/"
     FolderId folder = nothing;  ///< `nothing` once the root is no longer wanted
     bool isCrawled = false;     ///< its first crawl is done
+    bool mayHang = false;       ///< lies on one of the view's slow mounts
 
     bool operator==(const IndexRoot &) const = default;
 };
@@ -31,6 +33,9 @@ struct IndexView {
     std::vector<IndexRoot> roots;  ///< by root number
     std::shared_ptr<const ApplicationTable> applications;
     bool hasApplications = false;  ///< they have been read once
+    /// Mounts that may cease to answer; absent if there are none. A thread that somebody waits for
+    /// reads nothing there.
+    std::shared_ptr<const std::vector<Mount>> slowMounts;
 
     bool isInBase(RecordId record) const { return record < tail->firstRecord(); }
     const NameBlock &namesOf(RecordId record) const
@@ -42,6 +47,11 @@ struct IndexView {
         return isInBase(record) ? record : tail->slotOf(record);
     }
     Traits traitsOf(RecordId record) const { return namesOf(record).traits(slotOf(record)); }
+    /// When the entry's contents last changed, in seconds since 1970; 0 while unknown.
+    std::uint32_t changeTimeOf(RecordId record) const
+    {
+        return namesOf(record).changeTime(slotOf(record));
+    }
     bool isDead(RecordId record) const { return namesOf(record).isDead(slotOf(record)); }
     std::string_view nameOf(RecordId record) const
     {
@@ -64,6 +74,10 @@ struct IndexView {
     {
         return folder < tail->firstFolder() ? base->records[folder] : tail->recordOf(folder);
     }
+    /// The number of the root above a folder.
+    std::uint32_t rootOf(FolderId folder) const;
+    /// Whether the entry lies on a file system that may cease to answer.
+    bool mayHang(RecordId record) const { return roots[rootOf(folderOf(record))].mayHang; }
     std::string pathOfFolder(FolderId folder) const;
     std::string pathOf(RecordId record) const;
     /// The live entry of this name, by its own bytes, in the folder's run of the base.
@@ -71,6 +85,8 @@ struct IndexView {
     /// The live entry of this name; also looks through all of the tail, which takes a while while
     /// the tail is long.
     RecordId find(FolderId folder, std::string_view name) const;
+    /// The live entry at an absolute path; as costly as find().
+    RecordId findPath(std::string_view path) const;
     /// The folder at an absolute path, if it has been crawled as a folder.
     FolderId findFolder(std::string_view path) const;
 };

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
+// long: all that writes the tables stands together, since each part must keep the others right
 #include "index/IndexWriter.h"
 
 #include "base/Fold.h"
@@ -23,7 +24,7 @@ IndexWriter::IndexWriter(PublishedView &published)
 {
     auto view = std::make_shared<IndexView>();
     view->base = std::make_shared<IndexBase>(NameBlock::Capacity{});
-    view->base->firstRecords.push_back(0);
+    view->base->setFolders({{0}, {}, {}, {}, {}});
     view->tail = std::make_shared<IndexTail>(0, 0);
     view->applications = std::make_shared<const ApplicationTable>();
     _view = std::move(view);
@@ -37,11 +38,53 @@ void IndexWriter::publish()
         _published.publish(_view);
 }
 
+void IndexWriter::adopt(std::shared_ptr<IndexBase> base, std::vector<IndexRoot> roots,
+    std::vector<std::int64_t> folderTimes)
+{
+    Q_ASSERT(_view->roots.empty() && folderTimes.size() == base->folderCount());
+    auto view = changedView();
+    view->tail = std::make_shared<IndexTail>(base->recordCount(), FolderId(base->folderCount()));
+    view->base = std::move(base);
+    view->roots = std::move(roots);
+    _watches.assign(folderTimes.size(), ChangeSource::noWatch);
+    _identities.assign(folderTimes.size(), 0);
+    _times = std::move(folderTimes);
+    _view = std::move(view);
+    publish();
+}
+
+void IndexWriter::forgetAll(const std::function<void(int)> &unwatch)
+{
+    Q_ASSERT(!_isCompacting);
+    publish();
+    auto view = changedView();
+    const auto mark = view->tail->mark();
+    const auto end = view->tail->firstRecordOf(mark.chunk) + mark.extent.count;
+    view->base = std::make_shared<IndexBase>(NameBlock::Capacity{});
+    view->base->setFolders({{0}, {}, {}, {}, {}});
+    view->tail = std::make_shared<IndexTail>(end, folderEnd());
+    for (auto &root : view->roots)
+        root.folder = nothing;
+    _view = std::move(view);
+    _watches.assign(_watches.size(), gone);
+    for (const auto &[watch, folder] : std::exchange(_folderOfWatch, {}))
+        unwatch(watch);
+    _folderFor.clear();
+    _runs.clear();
+    _added.clear();
+    _tailCount = 0;
+    _deadCount = 0;
+    _addedCount = 0;
+    ++_changeCount;
+    publish();
+}
+
 std::uint32_t IndexWriter::addRoot(const std::string &path)
 {
+    ++_changeCount;
     auto view = changedView();
     const auto root = std::uint32_t(view->roots.size());
-    view->roots.push_back({path, registerFolder(nothing, root), false});
+    view->roots.push_back({path, registerFolder(nothing, root), false, false});
     _view = std::move(view);
     return root;
 }
@@ -50,6 +93,7 @@ void IndexWriter::removeRoot(std::uint32_t root)
 {
     auto view = changedView();
     view->roots[root].folder = nothing;
+    ++_changeCount;
     _view = std::move(view);
 }
 
@@ -57,6 +101,22 @@ void IndexWriter::setRootCrawled(std::uint32_t root)
 {
     auto view = changedView();
     view->roots[root].isCrawled = true;
+    _view = std::move(view);
+}
+
+void IndexWriter::setRootMayHang(std::uint32_t root, bool mayHang)
+{
+    if (_view->roots[root].mayHang == mayHang)
+        return;
+    auto view = changedView();
+    view->roots[root].mayHang = mayHang;
+    _view = std::move(view);
+}
+
+void IndexWriter::setSlowMounts(std::vector<Mount> mounts)
+{
+    auto view = changedView();
+    view->slowMounts = std::make_shared<const std::vector<Mount>>(std::move(mounts));
     _view = std::move(view);
 }
 
@@ -70,9 +130,7 @@ void IndexWriter::setApplications(ApplicationTable applications)
 
 std::uint32_t IndexWriter::rootOf(FolderId folder) const
 {
-    while (_view->parentOf(folder) != nothing)
-        folder = _view->parentOf(folder);
-    return _view->recordOf(folder);
+    return _view->rootOf(folder);
 }
 
 RecordId IndexWriter::find(FolderId folder, std::string_view name) const
@@ -153,6 +211,7 @@ RecordId IndexWriter::append(FolderId folder, std::string_view name, Traits trai
                                 : _view->tail->append(folder, name, base::fold(name), traits);
     if (record != nothing)
         ++_tailCount;
+    ++_changeCount;
     return record;
 }
 
@@ -193,11 +252,26 @@ void IndexWriter::addAll(FolderId folder, const FolderListing &listing,
         onFolder(record, *entry);
 }
 
+void IndexWriter::setChangeTime(RecordId record, std::uint32_t seconds)
+{
+    if (_view->changeTimeOf(record) == seconds)
+        return;
+    ++_changeCount;
+    if (_view->isInBase(record))
+        _view->base->names.setChangeTime(record, seconds);
+    else
+        _view->tail->setChangeTime(record, seconds);
+    // The new base may have taken over the older time already.
+    if (_isCompacting)
+        _datedMeanwhile.emplace_back(record, seconds);
+}
+
 FolderId IndexWriter::registerFolder(FolderId parent, RecordId record)
 {
     const auto folder = _view->tail->addFolder(parent, record);
     _watches.push_back(ChangeSource::noWatch);
     _times.push_back(0);
+    _identities.push_back(0);
     return folder;
 }
 
@@ -245,6 +319,7 @@ void IndexWriter::kill(RecordId record)
     if (!wasIn)
         return;
     ++_deadCount;
+    ++_changeCount;
     if (_isCompacting)
         _killedMeanwhile.push_back(record);
 }
@@ -283,6 +358,84 @@ void IndexWriter::removeFolder(FolderId top, const std::function<void(int)> &unw
     }
 }
 
+void IndexWriter::clearFolder(FolderId folder, const std::function<void(int)> &unwatch)
+{
+    for (const auto record : entriesOf(folder))
+        remove(record, unwatch);
+    _runs.erase(folder);
+    _added.erase(folder);
+}
+
+std::vector<RecordId> IndexWriter::copyEntries(FolderId from, FolderId to)
+{
+    auto entries = entriesOf(from);
+    std::sort(entries.begin(), entries.end(),
+        [this](RecordId a, RecordId b) { return _view->nameOf(a) < _view->nameOf(b); });
+    const auto below = traitsBelow(to);
+    auto &runs = _runs[to];
+    for (const auto entry : entries) {
+        const auto kind = _view->traitsOf(entry).kind();
+        const auto record =
+            append(to, _view->nameOf(entry), Traits::of(kind, below.depth(), below.isNoise()));
+        if (record == nothing)
+            break;
+        if (!runs.empty() && runs.back().first + runs.back().count == record)
+            ++runs.back().count;
+        else
+            runs.push_back({record, 1});
+        setChangeTime(record, _view->changeTimeOf(entry));
+        const auto folder = kind == EntryKind::folder ? folderFor(entry) : nothing;
+        if (folder != nothing)
+            addFolder(record);
+    }
+    return entries;
+}
+
+RecordId IndexWriter::moveFolder(FolderId top, FolderId parent, std::string_view name,
+    const std::function<void(FolderId, FolderId)> &moved)
+{
+    const auto time = _view->changeTimeOf(_view->recordOf(top));
+    const auto moving = add(parent, name, EntryKind::folder);
+    if (moving == nothing)
+        return nothing;
+    setChangeTime(moving, time);
+    std::vector<std::pair<FolderId, FolderId>> folders{{top, addFolder(moving)}};
+    std::vector<RecordId> old;
+    for (std::size_t i = 0; i < folders.size(); ++i) {
+        const auto [from, to] = folders[i];
+        for (const auto entry : copyEntries(from, to)) {
+            old.push_back(entry);
+            if (_view->traitsOf(entry).kind() != EntryKind::folder)
+                continue;
+            const auto below = folderFor(entry);
+            const auto copy = below == nothing ? nothing : find(to, _view->nameOf(entry));
+            if (copy != nothing)
+                folders.emplace_back(below, folderFor(copy));
+        }
+    }
+    // A search that begins now finds both, one that began before finds the old ones to the last.
+    _view->tail->publish();
+    for (const auto &[from, to] : folders) {
+        auto watch = std::exchange(_watches[from], gone);
+        // Another place may have been found to be this watch's meanwhile.
+        if (folderOfWatch(watch) == from)
+            _folderOfWatch.erase(watch);
+        else
+            watch = ChangeSource::noWatch;
+        setWatch(to, watch);
+        _times[to] = _times[from];
+        _identities[to] = _identities[from];
+        _runs.erase(from);
+        _added.erase(from);
+        moved(from, to);
+    }
+    _movedCount = old.size() + 1;
+    kill(_view->recordOf(top));
+    for (const auto record : old)
+        kill(record);
+    return moving;
+}
+
 void IndexWriter::setWatch(FolderId folder, int watch)
 {
     const auto known = _folderOfWatch.find(_watches[folder]);
@@ -304,14 +457,27 @@ std::uint32_t IndexWriter::unsettledCount() const
     return _tailCount + _deadCount;
 }
 
-std::function<CompactedIndex()> IndexWriter::beginCompaction()
+std::function<CompactedIndex()> IndexWriter::beginCompaction(std::uint32_t filterFrom)
 {
     publish();
     _isCompacting = true;
     _compactedTo = _view->tail->mark();
     _killedMeanwhile.clear();
-    return [view = _view, mark = _compactedTo, end = _view->tail->folderEnd()] {
-        return compact(*view, mark, end);
+    _datedMeanwhile.clear();
+    return [view = _view, mark = _compactedTo, end = _view->tail->folderEnd(), times = _times,
+               filterFrom] {
+        auto compacted = compact(*view, mark, end, filterFrom);
+        compacted.folderTimes.resize(compacted.base->folderCount());
+        for (FolderId folder = 0; folder < end; ++folder) {
+            if (compacted.newFolders[folder] != nothing)
+                compacted.folderTimes[compacted.newFolders[folder]] = times[folder];
+        }
+        compacted.roots = view->roots;
+        for (auto &root : compacted.roots) {
+            if (root.folder != nothing)
+                root.folder = compacted.newFolders[root.folder];
+        }
+        return compacted;
     };
 }
 
@@ -328,8 +494,10 @@ void IndexWriter::finishCompaction(
 
     const auto oldWatches = std::exchange(_watches, {});
     const auto oldTimes = std::exchange(_times, {});
+    const auto oldIdentities = std::exchange(_identities, {});
     _watches.assign(view->base->folderCount(), ChangeSource::noWatch);
     _times.assign(view->base->folderCount(), 0);
+    _identities.assign(view->base->folderCount(), 0);
     _folderFor.clear();
     _runs.clear();
     _added.clear();
@@ -340,6 +508,10 @@ void IndexWriter::finishCompaction(
     for (const auto record : std::exchange(_killedMeanwhile, {})) {
         if (record < compacted.newRecords.size() && compacted.newRecords[record] != nothing)
             kill(compacted.newRecords[record]);
+    }
+    for (const auto &[record, seconds] : std::exchange(_datedMeanwhile, {})) {
+        if (record < compacted.newRecords.size() && compacted.newRecords[record] != nothing)
+            setChangeTime(compacted.newRecords[record], seconds);
     }
 
     // What was appended meanwhile follows in its order: a folder's entry stands before the entries
@@ -367,6 +539,8 @@ void IndexWriter::finishCompaction(
         const auto parent = newFolder(old->folderOf(record));
         if (parent != nothing)
             records[record] = add(parent, old->nameOf(record), old->traitsOf(record).kind());
+        if (records[record] != nothing)
+            setChangeTime(records[record], old->changeTimeOf(record));
     });
 
     _folderOfWatch.clear();
@@ -380,6 +554,7 @@ void IndexWriter::finishCompaction(
         }
         setWatch(now, oldWatches[folder]);
         _times[now] = oldTimes[folder];
+        _identities[now] = oldIdentities[folder];
         moved(folder, now);
     }
     for (auto &root : view->roots) {
@@ -393,7 +568,8 @@ std::size_t IndexWriter::memoryBytes() const
 {
     constexpr std::size_t node = 40;  // of a hash table, bucket included
     auto bytes = _view->base->memoryBytes() + _view->tail->memoryBytes();
-    bytes += _watches.capacity() * sizeof(int) + _times.capacity() * sizeof(std::int64_t);
+    bytes += _watches.capacity() * sizeof(int) +
+             (_times.capacity() + _identities.capacity()) * sizeof(std::int64_t);
     bytes += node * (_folderOfWatch.size() + _folderFor.size() + 2 * _runs.size());
     return bytes + node * (2 * _added.size() + _addedCount);
 }

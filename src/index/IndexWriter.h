@@ -12,6 +12,7 @@
 #include <string>
 #include <string_view>
 #include <unordered_map>
+#include <utility>
 #include <vector>
 
 namespace vellumhound::index {
@@ -29,9 +30,18 @@ public:
     /// Lets readers see what has been written since the last call.
     void publish();
 
+    /// Takes a base over with its roots, as the first thing. `folderTimes` by folder.
+    void adopt(std::shared_ptr<IndexBase> base, std::vector<IndexRoot> roots,
+        std::vector<std::int64_t> folderTimes);
+    /// Forgets every entry and root at once, without looking at any. Numbers given so far stay
+    /// valid and stand for what is gone. Not during a compaction.
+    void forgetAll(const std::function<void(int)> &unwatch);
+
     std::uint32_t addRoot(const std::string &path);
     void removeRoot(std::uint32_t root);
     void setRootCrawled(std::uint32_t root);
+    void setRootMayHang(std::uint32_t root, bool mayHang);
+    void setSlowMounts(std::vector<Mount> mounts);
     void setApplications(ApplicationTable applications);
     /// The number of the root above a folder.
     std::uint32_t rootOf(FolderId folder) const;
@@ -55,6 +65,19 @@ public:
     FolderId addFolder(RecordId record);
     /// Takes a folder out with all below it, but leaves the entry that stands for it.
     void removeFolder(FolderId folder, const std::function<void(int)> &unwatch);
+    /// Takes the entry of a folder out, but leaves the folder in, to be moved or removed.
+    void detachFolder(FolderId folder) { kill(_view->recordOf(folder)); }
+    /// Hangs a folder with all that is known below it, watches and times included, into `parent`.
+    /// Its new entry; `nothing` if the tables are full. `moved` gets each folder's old and new
+    /// number. Readers find everything, at the old place or at the new one, at any moment.
+    RecordId moveFolder(FolderId folder, FolderId parent, std::string_view name,
+        const std::function<void(FolderId, FolderId)> &moved);
+    /// How many names the last moveFolder() has taken along.
+    std::size_t movedCount() const { return _movedCount; }
+    /// Takes out what is below a folder, which itself stays.
+    void clearFolder(FolderId folder, const std::function<void(int)> &unwatch);
+    /// When the entry's contents last changed, in seconds since 1970.
+    void setChangeTime(RecordId record, std::uint32_t seconds);
     /// The live entries of a folder, in no order.
     std::vector<RecordId> entriesOf(FolderId folder) const;
     bool isEmpty(FolderId folder) const { return entriesOf(folder).empty(); }
@@ -65,12 +88,18 @@ public:
     FolderId folderOfWatch(int watch) const;
     std::int64_t timeOf(FolderId folder) const { return _times[folder]; }
     void setTime(FolderId folder, std::int64_t time) { _times[folder] = time; }
+    /// Tells the folder from others that stand at its path; 0: unknown.
+    std::uint64_t identityOf(FolderId folder) const { return _identities[folder]; }
+    void setIdentity(FolderId folder, std::uint64_t identity) { _identities[folder] = identity; }
 
+    /// Rises with everything that a new base would hold otherwise than the last.
+    std::uint64_t changeCount() const { return _changeCount; }
     /// Entries appended or dead since the last compaction.
     std::uint32_t unsettledCount() const;
     /// Begins a compaction: what to run on another thread. Until finishCompaction() kills are
-    /// noted.
-    std::function<CompactedIndex()> beginCompaction();
+    /// noted. A base of `filterFrom` names gets a filter.
+    std::function<CompactedIndex()> beginCompaction(
+        std::uint32_t filterFrom = BlockFilter::usualLeast);
     bool isCompacting() const { return _isCompacting; }
     /// Swaps the new base in with everything that changed meanwhile. All folder and record numbers
     /// change: nobody may hold any. `moved` gets each surviving folder's old and new number.
@@ -95,6 +124,7 @@ private:
 
     RecordId append(FolderId folder, std::string_view name, Traits traits);
     Traits traitsBelow(FolderId folder) const;
+    std::vector<RecordId> copyEntries(FolderId from, FolderId to);
     FolderId registerFolder(FolderId parent, RecordId record);
     std::shared_ptr<IndexView> changedView() const { return std::make_shared<IndexView>(*_view); }
     void kill(RecordId record);
@@ -105,6 +135,7 @@ private:
     // By folder number.
     std::vector<int> _watches;
     std::vector<std::int64_t> _times;
+    std::vector<std::uint64_t> _identities;
     std::unordered_map<int, FolderId> _folderOfWatch;
     // Of the tail alone, until the next compaction.
     std::unordered_map<RecordId, FolderId> _folderFor;
@@ -113,10 +144,13 @@ private:
     std::uint32_t _tailCount = 0;
     std::uint32_t _deadCount = 0;
     std::uint32_t _addedCount = 0;  // in `_added`
+    std::size_t _movedCount = 0;
+    std::uint64_t _changeCount = 0;
 
     bool _isCompacting = false;
     IndexTail::Mark _compactedTo;
     std::vector<RecordId> _killedMeanwhile;
+    std::vector<std::pair<RecordId, std::uint32_t>> _datedMeanwhile;
 };
 
 }  // namespace vellumhound::index

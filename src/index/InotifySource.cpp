@@ -1,9 +1,10 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "index/InotifySource.h"
 
+#include <algorithm>
 #include <array>
-#include <fstream>
 #include <sys/inotify.h>
+#include <sys/stat.h>
 #include <unistd.h>
 #include <utility>
 
@@ -20,10 +21,19 @@ Change changeOf(const inotify_event &event)
     change.watch = event.wd;
     if ((event.mask & IN_Q_OVERFLOW) != 0)
         change.kind = Change::Kind::lost;
-    else if ((event.mask & (IN_DELETE_SELF | IN_MOVE_SELF | IN_UNMOUNT | IN_IGNORED)) != 0)
+    else if ((event.mask & (IN_DELETE_SELF | IN_UNMOUNT | IN_IGNORED)) != 0)
         change.kind = Change::Kind::folderGone;
-    else if (event.len > 0)
+    else if ((event.mask & IN_MOVE_SELF) != 0)
+        change.kind = Change::Kind::folderMoved;
+    else if ((event.mask & IN_MOVED_FROM) != 0)
+        change.kind = Change::Kind::movedAway;
+    else if ((event.mask & IN_MOVED_TO) != 0)
+        change.kind = Change::Kind::movedHere;
+    else if ((event.mask & IN_CLOSE_WRITE) != 0)
+        change.kind = Change::Kind::written;
+    if (event.len > 0)
         change.name = event.name;
+    change.move = event.cookie;
     change.isNewFolder =
         (event.mask & IN_ISDIR) != 0 && (event.mask & (IN_CREATE | IN_MOVED_TO)) != 0;
     return change;
@@ -33,8 +43,7 @@ Change changeOf(const inotify_event &event)
 
 InotifySource::InotifySource(std::function<int()> budget)
     : _descriptor(::inotify_init1(IN_CLOEXEC | IN_NONBLOCK))
-    , _readBudget(std::move(budget))
-    , _budget(_readBudget())
+    , _allowance(std::move(budget))
 {
 }
 
@@ -49,23 +58,42 @@ int InotifySource::watch(int folderDescriptor, Interest interest)
     const std::lock_guard lock(_mutex);
     if (_descriptor < 0)
         return noWatch;
-    if (_held >= _budget) {
-        constexpr int refusalsBetweenLooks = 1024;
-        if (_refused++ % refusalsBetweenLooks == 0)
-            _budget = _readBudget();
-        if (_held >= _budget)
-            return noWatch;
-    }
+    struct stat status {};
+    const bool isCovered = _allowance.coversOneMoreThan(_held);
+    if (!isCovered && (::fstat(folderDescriptor, &status) != 0 || !mayBeHeld(status.st_ino)))
+        return noWatch;
     // By descriptor: the path may be too long, or meanwhile that of another folder.
     const auto path = "/proc/self/fd/" + std::to_string(folderDescriptor);
     const auto events =
         watchedEvents | IN_MASK_ADD | (interest == Interest::contents ? IN_CLOSE_WRITE : 0);
     const int watch = ::inotify_add_watch(_descriptor, path.c_str(), events);
-    if (watch > _highest) {
-        _highest = watch;
-        ++_held;
+    if (watch <= _highest)
+        return watch < 0 ? noWatch : watch;
+    _highest = watch;
+    ++_held;
+    if (!isCovered) {
+        unwatch(watch);  // another folder that once had this one's number
+        return noWatch;
     }
-    return watch < 0 ? noWatch : watch;
+    if (!_heldInodes.empty() && ::fstat(folderDescriptor, &status) == 0)
+        noteHeld(status.st_ino);
+    return watch;
+}
+
+bool InotifySource::mayBeHeld(std::uint64_t inode)
+{
+    constexpr std::size_t fewStale = 1024;
+    const bool areMostStale = _heldInodes.size() > 2 * _held + fewStale;
+    if ((_heldInodes.empty() && _held > 0) || areMostStale)
+        _heldInodes = inodesWatchedBy(_descriptor);
+    return std::binary_search(_heldInodes.begin(), _heldInodes.end(), inode);
+}
+
+void InotifySource::noteHeld(std::uint64_t inode)
+{
+    const auto place = std::lower_bound(_heldInodes.begin(), _heldInodes.end(), inode);
+    if (place == _heldInodes.end() || *place != inode)
+        _heldInodes.insert(place, inode);
 }
 
 void InotifySource::unwatch(int watch)
@@ -98,10 +126,7 @@ std::vector<Change> InotifySource::read()
 
 int InotifySource::halfOfWhatTheUserMayHave()
 {
-    constexpr int whenUnknown = 8192;
-    std::ifstream file("/proc/sys/fs/inotify/max_user_watches");
-    int limit = 0;
-    return file >> limit ? limit / 2 : whenUnknown / 2;
+    return readWatchBudget(WatchKind::inotify);
 }
 
 }  // namespace vellumhound::index

@@ -2,17 +2,20 @@
 #pragma once
 
 #include "index/ChangeSource.h"
+#include "index/WatchBudget.h"
 
+#include <cstdint>
 #include <functional>
 #include <mutex>
+#include <vector>
 
 namespace vellumhound::index {
 
 /// Changes by the kernel's inotify, within a budget of watches.
 class InotifySource final : public ChangeSource {
 public:
-    /// `budget` gives the most watches to hold; asked anew now and then, since the machine's
-    /// limit can change.
+    /// `budget` gives the most watches to hold; asked anew now and then once they are spent, since
+    /// the limit and what others hold can change.
     explicit InotifySource(std::function<int()> budget = halfOfWhatTheUserMayHave);
     ~InotifySource() override;
     InotifySource(const InotifySource &) = delete;
@@ -23,18 +26,22 @@ public:
     int descriptor() const override { return _descriptor; }
     std::vector<Change> read() override;
 
-    /// Half of max_user_watches, as it stands now: the other programs of the user need some too.
+    /// Half of what the user's other programs leave of max_user_watches, as it stands now.
     static int halfOfWhatTheUserMayHave();
 
 private:
+    bool mayBeHeld(std::uint64_t inode);
+    void noteHeld(std::uint64_t inode);
+
     int _descriptor = -1;
-    std::function<int()> _readBudget;
 
     std::mutex _mutex;  // guards what follows
-    int _budget = 0;
-    int _held = 0;
+    WatchAllowance _allowance;
+    std::size_t _held = 0;
     int _highest = 0;  // the kernel numbers watches upwards, so a larger one is a new one
-    int _refused = 0;
+    // Sorted; only once the budget was spent, for then a folder that is watched must be told from
+    // one that is not. Also holds some that are watched no more.
+    std::vector<std::uint64_t> _heldInodes;
 };
 
 }  // namespace vellumhound::index

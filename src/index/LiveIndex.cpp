@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// long: one state machine; its steps are read together
 #include "index/LiveIndex.h"
 
 #include "base/NativePath.h"
 #include "index/Logging.h"
 
 #include <algorithm>
+#include <iterator>
 #include <memory>
 #include <unistd.h>
 #include <utility>
@@ -15,8 +15,13 @@ namespace vellumhound::index {
 namespace {
 
 constexpr auto applicationsPath = "/Applications";
-/// Folders looked at in one job, so that other work gets its turn in between.
-constexpr std::size_t foldersPerCheck = 512;
+/// Entries whose change times are read in one job.
+constexpr std::size_t entriesPerJob = 4096;
+
+bool isRootOf(const CrawlPlan &plan, const std::string &path)
+{
+    return std::find(plan.roots().begin(), plan.roots().end(), path) != plan.roots().end();
+}
 
 }  // namespace
 
@@ -28,7 +33,11 @@ LiveIndex::LiveIndex(Worker &worker, ChangeSource &source, PublishedView &publis
     , _options(std::move(options))
     , _writer(published)
     , _mounts(_options.readMounts())
+    , _written(_options.writePause)
+    , _sweeper(_options.sweepPace)
+    , _keeper(worker, _options.snapshot)
 {
+    noteMounts();
     readApplications();
 }
 
@@ -38,6 +47,7 @@ LiveIndex::~LiveIndex() = default;
 
 void LiveIndex::setRules(const std::vector<Rule> &rules)
 {
+    _rules = rules;
     _included.clear();
     _excluded.clear();
     for (const auto &rule : rules) {
@@ -66,11 +76,12 @@ void LiveIndex::applyPlan()
 {
     auto wanted = _included;
     wanted.insert(wanted.end(), _scopes.begin(), _scopes.end());
-    const auto old = std::exchange(_plan, CrawlPlan(wanted, _excluded, _mounts, _plan.roots()));
+    // Our own writing is nothing to write again for.
+    auto excluded = _excluded;
+    if (!_options.snapshot.folder.empty())
+        excluded.push_back(_options.snapshot.folder);
+    const auto old = std::exchange(_plan, CrawlPlan(wanted, excluded, _mounts, _plan.roots()));
 
-    const auto isRootOf = [](const CrawlPlan &plan, const std::string &path) {
-        return std::find(plan.roots().begin(), plan.roots().end(), path) != plan.roots().end();
-    };
     for (std::uint32_t root = 0; root < _writer.view().roots.size(); ++root) {
         const auto entry = _writer.view().roots[root];
         if (entry.folder != nothing && !isRootOf(_plan, entry.path))
@@ -93,13 +104,18 @@ void LiveIndex::applyPlan()
             startFolder(record, _writer.rootOf(_writer.view().folderOf(record)), path);
     }
     for (const auto &path : _plan.roots()) {
-        if (isRootOf(old, path))
-            continue;
-        const auto root = _writer.addRoot(path);
-        _outstandingOf.resize(root + 1);
-        requestListing(_writer.view().roots[root].folder, path, root);
+        if (!isRootOf(old, path))
+            startRoot(path);
     }
     _writer.publish();
+}
+
+void LiveIndex::startRoot(const std::string &path)
+{
+    const auto root = _writer.addRoot(path);
+    _outstandingOf.resize(root + 1);
+    noteMounts();
+    requestListing(_writer.view().roots[root].folder, path, root);
 }
 
 void LiveIndex::dropRoot(std::uint32_t root)
@@ -127,6 +143,8 @@ void LiveIndex::mountsChanged()
 {
     auto mounts = _options.readMounts();
     const auto old = std::exchange(_mounts, mounts);
+    closeProbe();
+    noteMounts();
     // What stands at a place that another mount has taken or left is another tree.
     const auto differs = [](const std::vector<Mount> &all, const Mount &mount) {
         return std::find(all.begin(), all.end(), mount) == all.end();
@@ -141,8 +159,15 @@ void LiveIndex::mountsChanged()
             changed.push_back(mount.point);
     }
     applyPlan();
+    for (std::uint32_t root = 0; root < _writer.view().roots.size(); ++root) {
+        const auto entry = _writer.view().roots[root];
+        const bool isAffected = std::any_of(changed.begin(), changed.end(),
+            [&](const auto &point) { return pathBelow(entry.path, point).has_value(); });
+        if (entry.folder != nothing && isAffected)
+            requestListing(entry.folder, entry.path, root);
+    }
     for (const auto &path : changed) {
-        const auto record = _writer.findPath(path);
+        const auto record = isRootOf(_plan, path) ? nothing : _writer.findPath(path);
         const auto folder = record == nothing ? nothing : _writer.folderFor(record);
         if (folder == nothing)
             continue;
@@ -153,328 +178,75 @@ void LiveIndex::mountsChanged()
     _writer.publish();
 }
 
-// Listings.
+// File systems that may hang.
 
-void LiveIndex::startFolder(RecordId record, std::uint32_t root, const std::string &path)
+void LiveIndex::noteMounts()
 {
-    if (_plan.descendsInto(path))
-        requestListing(_writer.addFolder(record), path, root);
-}
-
-void LiveIndex::requestListing(FolderId folder, const std::string &path, std::uint32_t root)
-{
-    const auto [it, isNew] = _listings.try_emplace(folder);
-    if (!isNew) {
-        it->second.isWantedAgain = true;
-        return;
+    _slowMounts.clear();
+    for (const auto &mount : _mounts) {
+        if (mount.mayHang())
+            _slowMounts.push_back(mount);
     }
-    it->second.root = root;
-    it->second.isFirst = !_writer.view().roots[root].isCrawled;
-    if (it->second.isFirst)
-        ++_outstandingOf[root];
-    ListingOptions options;
-    options.watchBy = &_source;
-    options.followsLink = _writer.view().parentOf(folder) == nothing;
-    auto job = [this, folder, path, options]() -> Worker::Completion {
-        auto listing = std::make_shared<FolderListing>(listFolder(path, options));
-        return [this, folder, listing] { applyListing(folder, *listing); };
-    };
-    // Somebody has just made this folder and may look for it now; a crawl can wait.
-    if (it->second.isFirst)
-        _worker.post(std::move(job));
-    else
-        _worker.postUrgent(std::move(job));
-}
-
-void LiveIndex::applyListing(FolderId folder, const FolderListing &listing)
-{
-    const auto found = _listings.find(folder);
-    if (found == _listings.end())
-        return;
-    auto pending = std::move(found->second);
-    _listings.erase(found);
-    if (!_writer.isAlive(folder)) {
-        const bool isFree = listing.watch >= 0 && _writer.folderOfWatch(listing.watch) == nothing;
-        if (isFree)
-            unwatch(listing.watch);
-    } else {
-        takeWatch(folder, listing, pending);
-        if (!listing.isUnchanged)
-            merge(folder, pending.root, listing);
-        for (const auto &change : pending.touched)
-            applyChange(change);
-        if (pending.isWantedAgain && _writer.isAlive(folder))
-            requestListing(folder, _writer.view().pathOfFolder(folder), pending.root);
-    }
-    if (pending.isFirst)
-        finishListing(pending.root);
-    if (_listings.empty()) {
-        _early.clear();
-        _retired.clear();
-    }
-}
-
-void LiveIndex::takeWatch(FolderId folder, const FolderListing &listing, Listing &pending)
-{
-    _writer.setTime(folder, listing.time);
-    const auto old = _writer.watchOf(folder);
-    if (listing.watch >= 0 && _retired.contains(listing.watch)) {
-        // Given back between the moment it was taken and now.
-        pending.isWantedAgain = true;
-        _writer.setWatch(folder, ChangeSource::noWatch);
-        return;
-    }
-    if (listing.watch != old) {
-        _writer.setWatch(folder, listing.watch);
-        if (old >= 0 && _writer.folderOfWatch(old) == nothing)
-            unwatch(old);
-    }
-    if (const auto early = _early.find(listing.watch); early != _early.end()) {
-        pending.touched.insert(pending.touched.end(), early->second.begin(), early->second.end());
-        _early.erase(early);
-    }
-    const bool isRoot = _writer.view().parentOf(folder) == nothing;
-    const bool mustBeSwept = listing.watch < 0 && (listing.isRead || isRoot);
-    if (!mustBeSwept) {
-        _unwatched.erase(folder);
-        return;
-    }
-    _unwatched[folder] = true;
-    if (listing.isRead && !std::exchange(_hasToldOfLimit, true)) {
-        qCWarning(logIndex,
-            "the limit of watched folders is reached (fs.inotify.max_user_watches); "
-            "further folders are checked every %lld s",
-            static_cast<long long>(
-                std::chrono::ceil<std::chrono::seconds>(_options.sweepInterval).count()));
-    }
-    scheduleSweep();
-}
-
-void LiveIndex::merge(FolderId folder, std::uint32_t root, const FolderListing &listing)
-{
-    const auto path = _writer.view().pathOfFolder(folder);
-    const auto start = [&](RecordId record, const FolderListing::Entry &entry) {
-        startFolder(record, root, joinedPath(path, listing.nameOf(entry)));
-    };
-    const auto known = _writer.entriesOf(folder);
-    if (known.empty()) {
-        _writer.addAll(folder, listing, start);
-        return;
-    }
-    std::vector<bool> isKnown(listing.entries.size());
-    for (const auto record : known) {
-        const auto name = _writer.view().nameOf(record);
-        const auto entry = std::lower_bound(listing.entries.begin(), listing.entries.end(), name,
-            [&](const auto &e, std::string_view wanted) { return listing.nameOf(e) < wanted; });
-        const bool isStillThere = entry != listing.entries.end() &&
-                                  listing.nameOf(*entry) == name &&
-                                  entry->kind == _writer.view().traitsOf(record).kind();
-        if (isStillThere)
-            isKnown[std::size_t(entry - listing.entries.begin())] = true;
-        else
-            _writer.remove(record, [this](int watch) { unwatch(watch); });
-    }
-    for (std::size_t i = 0; i < listing.entries.size(); ++i) {
-        if (isKnown[i])
+    _writer.setSlowMounts(_slowMounts);
+    const auto &roots = _writer.view().roots;
+    _readerOf.assign(roots.size(), nullptr);
+    for (std::uint32_t root = 0; root < _readerOf.size(); ++root) {
+        const auto resolved = resolvePath(_slowMounts, _writer.view().roots[root].path);
+        _writer.setRootMayHang(root, resolved.hangs != nullptr);
+        if (!resolved.hangs)
             continue;
-        const auto &entry = listing.entries[i];
-        const auto record = _writer.add(folder, listing.nameOf(entry), entry.kind);
-        if (record != nothing && entry.kind == EntryKind::folder)
-            start(record, entry);
-    }
-}
-
-void LiveIndex::finishListing(std::uint32_t root)
-{
-    if (--_outstandingOf[root] > 0)
-        return;
-    _writer.setRootCrawled(root);
-    _hasCrawled = true;
-}
-
-// Changes.
-
-bool LiveIndex::step()
-{
-    bool hasWorked = false;
-    // Changes first, and again between the folders of a crawl: they are what somebody waits for.
-    const auto applyChanges = [&] {
-        const auto changes = _source.read();
-        for (const auto &change : changes)
-            applyChange(change);
-        if (!changes.empty()) {
-            hasWorked = true;
-            _writer.publish();
+        auto &reader = _readers[resolved.hangs->point];
+        if (!reader) {
+            reader = std::make_unique<MountReader>(
+                resolved.hangs->point, [&worker = _worker] { worker.wakeOwner(); },
+                _options.hangLimit);
         }
-    };
-    applyChanges();
-    for (const auto &completion : _worker.takeDone()) {
-        completion();
-        hasWorked = true;
-        applyChanges();
+        _readerOf[root] = reader.get();
     }
-    if (!hasWorked)
-        return false;
-    compactIfWorthIt();
-    _writer.publish();
-    if (std::exchange(_hasCrawled, false) && onCrawled)
-        onCrawled();
-    return true;
 }
 
-void LiveIndex::applyChange(const Change &change)
+MountReader *LiveIndex::readerOf(std::uint32_t root) const
 {
-    if (change.kind == Change::Kind::lost) {
-        qCInfo(logIndex, "changes were lost, folders are checked by their times");
-        recheckAll();
-        return;
-    }
-    if (_applicationWatches.contains(change.watch))
-        readApplications();
-    const auto folder = _writer.folderOfWatch(change.watch);
-    if (folder == nothing) {
-        if (!_listings.empty())
-            _early[change.watch].push_back(change);
-        return;
-    }
-    if (const auto listing = _listings.find(folder); listing != _listings.end())
-        listing->second.touched.push_back(change);
-    if (change.kind == Change::Kind::folderGone)
-        folderWent(folder);
-    else
-        reconcile(folder, change.name, change.isNewFolder);
+    return root < _readerOf.size() ? _readerOf[root] : nullptr;
 }
 
-void LiveIndex::reconcile(FolderId folder, const std::string &name, bool isNewFolder)
+void LiveIndex::watchOverReaders(Clock::time_point now)
 {
-    if (name.empty() || name.front() == '.')
-        return;
-    const auto path = joinedPath(_writer.view().pathOfFolder(folder), name);
-    const auto state = stateOfEntry(path);
-    auto record = _writer.find(folder, name);
-    if (record != nothing &&
-        (!state.exists || state.kind != _writer.view().traitsOf(record).kind())) {
-        _writer.remove(record, [this](int watch) { unwatch(watch); });
-        record = nothing;
-    }
-    if (!state.exists)
-        return;
-    const auto root = _writer.rootOf(folder);
-    if (record == nothing) {
-        record = _writer.add(folder, name, state.kind);
-        if (record != nothing && state.kind == EntryKind::folder)
-            startFolder(record, root, path);
-        return;
-    }
-    // A folder that came where one of its name was known is another one.
-    const auto known = _writer.folderFor(record);
-    if (isNewFolder && known != nothing)
-        requestListing(known, path, root);
-}
-
-void LiveIndex::folderWent(FolderId folder)
-{
-    const auto parent = _writer.view().parentOf(folder);
-    const auto record = _writer.view().recordOf(folder);
-    const auto path = _writer.view().pathOfFolder(folder);
-    if (parent != nothing) {
-        const auto root = _writer.rootOf(folder);
-        dropFolder(folder);
-        const auto state = stateOfEntry(path);
-        if (state.exists && state.kind == EntryKind::folder)
-            startFolder(record, root, path);  // unmounted, or another has taken its place
-        else
-            _writer.remove(record, [this](int watch) { unwatch(watch); });
-        return;
-    }
-    // A root stays wanted: whatever stands at its path now is read.
-    const auto watch = _writer.watchOf(folder);
-    _writer.setWatch(folder, ChangeSource::noWatch);
-    if (watch >= 0)
-        unwatch(watch);
-    requestListing(folder, path, record);
-}
-
-void LiveIndex::recheckAll()
-{
-    readApplications();
-    _recheckFrom = 0;
-    if (!std::exchange(_isRechecking, true))
-        recheckSlice();
-}
-
-void LiveIndex::recheckSlice()
-{
-    std::vector<FolderId> slice;
-    while (_recheckFrom < _writer.folderEnd() && slice.size() < foldersPerCheck) {
-        if (_writer.isAlive(_recheckFrom))
-            slice.push_back(_recheckFrom);
-        ++_recheckFrom;
-    }
-    _isRechecking = !slice.empty();
-    if (_isRechecking)
-        checkFolders(slice, [this] { recheckSlice(); });
-}
-
-void LiveIndex::checkFolders(const std::vector<FolderId> &folders, std::function<void()> whenDone)
-{
-    struct Check {
-        FolderId folder = nothing;
-        std::string path;
-        ListingOptions options;
-        FolderListing listing;
-    };
-    auto checks = std::make_shared<std::vector<Check>>();
-    for (const auto folder : folders) {
-        const auto [it, isNew] = _listings.try_emplace(folder);
-        if (!isNew) {
-            it->second.isWantedAgain = true;
-            continue;
+    for (const auto &[point, reader] : _readers) {
+        if (reader->giveUpIfHung(now)) {
+            if (_toldHung.insert(point).second) {
+                qCWarning(logIndex,
+                    "the file system at \"%s\" does not answer; what is known "
+                    "of it stays as it is",
+                    point.c_str());
+            }
+            abandonListings(*reader);
+        } else if (_toldHung.contains(point) && !reader->isHung()) {
+            _toldHung.erase(point);
+            qCInfo(logIndex, "the file system at \"%s\" answers again", point.c_str());
         }
-        it->second.root = _writer.rootOf(folder);
-        Check check{folder, _writer.view().pathOfFolder(folder), {}, {}};
-        check.options.watchBy = &_source;
-        check.options.followsLink = _writer.view().parentOf(folder) == nothing;
-        check.options.knownTime = _writer.timeOf(folder);
-        checks->push_back(std::move(check));
     }
-    _worker.post([this, checks, whenDone = std::move(whenDone)]() -> Worker::Completion {
-        for (auto &check : *checks)
-            check.listing = listFolder(check.path, check.options);
-        return [this, checks, whenDone] {
-            for (const auto &check : *checks)
-                applyListing(check.folder, check.listing);
-            if (whenDone)
-                whenDone();
-        };
-    });
 }
 
-void LiveIndex::scheduleSweep()
-{
-    if (_unwatched.empty())
-        _nextSweep.reset();
-    else if (!_nextSweep)
-        _nextSweep = std::chrono::steady_clock::now() + _options.sweepInterval;
-}
-
-void LiveIndex::sweep()
+void LiveIndex::abandonListings(MountReader &reader)
 {
     std::vector<FolderId> folders;
-    std::erase_if(_unwatched, [this](const auto &entry) { return !_writer.isAlive(entry.first); });
-    for (const auto &[folder, isSwept] : _unwatched)
-        folders.push_back(folder);
-    std::sort(folders.begin(), folders.end());
-    for (std::size_t first = 0; first < folders.size(); first += foldersPerCheck) {
-        const auto end = std::min(folders.size(), first + foldersPerCheck);
-        checkFolders(
-            {folders.begin() + std::ptrdiff_t(first), folders.begin() + std::ptrdiff_t(end)}, {});
+    for (const auto &[folder, listing] : _listings) {
+        if (readerOf(listing.root) == &reader)
+            folders.push_back(folder);
     }
-    _nextSweep.reset();
-    scheduleSweep();
+    for (const auto folder : folders) {
+        const auto listing = _listings[folder];
+        _listings.erase(folder);
+        if (_writer.isAlive(folder))
+            _sweeper.add(folder, {}, _options.now());
+        // Nobody is to wait for a crawl that may never end.
+        if (listing.isFirst)
+            finishListing(listing.root);
+    }
 }
 
-// Applications and compaction.
+// Applications.
 
 void LiveIndex::readApplications()
 {
@@ -489,14 +261,20 @@ void LiveIndex::readApplications()
     };
     _worker.postUrgent([this]() -> Worker::Completion {
         auto outcome = std::make_shared<Outcome>();
-        for (const auto &folder : _desktopEntries.watchedFolders()) {
-            const int descriptor = openFolder(base::pathToBytes(folder).toStdString(), true);
-            if (descriptor < 0)
-                continue;
-            const int watch = _source.watch(descriptor, ChangeSource::Interest::contents);
-            if (watch >= 0)
-                outcome->watches.insert(watch);
-            ::close(descriptor);
+        // A folder that is made between the look and the watch is met by looking again.
+        QStringList folders;
+        for (auto now = _desktopEntries.watchedFolders(); now != folders;
+             now = _desktopEntries.watchedFolders()) {
+            folders = now;
+            for (const auto &folder : folders) {
+                const int descriptor = openFolder(base::pathToBytes(folder).toStdString(), true);
+                if (descriptor < 0)
+                    continue;
+                const int watch = _source.watch(descriptor, ChangeSource::Interest::contents);
+                if (watch >= 0)
+                    outcome->watches.insert(watch);
+                ::close(descriptor);
+            }
         }
         outcome->table = _desktopEntries.applications();
         return [this, outcome] {
@@ -510,32 +288,186 @@ void LiveIndex::readApplications()
             _writer.setApplications(std::move(outcome->table));
             _isReadingApplications = false;
             _hasCrawled = true;
-            if (std::exchange(_areApplicationsStale, false))
+            // Told of folders whose watches nobody knew yet.
+            const auto touched = std::exchange(_touchedWhileReading, {});
+            const bool wasTouched = std::any_of(touched.begin(), touched.end(),
+                [this](int watch) { return _applicationWatches.contains(watch); });
+            if (std::exchange(_areApplicationsStale, false) || wasTouched)
                 readApplications();
         };
     });
 }
 
+// Change times.
+
+void LiveIndex::refreshTimes()
+{
+    for (FolderId folder = 0; folder < _writer.folderEnd(); ++folder) {
+        if (_writer.isAlive(folder))
+            _times.want(folder, true);
+    }
+    readTimes();
+}
+
+void LiveIndex::readTimes()
+{
+    const bool isBusy = _isReadingTimes || _writer.isCompacting() || !_listings.empty();
+    if (isBusy || _times.isEmpty())
+        return;
+    auto requests = std::make_shared<std::vector<TimesRequest>>();
+    for (std::size_t count = 0; count < entriesPerJob;) {
+        const auto wanted = _times.take();
+        if (!wanted)
+            break;
+        const auto folder = wanted->folder;
+        if (!_writer.isAlive(folder) || readerOf(_writer.rootOf(folder)))
+            continue;
+        TimesRequest request{
+            folder, wanted->isRefresh, _writer.view().pathOfFolder(folder), {}, {}, {}};
+        for (const auto record : _writer.entriesOf(folder)) {
+            if (wanted->isRefresh || _writer.view().changeTimeOf(record) == 0)
+                request.records.push_back(record);
+        }
+        if (!wanted->isRefresh && request.records.size() > entriesPerJob) {
+            request.records.resize(entriesPerJob);
+            _times.want(folder, false);
+        }
+        for (const auto &mount : _slowMounts) {
+            const auto below = pathBelow(mount.point, request.path);
+            if (below)
+                request.avoided.emplace_back(*below);
+        }
+        count += request.records.size();
+        if (!request.records.empty())
+            requests->push_back(std::move(request));
+    }
+    if (requests->empty())
+        return;
+    _isReadingTimes = true;
+    _writer.publish();  // the job reads names by the view
+    _worker.postIdle(
+        [this, requests,
+            view = std::make_shared<IndexView>(_writer.view())]() -> Worker::Completion {
+            const auto answered = readChangeTimes(*view, *requests);
+            return [this, requests, answered] { takeTimes(*requests, answered); };
+        });
+}
+
+void LiveIndex::takeTimes(const std::vector<TimesRequest> &requests, std::size_t answered)
+{
+    _isReadingTimes = false;
+    for (std::size_t i = 0; i < requests.size(); ++i) {
+        const auto &request = requests[i];
+        if (i >= answered) {
+            _times.want(request.folder, request.isRefresh);
+            continue;
+        }
+        for (std::size_t entry = 0; entry < request.records.size(); ++entry)
+            _writer.setChangeTime(request.records[entry], request.times[entry]);
+        _counters.timesRead += request.records.size();
+    }
+}
+
+// What comes round.
+
+void LiveIndex::renumber(const std::function<FolderId(FolderId)> &newNumber)
+{
+    _sweeper.renumber(newNumber);
+    _storms.renumber(newNumber);
+    _times.renumber(newNumber);
+}
+
 void LiveIndex::compactIfWorthIt()
 {
-    if (!_listings.empty() || _isRechecking)
+    if (!_listings.empty() || _isRechecking || _isSweeping || _isReadingTimes)
         return;
     if (_compacted) {
-        std::unordered_map<FolderId, bool> unwatched;
+        auto compacted = *std::exchange(_compacted, std::nullopt);
+        SnapshotContents contents{compacted.base, std::move(compacted.folderTimes),
+            std::move(compacted.roots), std::exchange(_stopsOfCompaction, {})};
+        std::unordered_map<FolderId, FolderId> numbers;
         _writer.finishCompaction(
-            *std::exchange(_compacted, std::nullopt), [&](FolderId old, FolderId now) {
-                if (_unwatched.contains(old))
-                    unwatched[now] = true;
-            });
-        _unwatched = std::move(unwatched);
+            std::move(compacted), [&](FolderId old, FolderId now) { numbers[old] = now; });
+        renumber([&](FolderId old) {
+            const auto found = numbers.find(old);
+            return found == numbers.end() ? nothing : found->second;
+        });
+        _keeper.offerBase(std::move(contents));
     }
     const auto limit = _options.compactAbove + _writer.view().base->recordCount() / 16;
-    if (_writer.isCompacting() || _writer.unsettledCount() <= limit)
+    const bool isWorthIt = _keeper.isWanted() || _writer.unsettledCount() > limit;
+    if (_writer.isCompacting() || !isWorthIt || !_isChecked)
         return;
+    _stopsOfCompaction = {_plan.stops().begin(), _plan.stops().end()};
+    _keeper.noteChanges(_writer.changeCount());
+    _keeper.beginBase();
     _worker.post([this, build = _writer.beginCompaction()]() -> Worker::Completion {
         auto compacted = std::make_shared<CompactedIndex>(build());
         return [this, compacted] { _compacted = std::move(*compacted); };
     });
+}
+
+bool LiveIndex::step()
+{
+    // Changes first, and again between the folders of a crawl: they are what somebody waits for.
+    bool hasWorked = applyChanges();
+    auto completions = _worker.takeDone();
+    for (const auto &[point, reader] : _readers) {
+        auto done = reader->takeDone(_options.now());
+        std::move(done.begin(), done.end(), std::back_inserter(completions));
+    }
+    for (const auto &completion : completions) {
+        completion();
+        closeProbe();
+        hasWorked = true;
+        applyChanges();
+    }
+    hasWorked = doWhatIsDue() || hasWorked;
+    if (!hasWorked)
+        return false;
+    compactIfWorthIt();
+    readTimes();
+    _writer.publish();
+    _keeper.noteChanges(_writer.changeCount());
+    if (std::exchange(_hasCrawled, false) && onCrawled)
+        onCrawled();
+    return true;
+}
+
+bool LiveIndex::doWhatIsDue()
+{
+    const auto due = nextDue();
+    const auto now = _options.now();
+    if (!due || *due > now)
+        return false;
+    watchOverReaders(now);
+    for (const auto &entry : _written.takeDue(now)) {
+        const auto folder = _writer.folderOfWatch(entry.watch);
+        if (folder != nothing)
+            reconcile(folder, entry.name, {.isWritten = true});
+    }
+    closeProbe();
+    for (const auto folder : _storms.takeDue(now)) {
+        if (_writer.isAlive(folder))
+            requestListing(folder, _writer.view().pathOfFolder(folder), _writer.rootOf(folder));
+    }
+    sweepDue(now);
+    return true;
+}
+
+std::optional<LiveIndex::Clock::time_point> LiveIndex::nextDue() const
+{
+    auto first = _written.due();
+    const auto consider = [&](const std::optional<Clock::time_point> &due) {
+        if (due && (!first || *due < *first))
+            first = due;
+    };
+    consider(_storms.due());
+    if (const auto due = _sweeper.due(); due && !_isSweeping)
+        consider(std::max(*due, _sweepFrom));
+    for (const auto &[point, reader] : _readers)
+        consider(reader->due());
+    return first;
 }
 
 }  // namespace vellumhound::index

@@ -7,6 +7,7 @@
 #include <array>
 #include <fstream>
 #include <sstream>
+#include <unistd.h>
 
 namespace vellumhound::index {
 
@@ -40,6 +41,16 @@ bool Mount::isLocalDisk() const
     return std::find(types.begin(), types.end(), type) != types.end();
 }
 
+bool Mount::mayHang() const
+{
+    static constexpr std::array ownTypes{"tmpfs"sv, "ramfs"sv, "rootfs"sv, "devtmpfs"sv, "proc"sv,
+        "sysfs"sv, "devpts"sv, "mqueue"sv, "cgroup"sv, "cgroup2"sv, "debugfs"sv, "tracefs"sv,
+        "securityfs"sv, "configfs"sv, "pstore"sv, "bpf"sv, "efivarfs"sv, "hugetlbfs"sv,
+        "binfmt_misc"sv, "nsfs"sv, "fusectl"sv, "minix"sv, "erofs"sv, "romfs"sv, "ubifs"sv,
+        "ecryptfs"sv, "aufs"sv, "apfs"sv, "affs"sv, "ufs"sv};
+    return !isLocalDisk() && std::find(ownTypes.begin(), ownTypes.end(), type) == ownTypes.end();
+}
+
 std::vector<Mount> parseMounts(std::string_view mountInfo)
 {
     std::vector<Mount> mounts;
@@ -68,6 +79,52 @@ std::vector<Mount> readMounts()
     std::stringstream text;
     text << file.rdbuf();
     return parseMounts(text.str());
+}
+
+const Mount *mountOf(const std::vector<Mount> &mounts, std::string_view path)
+{
+    const Mount *found = nullptr;
+    for (const auto &mount : mounts) {
+        // Of several on one place the last one is seen.
+        if (pathBelow(path, mount.point) && (!found || mount.point.size() >= found->point.size()))
+            found = &mount;
+    }
+    return found;
+}
+
+ResolvedPath resolvePath(const std::vector<Mount> &mounts, const std::string &path)
+{
+    constexpr int mostLinks = 40;
+    ResolvedPath result{"/", nullptr};
+    auto rest = path;
+    for (int links = 0; !rest.empty();) {
+        const auto slash = rest.find('/');
+        const auto name = rest.substr(0, slash);
+        rest = slash == std::string::npos ? std::string() : rest.substr(slash + 1);
+        if (name.empty() || name == ".")
+            continue;
+        if (name == "..") {
+            const auto up = result.path.rfind('/');
+            result.path.resize(std::max<std::size_t>(up, 1));
+            continue;
+        }
+        const auto next = joinedPath(result.path, name);
+        const auto *mount = mountOf(mounts, next);
+        if (mount && mount->mayHang())
+            return {rest.empty() ? next : joinedPath(next, rest), mount};
+        std::array<char, 4096> target;
+        const auto length = ::readlink(next.c_str(), target.data(), target.size());
+        if (length < 0 || links == mostLinks) {
+            result.path = next;
+            continue;
+        }
+        ++links;
+        const std::string to(target.data(), std::size_t(length));
+        if (to.starts_with('/'))
+            result.path = "/";
+        rest = rest.empty() ? to : to + '/' + rest;
+    }
+    return result;
 }
 
 std::string originalOfBindMount(const std::vector<Mount> &mounts, std::size_t index)

@@ -16,6 +16,9 @@ struct Mount {
 
     /// Keeps files of this machine; false for pseudo, memory, network and FUSE file systems.
     bool isLocalDisk() const;
+    /// Somebody else answers for it, another machine or another program, and may cease to: network
+    /// and FUSE file systems, and all of unknown type.
+    bool mayHang() const;
 
     bool operator==(const Mount &) const = default;
 };
@@ -24,6 +27,17 @@ struct Mount {
 std::vector<Mount> parseMounts(std::string_view mountInfo);
 /// Those of this process.
 std::vector<Mount> readMounts();
+
+/// The mount that a path without links lies on; null if none is known.
+const Mount *mountOf(const std::vector<Mount> &mounts, std::string_view path);
+
+/// Where a path leads.
+struct ResolvedPath {
+    std::string path;              ///< without links, as far as it could be followed
+    const Mount *hangs = nullptr;  ///< set: it leads onto this mount, where it was not followed
+};
+/// Follows the links of an absolute path without ever touching a file system that may hang.
+ResolvedPath resolvePath(const std::vector<Mount> &mounts, const std::string &path);
 
 /// If `mounts[index]` shows again what an earlier mount shows elsewhere (a bind mount), the path
 /// under which that one shows it; else empty.

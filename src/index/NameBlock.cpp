@@ -6,12 +6,12 @@
 #include <algorithm>
 #include <cstring>
 #include <sys/mman.h>
+#include <unistd.h>
+#include <utility>
 
 namespace vellumhound::index {
 
 namespace {
-
-constexpr std::size_t groupBytes = 256;
 
 /// Lays tables out one behind the other in a mapping.
 class Layout {
@@ -39,31 +39,65 @@ NameBlock::NameBlock(const Capacity &capacity)
     const auto data = layout.add(dataBytes);
     const auto closedBefore = layout.add((dataBytes / groupBytes + 2) * sizeof(std::uint32_t));
     const auto starts = layout.add((capacity.records / sampleEvery + 1) * sizeof(std::uint32_t));
-    const auto traits = layout.add(capacity.records * sizeof(Traits));
+    const auto traits = layout.add((capacity.records + std::size_t(1)) * sizeof(Traits));
+    const auto changeTimes =
+        layout.add((capacity.records + std::size_t(1)) * sizeof(std::uint32_t));
     const auto dead = layout.add((capacity.records / 64 + 1) * sizeof(std::uint64_t));
     const auto originalRecords = layout.add(capacity.originals * sizeof(std::uint32_t));
     const auto originalStarts = layout.add((capacity.originals + 1) * sizeof(std::uint32_t));
     const auto originalBytes = layout.add(capacity.originalBytes);
 
-    _mappedBytes = layout.end();
-    void *mapping = ::mmap(nullptr, _mappedBytes, PROT_READ | PROT_WRITE,
-        MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
-    if (mapping == MAP_FAILED)
-        qFatal("no memory for %zu bytes of names", _mappedBytes);
-    _mapping = static_cast<char *>(mapping);
+    map(layout.end());
     if (capacity.bytes >= std::size_t(4) << 20)
-        ::madvise(mapping, dataBytes, MADV_HUGEPAGE);
+        ::madvise(_mapping, dataBytes, MADV_HUGEPAGE);
 
     // The mapping is all zeros, which is a valid beginning for each of these.
     _data = _mapping + data;
     _closedBefore = reinterpret_cast<std::uint32_t *>(_mapping + closedBefore);
     _starts = reinterpret_cast<std::uint32_t *>(_mapping + starts);
     _traits = reinterpret_cast<Traits *>(_mapping + traits);
+    _changeTimes = reinterpret_cast<std::atomic<std::uint32_t> *>(_mapping + changeTimes);
     _dead = reinterpret_cast<std::atomic<std::uint64_t> *>(_mapping + dead);
     _originalRecords = reinterpret_cast<std::uint32_t *>(_mapping + originalRecords);
     _originalStarts = reinterpret_cast<std::uint32_t *>(_mapping + originalStarts);
     _originalBytes = _mapping + originalBytes;
     _closedBefore[0] = 0U - std::uint32_t(firstByte);
+}
+
+NameBlock::NameBlock(const Tables &tables, std::shared_ptr<const void> owner)
+    : _capacity{.bytes = tables.extent.end - firstByte,
+          .records = tables.extent.count,
+          .originals = std::uint32_t(tables.originalRecords.size()),
+          .originalBytes = tables.originalBytes.size()}
+    , _owner(std::move(owner))
+    , _data(tables.data.data())
+    , _closedBefore(tables.closedBefore.data())
+    , _starts(tables.starts.data())
+    , _traits(tables.traits.data())
+    , _changeTimes(tables.changeTimes.data())
+    , _originalRecords(tables.originalRecords.data())
+    , _originalStarts(tables.originalStarts.data())
+    , _originalBytes(tables.originalBytes.data())
+    , _written(tables.extent)
+    , _originalEnd(tables.originalBytes.size())
+    , _originalCount(std::uint32_t(tables.originalRecords.size()))
+{
+    const auto count = _capacity.records;
+    map((count / 64 + 1) * sizeof(std::uint64_t));
+    _dead = reinterpret_cast<std::atomic<std::uint64_t> *>(_mapping);
+    // The spare record, which no name closes, is not to be found.
+    _dead[count / 64].store(~std::uint64_t(0) << (count % 64), std::memory_order_relaxed);
+    publish();
+}
+
+void NameBlock::map(std::size_t bytes)
+{
+    _mappedBytes = bytes;
+    void *mapping = ::mmap(nullptr, _mappedBytes, PROT_READ | PROT_WRITE,
+        MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
+    if (mapping == MAP_FAILED)
+        qFatal("no memory for %zu bytes of names", _mappedBytes);
+    _mapping = static_cast<char *>(mapping);
 }
 
 NameBlock::~NameBlock()
@@ -126,8 +160,18 @@ NameBlock::Extent NameBlock::published() const
     return {std::uint32_t(packed >> 32), std::uint32_t(packed)};
 }
 
+void NameBlock::setChangeTime(std::uint32_t record, std::uint32_t seconds)
+{
+    if (_summary) {
+        const auto start = startOf(record);
+        _summary->noteChangeTime(start, start + std::strlen(_data + start), seconds);
+    }
+    _changeTimes[record].store(seconds, std::memory_order_relaxed);
+}
+
 std::uint32_t NameBlock::startOf(std::uint32_t record) const
 {
+    record = cut(record);
     std::size_t at = _starts[record / sampleEvery];
     for (auto skip = record % sampleEvery; skip > 0; --skip)
         at += std::strlen(_data + at) + 1;
@@ -158,11 +202,40 @@ std::uint32_t NameBlock::recordAt(std::size_t position) const
     return _closedBefore[group] + std::uint32_t(std::count(before.begin(), before.end(), '\0'));
 }
 
+NameBlock::Tables NameBlock::tables() const
+{
+    const auto extent = published();
+    const std::size_t originals = originalCount();
+    const std::size_t withSpare = extent.count + std::size_t(1);
+    return {.extent = extent,
+        .data = {_data, extent.end + padding},
+        .closedBefore = {_closedBefore, extent.end / groupBytes + 1},
+        .starts = {_starts, extent.count / sampleEvery + 1},
+        .traits = {_traits, withSpare},
+        .changeTimes = {_changeTimes, withSpare},
+        .originalRecords = {_originalRecords, originals},
+        .originalStarts = {_originalStarts, originals + 1},
+        .originalBytes = {_originalBytes, originalByteCount()}};
+}
+
+void NameBlock::prefault() const
+{
+    const auto page = std::size_t(::sysconf(_SC_PAGESIZE));
+    const auto first = reinterpret_cast<std::uintptr_t>(_data) / page * page;
+    const auto end = reinterpret_cast<std::uintptr_t>(_data) + published().end;
+    // The first asks for all of it at once, the second waits for it; old kernels know the first.
+    ::madvise(reinterpret_cast<void *>(first), end - first, MADV_WILLNEED);
+#ifdef MADV_POPULATE_READ  // style: not every kernel interface has it
+    ::madvise(reinterpret_cast<void *>(first), end - first, MADV_POPULATE_READ);
+#endif
+}
+
 std::size_t NameBlock::memoryBytes() const
 {
     const std::size_t originals = _originalCount.load(std::memory_order_relaxed);
     return _written.end + _written.end / groupBytes * 4 + _written.count / sampleEvery * 4 +
-           _written.count * sizeof(Traits) + _written.count / 8 + originals * 8 + _originalEnd;
+           _written.count * (sizeof(Traits) + sizeof(std::uint32_t)) + _written.count / 8 +
+           originals * 8 + _originalEnd + (_summary ? _summary->memoryBytes() : 0);
 }
 
 }  // namespace vellumhound::index

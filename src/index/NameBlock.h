@@ -1,9 +1,14 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
+// long: one table and how it may be read without locks
 #pragma once
+
+#include "index/NameSummary.h"
 
 #include <atomic>
 #include <cstddef>
 #include <cstdint>
+#include <memory>
+#include <span>
 #include <string_view>
 
 namespace vellumhound::index {
@@ -35,6 +40,10 @@ struct Traits {
 ///
 /// Append-only, of a size fixed at birth. One thread appends, publishes and kills; any number of
 /// threads read what has been published, without locks.
+///
+/// A block can stand over tables that were read from a file and whose names nobody has checked yet.
+/// Then wrong bytes give wrong names, but no read outside the tables: every record number is cut to
+/// the one behind the last, which reads as a dead one.
 class NameBlock {
 public:
     struct Capacity {
@@ -55,7 +64,23 @@ public:
         bool operator==(const Extent &) const = default;
     };
 
+    /// The bare tables of a full block, for keeping them in a file. The numbers in `closedBefore`,
+    /// `starts`, `originalRecords` and `originalStarts` are relied upon; the rest may be anything.
+    struct Tables {
+        Extent extent;
+        std::span<char> data;                   ///< with the zeros before and behind the names
+        std::span<std::uint32_t> closedBefore;  ///< one for each 256 bytes up to the extent's end
+        std::span<std::uint32_t> starts;        ///< of every 16th record, and one for the end
+        std::span<Traits> traits;               ///< one more than records
+        std::span<std::atomic<std::uint32_t>> changeTimes;  ///< one more than records; writable
+        std::span<std::uint32_t> originalRecords;
+        std::span<std::uint32_t> originalStarts;  ///< one more than original records
+        std::span<char> originalBytes;
+    };
+
     explicit NameBlock(const Capacity &capacity);
+    /// A full block over memory that `owner` keeps.
+    NameBlock(const Tables &tables, std::shared_ptr<const void> owner);
     ~NameBlock();
     NameBlock(const NameBlock &) = delete;
     NameBlock &operator=(const NameBlock &) = delete;
@@ -72,6 +97,7 @@ public:
     std::uint32_t deadCount() const { return _deadCount.load(std::memory_order_relaxed); }
     bool isDead(std::uint32_t record) const
     {
+        record = cut(record);
         const auto word = _dead[record / 64].load(std::memory_order_relaxed);
         return ((word >> (record % 64)) & 1) != 0;
     }
@@ -87,7 +113,22 @@ public:
         return count == 0 ? 0 : _originalStarts[count];
     }
     const char *data() const { return _data; }
-    Traits traits(std::uint32_t record) const { return _traits[record]; }
+    Traits traits(std::uint32_t record) const { return _traits[cut(record)]; }
+    /// When the entry's contents last changed, in seconds since 1970; 0 while nobody has asked.
+    std::uint32_t changeTime(std::uint32_t record) const
+    {
+        return _changeTimes[cut(record)].load(std::memory_order_relaxed);
+    }
+    /// One thread; readers may see it at any moment.
+    void setChangeTime(std::uint32_t record, std::uint32_t seconds);
+    /// Makes the summary of a block to which nothing will be appended. The thread that sets times.
+    void summarize()
+    {
+        _summary = std::make_unique<NameSummary>(*this);
+        _publishedSummary.store(_summary.get(), std::memory_order_release);
+    }
+    /// Null while there is none.
+    const NameSummary *summary() const { return _publishedSummary.load(std::memory_order_acquire); }
     std::uint32_t startOf(std::uint32_t record) const;
     std::string_view stored(std::uint32_t record) const;
     std::string_view original(std::uint32_t record) const;
@@ -98,23 +139,40 @@ public:
     std::uint32_t closedBefore(std::size_t group) const { return _closedBefore[group]; }
     /// Memory really in use, tables included.
     std::size_t memoryBytes() const;
+    /// What has been published; lives as long as this.
+    Tables tables() const;
+    /// Has the names brought into memory, should they have been put out of it. May take as long as
+    /// the disk; any thread.
+    void prefault() const;
+
+    static constexpr std::uint32_t sampleEvery = 16;
+    static constexpr std::size_t groupBytes = 256;
 
 private:
-    static constexpr std::uint32_t sampleEvery = 16;
+    /// No number is larger than that of the spare record behind the last.
+    std::uint32_t cut(std::uint32_t record) const
+    {
+        return record < _capacity.records ? record : _capacity.records;
+    }
+    void map(std::size_t bytes);
 
     Capacity _capacity;
     std::size_t _mappedBytes = 0;
     char *_mapping = nullptr;
+    std::shared_ptr<const void> _owner;  // of tables that are not in `_mapping`
 
     char *_data = nullptr;
     std::uint32_t *_closedBefore = nullptr;  // per 256 bytes
     std::uint32_t *_starts = nullptr;        // of every 16th record
     Traits *_traits = nullptr;
+    std::atomic<std::uint32_t> *_changeTimes = nullptr;
     std::atomic<std::uint64_t> *_dead = nullptr;  // one bit a record
     std::uint32_t *_originalRecords = nullptr;    // ascending
     std::uint32_t *_originalStarts = nullptr;     // into _originalBytes, one more than records
     char *_originalBytes = nullptr;
 
+    std::unique_ptr<NameSummary> _summary;
+    std::atomic<const NameSummary *> _publishedSummary = nullptr;
     Extent _written;  // the writer's own, ahead of what is published
     std::size_t _originalEnd = 0;
     std::atomic<std::uint64_t> _published = firstByte;  // count << 32 | end

@@ -4,6 +4,8 @@
 #include "index/IndexView.h"
 #include "index/Needle.h"
 #include "index/Ranking.h"
+#include "index/Scan.h"
+#include "index/UseTable.h"
 
 #include <string>
 #include <unordered_map>
@@ -31,6 +33,8 @@ public:
     const std::vector<std::pair<RecordId, RecordId>> &baseRanges() const { return _baseRanges; }
     /// Whether the entries of this folder, of the base or the tail, are in one of the scopes.
     bool holdsEntriesOf(FolderId folder);
+    /// Whether this record, of the base or the tail, is.
+    bool holds(RecordId record);
     bool holdsApplication(const Application &application) const;
 
 private:
@@ -64,9 +68,21 @@ struct SearchAnswer {
     std::vector<RankKey> best;  ///< best first
 };
 
-/// The best `limit` hits below `below`, and how many there are in all, `below` aside. `scopes` are
-/// those of `view`.
+/// Which of the hits are wanted, and from when and by whose use they are ranked.
+struct SearchRequest {
+    std::size_t limit = 512;
+    RankKey below = RankKey::aboveAll();  ///< only what stands behind it
+    Recency recency;                      ///< the same for all parts of one ranking
+    ScanFunction scan = bestScan();
+    const UsedRecords *used = nullptr;  ///< has followed the view; null: nothing was used
+};
+
+/// The best hits, and how many there are in all, whatever the request leaves out. A hit is a name
+/// that holds at least one of the needles; the needle that it holds best counts. `scopes` are those
+/// of `view`.
+SearchAnswer searchNames(const IndexView &view, ResolvedScopes &scopes,
+    const std::vector<Needle> &needles, const SearchRegion &region, const SearchRequest &request);
 SearchAnswer searchNames(const IndexView &view, ResolvedScopes &scopes, const Needle &needle,
-    const SearchRegion &region, std::size_t limit, RankKey below = {~std::uint64_t(0)});
+    const SearchRegion &region, std::size_t limit);
 
 }  // namespace vellumhound::index

@@ -54,11 +54,28 @@ Needle::Needle(std::string_view text, const ByteFrequencies &frequencies)
         [&](std::uint32_t a, std::uint32_t b) { return frequencyAt(a) < frequencyAt(b); });
     for (std::size_t i = 0; i < _probes.size() && !places.empty(); ++i)
         _probes[i] = places[std::min(i, places.size() - 1)];
+    if (_bytes.empty())
+        return;
+    constexpr double rarely = 1.0 / 4096;  // of all places
+    const auto all = std::accumulate(frequencies.begin(), frequencies.end(), 1.0);
+    _isRare = frequencyAt(_probes[0]) / all * frequencyAt(_probes[1]) / all < rarely;
+}
+
+bool Needle::isIn(std::string_view name) const
+{
+    if (isEmpty() || name.size() < size())
+        return false;
+    const char *end = name.data() + (name.size() - size()) + 1;
+    for (const char *at = name.data(); at < end; ++at) {
+        if (matchesAt(at))
+            return true;
+    }
+    return false;
 }
 
 MatchClass Needle::match(std::string_view name) const
 {
-    if (isEmpty() || name.size() < size())
+    if (!isIn(name))
         return MatchClass::none;
     const std::string closed = '\0' + std::string(name) + '\0';
     auto best = MatchClass::none;

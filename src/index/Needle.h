@@ -44,6 +44,9 @@ public:
     /// Places in the text, the rarest bytes first.
     const std::array<std::uint32_t, probeCount> &probes() const { return _probes; }
 
+    /// The two rarest bytes are seldom enough at their places for a search to look for them alone.
+    bool isRare() const { return _isRare; }
+
     /// Whether the text stands at `at`, where at least size() bytes can be read.
     bool matchesAt(const char *at) const
     {
@@ -53,6 +56,8 @@ public:
         }
         return true;
     }
+    /// Whether `name`, as a NameBlock stores it, holds the text.
+    bool isIn(std::string_view name) const;
     /// The best class of all the places where `name`, as a NameBlock stores it, holds the text.
     MatchClass match(std::string_view name) const;
 
@@ -62,32 +67,45 @@ private:
     std::string _bytes;
     std::string _caseBits;
     std::array<std::uint32_t, probeCount> _probes{};
+    bool _isRare = false;
 };
+
+/// What a byte is inside a name: 1 for a part of a word, 2 for a capital as well.
+inline constexpr auto wordBytes = [] {
+    std::array<std::uint8_t, 256> kinds{};
+    for (unsigned byte = 0; byte < kinds.size(); ++byte) {
+        const bool isUpper = byte >= 'A' && byte <= 'Z';
+        const bool isWord =
+            isUpper || (byte >= 'a' && byte <= 'z') || (byte >= '0' && byte <= '9') || byte >= 0x80;
+        kinds[byte] = std::uint8_t((isWord ? 1 : 0) | (isUpper ? 2 : 0));
+    }
+    return kinds;
+}();
+
+/// Whether a word begins at `at`, inside a name.
+inline bool startsWord(const char *at)
+{
+    const unsigned before = wordBytes[static_cast<unsigned char>(at[-1])];
+    const unsigned first = wordBytes[static_cast<unsigned char>(*at)];
+    return ((before & 1) ^ 1) != 0 || (first & ~before & 2) != 0;
+}
 
 /// The class of a match of `length` bytes at `at`, inside a name closed by a NUL. The byte before
 /// `at` is that of the name, or a NUL at its start.
 inline MatchClass classOfMatch(const char *at, std::size_t length)
 {
-    const auto isUpper = [](char c) { return c >= 'A' && c <= 'Z'; };
-    const auto isWord = [&](char c) {
-        return (c >= 'a' && c <= 'z') || isUpper(c) || (c >= '0' && c <= '9') ||
-               static_cast<unsigned char>(c) >= 0x80;
-    };
-    const char before = at[-1];
-    if (before == '\0') {
-        const char *behind = at + length;
-        if (*behind == '\0')
-            return MatchClass::whole;
-        if (*behind != '.')
-            return MatchClass::prefix;
-        while (*++behind != '\0') {
-            if (*behind == '.')
-                return MatchClass::prefix;
-        }
+    if (at[-1] != '\0')
+        return startsWord(at) ? MatchClass::wordStart : MatchClass::inside;
+    const char *behind = at + length;
+    if (*behind == '\0')
         return MatchClass::whole;
+    if (*behind != '.')
+        return MatchClass::prefix;
+    while (*++behind != '\0') {
+        if (*behind == '.')
+            return MatchClass::prefix;
     }
-    const bool startsWord = !isWord(before) || (isUpper(*at) && !isUpper(before));
-    return startsWord ? MatchClass::wordStart : MatchClass::inside;
+    return MatchClass::whole;
 }
 
 }  // namespace vellumhound::index

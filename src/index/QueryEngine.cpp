@@ -1,14 +1,15 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "index/QueryEngine.h"
 
+#include "content/TextSearch.h"
+
 #include <algorithm>
+#include <deque>
 #include <utility>
 
 namespace vellumhound::index {
 
 namespace {
-
-constexpr RankKey aboveAll{~std::uint64_t(0)};
 
 /// Whether all trees that the scopes touch have been crawled once.
 bool isCrawled(const IndexView &view, const QueryScopes &scopes)
@@ -40,20 +41,30 @@ struct QueryEngine::Work {
     // The pass at hand: one search over what has come in since the last.
     std::shared_ptr<const IndexView> view;
     SearchRegion region;
-    bool isCrawling = true;  // when the pass began
+    bool isCrawling = true;             // when the pass began
+    std::shared_ptr<UsedRecords> used;  // has followed `view`; null: nothing was used
     std::vector<RankKey> ranked;
-    std::size_t next = 0;      // in `ranked`
-    bool hasUnranked = false;  // hits below the last one of `ranked`
+    std::size_t rankedCount = 0;  // in this and earlier blocks
+    std::size_t next = 0;         // in `ranked`
+    bool hasUnranked = false;     // hits below the last one of `ranked`
     std::size_t blockSize = firstRanked;
 
+    // Behind the names of the last pass: one search after the other.
+    std::deque<content::TextSearch> textSearches;
+    bool hasBegunTexts = false;
+
     // Between passes.
+    std::shared_ptr<const UseTable> uses;  // the same for all of the run
     bool waitsForReader = false;
     Clock::time_point due;
     std::unordered_set<QString> delivered;  // paths; kept only while the tables may change
 };
 
-QueryEngine::QueryEngine(const PublishedView &published)
+QueryEngine::QueryEngine(
+    const PublishedView &published, RecentlyUsed *uses, const content::PublishedText *texts)
     : _published(published)
+    , _uses(uses)
+    , _texts(texts)
 {
 }
 
@@ -168,6 +179,7 @@ void QueryEngine::pass(Work &work, Clock::time_point now)
         work.view && work.view->base == view->base && work.view->tail == view->tail;
     const bool areSameApplications = work.view && work.view->applications == view->applications;
     if (!isSameTables) {
+        work.needles.clear();
         for (const auto &text : work.run->texts)
             work.needles.emplace_back(text, view->base->frequencies);
     }
@@ -177,30 +189,45 @@ void QueryEngine::pass(Work &work, Clock::time_point now)
     work.view = std::move(view);
     work.blockSize = firstRanked;
     work.ranked.clear();
+    work.rankedCount = 0;
     work.next = 0;
+    findUsed(work);
     rankNext(work);
     deliver(work);
 }
 
+void QueryEngine::findUsed(Work &work)
+{
+    if (!_uses)
+        return;
+    if (!work.uses)
+        work.uses = _uses->table(Clock::now());
+    // Several runs share it while the tables and the uses stay the same.
+    if (!_used || &_used->table() != work.uses.get() || !_used->isOf(*work.view))
+        _used = std::make_shared<UsedRecords>(work.uses);
+    _used->follow(*work.view, work.region.to);
+    work.used = _used;
+}
+
 void QueryEngine::rankNext(Work &work)
 {
-    const auto below = work.ranked.empty() ? aboveAll : work.ranked.back();
     ResolvedScopes scopes(*work.view, work.run->scopes);
-    std::vector<RankKey> best;
-    std::uint64_t count = 0;
-    for (const auto &needle : work.needles) {
-        auto answer = searchNames(*work.view, scopes, needle, work.region, work.blockSize, below);
-        count = std::max(count, answer.count);
-        best.insert(best.end(), answer.best.begin(), answer.best.end());
+    SearchRequest request;
+    request.limit = work.blockSize;
+    request.below = work.ranked.empty() ? RankKey::aboveAll() : work.ranked.back();
+    request.recency = Recency(work.run->startedAt);
+    request.used = work.used.get();
+    auto answer = searchNames(*work.view, scopes, work.needles, work.region, request);
+    work.rankedCount += answer.best.size();
+    work.hasUnranked = answer.best.size() >= work.blockSize;
+    if (!work.hasUnranked && work.rankedCount < answer.count) {
+        // A change time that came in between two blocks has moved an entry up and past the reader.
+        // What was handed out already is passed over.
+        request.limit = answer.count;
+        request.below = RankKey::aboveAll();
+        answer = searchNames(*work.view, scopes, work.needles, work.region, request);
     }
-    if (work.needles.size() > 1) {
-        // One record can be the hit of several texts; its best place counts.
-        std::sort(best.begin(), best.end(), std::greater<>());
-        std::unordered_set<RecordId> seen;
-        std::erase_if(best, [&](RankKey key) { return !seen.insert(key.record()).second; });
-    }
-    work.hasUnranked = best.size() >= work.blockSize;
-    work.ranked = std::move(best);
+    work.ranked = std::move(answer.best);
     work.next = 0;
     work.blockSize *= 8;
 }
@@ -209,10 +236,32 @@ void QueryEngine::deliver(Work &work)
 {
     QueryAnswer answer;
     answer.generation = work.run->generation;
+    addNames(work, answer);
+    const bool hasMoreNames = work.next < work.ranked.size() || work.hasUnranked;
+    // Reading texts takes its time, for which no name is held back.
+    if (!hasMoreNames && answer.items.empty())
+        addTexts(work, answer);
+    answer.hasMore = hasMoreNames || hasTexts(work);
+    answer.isCrawling = work.isCrawling;
+    work.waitsForReader = answer.hasMore;
+    const bool isLast = !answer.hasMore && !answer.isCrawling;
+    if (!answer.items.empty() || isLast)
+        work.run->sender.send(std::move(answer));
+}
+
+bool QueryEngine::hasTexts(const Work &work) const
+{
+    if (!_texts || work.isCrawling || work.run->contents.empty())
+        return false;
+    return !work.hasBegunTexts || !work.textSearches.empty();
+}
+
+void QueryEngine::addNames(Work &work, QueryAnswer &answer)
+{
     while (answer.items.size() < portion && !work.run->isCancelled) {
         if (work.next == work.ranked.size()) {
             if (!work.hasUnranked)
-                break;
+                return;
             rankNext(work);
             continue;
         }
@@ -220,12 +269,50 @@ void QueryEngine::deliver(Work &work)
         if (item && work.delivered.insert(item->path).second)
             answer.items.push_back(std::move(item));
     }
-    answer.hasMore = work.next < work.ranked.size() || work.hasUnranked;
-    answer.isCrawling = work.isCrawling;
-    work.waitsForReader = answer.hasMore;
-    const bool isLast = !answer.hasMore && !answer.isCrawling;
-    if (!answer.items.empty() || isLast)
-        work.run->sender.send(std::move(answer));
+}
+
+void QueryEngine::beginTexts(Work &work) const
+{
+    work.hasBegunTexts = true;
+    const auto &scopes = work.run->scopes;
+    for (const auto &text : work.run->contents) {
+        content::TextQuery query{text, {}, {}};
+        if (!scopes.isWholeComputer) {
+            query.isInScope = [&scopes](std::string_view path) {
+                return std::any_of(scopes.folders.begin(), scopes.folders.end(),
+                    [&](const auto &scope) { return pathBelow(path, scope).has_value(); });
+            };
+        }
+        if (work.used) {
+            for (const auto &[path, seconds] : work.used->table().lastUses)
+                query.lastUses.push_back({path, seconds});
+        }
+        work.textSearches.emplace_back(*_texts, std::move(query));
+    }
+}
+
+void QueryEngine::addTexts(Work &work, QueryAnswer &answer)
+{
+    if (!hasTexts(work))
+        return;
+    if (!work.hasBegunTexts)
+        beginTexts(work);
+    ResolvedScopes scopes(*work.view, work.run->scopes);
+    while (!work.textSearches.empty() && answer.items.size() < portion && !work.run->isCancelled) {
+        const auto page =
+            work.textSearches.front().next(portion - answer.items.size(), work.run->isCancelled);
+        for (const auto &hit : page.hits) {
+            // What the names do not hold is hidden, excluded or gone.
+            const auto record = work.view->findPath(hit.path);
+            if (record == nothing || !scopes.holdsEntriesOf(work.view->folderOf(record)))
+                continue;
+            auto item = readItem(*work.view, record);
+            if (item && work.delivered.insert(item->path).second)
+                answer.items.push_back(std::move(item));
+        }
+        if (!page.mayHaveMore)
+            work.textSearches.pop_front();
+    }
 }
 
 }  // namespace vellumhound::index

@@ -2,13 +2,16 @@
 #pragma once
 
 #include "base/Handover.h"
+#include "content/TextState.h"
 #include "index/IndexItem.h"
 #include "index/NameSearch.h"
+#include "index/RecentlyUsed.h"
 
 #include <atomic>
 #include <chrono>
 #include <condition_variable>
 #include <cstdint>
+#include <ctime>
 #include <functional>
 #include <memory>
 #include <mutex>
@@ -31,8 +34,10 @@ struct QueryAnswer {
 /// both hold it.
 struct QueryRun {
     std::uint64_t generation = 0;
-    std::vector<std::string> texts;  ///< UTF-8; a name that holds one of them is a hit
+    std::vector<std::string> texts;     ///< UTF-8; a name that holds one of them is a hit
+    std::vector<std::string> contents;  ///< UTF-8; a file whose text holds one of them is a hit
     QueryScopes scopes;
+    std::int64_t startedAt = std::time(nullptr);  ///< what counts as now in its ranking
     base::Handover<QueryAnswer>::Sender sender;
     std::atomic<bool> isCancelled = false;
 
@@ -48,7 +53,8 @@ struct QueryRun {
 ///
 /// A run's answer comes in portions. The next one is sent when the query asks for more; while the
 /// scopes are being crawled also by itself, at most ten times a second and only with new hits. The
-/// last answer has neither flag set.
+/// last answer has neither flag set. Files that are hits by their text follow behind all names, in
+/// portions of their own, once the scopes have been crawled.
 class QueryEngine {
 public:
     using Clock = std::chrono::steady_clock;
@@ -57,7 +63,10 @@ public:
     static constexpr std::size_t portion = 128;      ///< entries read from the disk at once
     static constexpr std::chrono::milliseconds pause{100};
 
-    explicit QueryEngine(const PublishedView &published);
+    /// Without `uses` nothing was ever used, without `texts` nothing is known of what stands in
+    /// files. All outlive it.
+    explicit QueryEngine(const PublishedView &published, RecentlyUsed *uses = nullptr,
+        const content::PublishedText *texts = nullptr);
     ~QueryEngine();
     QueryEngine(const QueryEngine &) = delete;
     QueryEngine &operator=(const QueryEngine &) = delete;
@@ -86,10 +95,18 @@ private:
 
     void take(std::vector<Message> messages);
     void pass(Work &work, Clock::time_point now);
+    void findUsed(Work &work);
     void rankNext(Work &work);
     void deliver(Work &work);
+    void addNames(Work &work, QueryAnswer &answer);
+    bool hasTexts(const Work &work) const;
+    void beginTexts(Work &work) const;
+    void addTexts(Work &work, QueryAnswer &answer);
 
     const PublishedView &_published;
+    RecentlyUsed *const _uses;
+    const content::PublishedText *const _texts;
+    std::shared_ptr<UsedRecords> _used;  // of the latest run, kept for the next
     std::vector<std::unique_ptr<Work>> _works;
 
     std::mutex _mutex;

@@ -13,33 +13,62 @@ HitSink::HitSink(TopHits &top, const NameBlock &names, std::uint32_t firstRecord
     : block(names)
     , visitsAll(visitsAllRecords)
     , leastClass(visitsAll ? MatchClass::none : top.leastClass())
-    , threshold(top.threshold())
+    , bar(top.bar())
     , _top(top)
+    , _summary(names.summary())
     , _firstRecord(firstRecord)
+    , _recordCount(names.published().count)
     , _filter(std::move(filter))
 {
 }
 
+MatchClass HitSink::floorOf(std::size_t stretch) const
+{
+    // While the list has room, or noise in it, everything is looked at.
+    if (leastClass == MatchClass::none || !_summary)
+        return leastClass;
+    const auto best = _summary->bestTraits(stretch);
+    if (best.isNoise())
+        return MatchClass(unsigned(MatchClass::whole) + 1);
+    const bool mayEnter = bar.mayPass(best, leastClass, _summary->newestChange(stretch));
+    return mayEnter ? leastClass : MatchClass(unsigned(leastClass) + 1);
+}
+
 void HitSink::rank()
 {
+    // A damaged block, before somebody has found out, may count more names than it has.
+    if (pending >= _recordCount)
+        return;
+    auto match = pendingClass;
     if (visitsAll) {
-        if (_filter && !_filter(pending))
+        if (_filter && !_filter(pending, match))
             return;
         ++count;
     }
     const auto traits = block.traits(pending);
-    if (RankKey::bound(traits, pendingClass) <= threshold)
+    const auto changed = block.changeTime(pending);
+    if (!bar.mayPass(traits, match, changed))
         return;
     const char *start = block.data() + pendingPosition;
     while (start[-1] != '\0')
         --start;
     const std::string_view name(start);
-    const auto key = RankKey::of(traits.isNoise() || isNoiseName(name), pendingClass,
-        traits.depth(), name.size(), _firstRecord + pending);
-    if (key.bits <= threshold || (!visitsAll && _filter && !_filter(pending)))
+    Relevance relevance{traits.isNoise(), match, 0, changed, traits.depth(), name.size()};
+    const auto keyOf = [&] {
+        return RankKey::of(relevance, _top.recency(), _firstRecord + pending);
+    };
+    auto key = keyOf();
+    if (key <= _top.threshold() || (!visitsAll && _filter && !_filter(pending, match)))
         return;
+    if (!relevance.isNoise && isNoiseName(name)) {
+        relevance.isNoise = true;
+        key = keyOf();
+    }
+    const auto before = _top.threshold();
     _top.offer(key);
-    threshold = _top.threshold();
+    if (_top.threshold() == before)
+        return;
+    bar = _top.bar();
     if (!visitsAll)
         leastClass = _top.leastClass();
 }

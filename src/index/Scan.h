@@ -12,15 +12,19 @@
 
 namespace vellumhound::index {
 
-/// Whether a record of the scanned block is wanted.
-using RecordFilter = std::function<bool(std::uint32_t)>;
+/// Whether a record of the scanned block is wanted. May raise the class of its match.
+using RecordFilter = std::function<bool(std::uint32_t record, MatchClass &match)>;
 
 /// Takes the places where a scan finds its needle, in ascending order, and makes records, classes
 /// and ranks of them.
 ///
 /// With `visitsAll` every record with a hit goes through the filter and is counted here. Without
 /// it the scan counts by masks and passes over hits that cannot enter the best list any more; then
-/// `count` includes records that the filter refuses, and whoever set the filter subtracts them.
+/// `count` includes records that the filter refuses, and whoever set the filter subtracts them; the
+/// filter raises no class.
+///
+/// Records are ranked as used by nobody. Used ones are few: whoever knows them offers them to the
+/// list and has the filter refuse them here.
 class HitSink {
 public:
     static constexpr std::uint32_t noRecord = ~std::uint32_t(0);
@@ -48,18 +52,22 @@ public:
     {
         if (pending == noRecord)
             return;
-        const bool canEnter = RankKey::bound(block.traits(pending), pendingClass) > threshold;
-        if (visitsAll || canEnter)
+        if (visitsAll ||
+            bar.mayPass(block.traits(pending), pendingClass, block.changeTime(pending)))
             rank();
         pending = noRecord;
     }
+
+    /// The least class with which a hit in a stretch of the block may enter the list; one beyond
+    /// `whole` if none can.
+    MatchClass floorOf(std::size_t stretch) const;
 
     // Read and written by the scan kernels.
     const NameBlock &block;
     const bool visitsAll;
     std::uint64_t count = 0;
     MatchClass leastClass = MatchClass::none;
-    std::uint64_t threshold = 0;
+    Bar bar;
     std::uint32_t pending = noRecord;
     MatchClass pendingClass = MatchClass::none;
     std::size_t pendingPosition = 0;
@@ -68,7 +76,9 @@ private:
     void rank();
 
     TopHits &_top;
+    const NameSummary *_summary;  // null if there is none
     std::uint32_t _firstRecord;
+    std::uint32_t _recordCount;
     RecordFilter _filter;
 };
 

@@ -49,6 +49,14 @@ inline Vector equal(Vector a, Vector b)
 {
     return {_mm256_cmpeq_epi8(a.bits, b.bits)};
 }
+inline Vector minus(Vector a, Vector b)
+{
+    return {_mm256_sub_epi8(a.bits, b.bits)};
+}
+inline Vector lesser(Vector a, Vector b)
+{
+    return {_mm256_min_epu8(a.bits, b.bits)};
+}
 inline std::uint64_t mask(Vector a)
 {
     return std::uint64_t(std::uint32_t(_mm256_movemask_epi8(a.bits)));

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "index/Worker.h"
 
+#include "index/Throttle.h"
+
 #include <sched.h>
 #include <sys/syscall.h>
 #include <unistd.h>
@@ -23,8 +25,21 @@ void Worker::post(Job job)
 void Worker::postUrgent(Job job)
 {
     const std::lock_guard lock(_mutex);
-    _jobs.push_front(std::move(job));
+    _urgentJobs.push_front(std::move(job));
     _changed.notify_one();
+}
+
+void Worker::postIdle(Job job)
+{
+    const std::lock_guard lock(_mutex);
+    _idleJobs.push_back(std::move(job));
+    _changed.notify_one();
+}
+
+void Worker::wakeOwner() const
+{
+    if (_wakeOwner)
+        _wakeOwner();
 }
 
 std::vector<Worker::Completion> Worker::takeDone()
@@ -41,19 +56,20 @@ bool Worker::step()
 
 bool Worker::stepLocked(std::unique_lock<std::mutex> &lock)
 {
-    if (_jobs.empty() || _isStopped)
+    auto &jobs = !_urgentJobs.empty() ? _urgentJobs : !_jobs.empty() ? _jobs : _idleJobs;
+    if (jobs.empty() || _isStopped)
         return false;
-    auto job = std::move(_jobs.front());
-    _jobs.pop_front();
+    auto job = std::move(jobs.front());
+    jobs.pop_front();
     lock.unlock();
     auto completion = job();
     job = {};
     lock.lock();
     _done.push_back(std::move(completion));
     const bool isFirst = _done.size() == 1;
-    if (isFirst && _wakeOwner) {
+    if (isFirst) {
         lock.unlock();
-        _wakeOwner();
+        wakeOwner();
         lock.lock();
     }
     return true;
@@ -63,16 +79,46 @@ void Worker::run()
 {
     std::unique_lock lock(_mutex);
     while (!_isStopped) {
-        if (!stepLocked(lock))
-            _changed.wait(lock, [this] { return _isStopped || !_jobs.empty(); });
+        if (!hasJobs())
+            _changed.wait(lock, [this] { return _isStopped || hasJobs(); });
+        else if (_throttle && _urgentJobs.empty())
+            rest(lock);
+        stepLocked(lock);
     }
+}
+
+void Worker::rest(std::unique_lock<std::mutex> &lock)
+{
+    const auto isWanted = [this] { return _isStopped || !_urgentJobs.empty(); };
+    while (!isWanted()) {
+        const auto work = _jobs.empty() ? Throttle::Work::upkeep : Throttle::Work::firstCrawl;
+        lock.unlock();
+        const auto duration = _throttle->restBefore(work);
+        lock.lock();
+        if (duration.count() == 0)
+            return;
+        _isWoken = false;
+        // What comes meanwhile and may not wait so long is not held up by what may.
+        const bool isUpkeep = work == Throttle::Work::upkeep;
+        _changed.wait_for(
+            lock, duration, [&] { return _isWoken || isWanted() || (isUpkeep && !_jobs.empty()); });
+    }
+}
+
+void Worker::wake()
+{
+    const std::lock_guard lock(_mutex);
+    _isWoken = true;
+    _changed.notify_all();
 }
 
 void Worker::stop()
 {
     const std::lock_guard lock(_mutex);
     _isStopped = true;
+    _urgentJobs.clear();
     _jobs.clear();
+    _idleJobs.clear();
     _changed.notify_all();
 }
 

@@ -66,12 +66,14 @@ private:
         fakes::ManualTimer timer;
         GioWorkspace workspace;
         QList<bool> accepted;
+        QStringList opened;
 
         explicit Desk(platform::ApplicationEntryName applicationName = {})
             : workspace(
                   background, timer, QDBusConnection::sessionBus(), std::move(applicationName))
         {
             workspace.setAcceptedHandler([this](bool isAccepted) { accepted.append(isAccepted); });
+            workspace.setOpenedHandler([this](const QString &path) { opened.append(path); });
         }
     };
 
@@ -127,6 +129,7 @@ private Q_SLOTS:
         QTRY_COMPARE(desk.accepted, QList<bool>{true});
         QTRY_VERIFY(!recordOf(u"editor"_s).isEmpty());
         QCOMPARE(valueOf(recordOf(u"editor"_s), "argument"), path(u"note one.txt"_s).toUtf8());
+        QCOMPARE(desk.opened, QStringList{path(u"note one.txt"_s)});
     }
 
     void aFolderIsOpenedByTheFileManager()
@@ -270,6 +273,7 @@ private Q_SLOTS:
         desk.workspace.openURL(file);
 
         QTRY_COMPARE(desk.accepted, QList<bool>{false});
+        QVERIFY(desk.opened.isEmpty());
     }
 
     void revealingAsksTheFileManagerThatAnswers()

@@ -38,6 +38,19 @@ private Q_SLOTS:
         QCOMPARE(_heard, (QStringList{u"a"_s, u"b"_s}));
     }
 
+    void whatANotificationCarriesReachesThoseWhoAsk()
+    {
+        QVariantMap got;
+        const auto plain = observe(u"n"_s, u"plain"_s);
+        const auto token = _center->addObserver(
+            u"n"_s, nullptr, [&](const NotificationCenter::UserInfo &info) { got = info; });
+
+        _center->post(u"n"_s, nullptr, {{u"entry"_s, 7}});
+
+        QCOMPARE(got, (QVariantMap{{u"entry"_s, 7}}));
+        QCOMPARE(_heard, QStringList{u"plain"_s});
+    }
+
     void anObserverMayAskForOneObject()
     {
         const int mine = 0;

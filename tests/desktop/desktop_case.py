@@ -27,17 +27,22 @@ class DesktopCase(unittest.TestCase):
     session: DesktopSession
     window_manager = "openbox"
     is_composited = False
+    other_window = True  # somebody else's, to lose the keyboard to
     _folder: tempfile.TemporaryDirectory
 
     @classmethod
     def setUpClass(cls):
         cls._folder = tempfile.TemporaryDirectory(prefix="vellumhound-desktop-")
         cls.addClassCleanup(cls._folder.cleanup)
-        cls.session = DesktopSession(pathlib.Path(cls._folder.name) / "session", is_composited=cls.is_composited,
-                                     window_manager=cls.window_manager)
+        cls.session = cls.make_session(pathlib.Path(cls._folder.name) / "session")
         cls.addClassCleanup(cls.session.stop)
         cls.session.start()
-        cls.session.start_other_window()  # somebody else's window to lose the keyboard to
+        if cls.other_window:
+            cls.session.start_other_window()
+
+    @classmethod
+    def make_session(cls, folder: pathlib.Path) -> DesktopSession:
+        return DesktopSession(folder, is_composited=cls.is_composited, window_manager=cls.window_manager)
 
     def setUp(self):
         self.programs: list[Program] = []

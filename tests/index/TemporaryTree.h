@@ -54,6 +54,12 @@ public:
     {
         [[maybe_unused]] const int failed = ::symlink(target.c_str(), path(relative).c_str());
     }
+    /// When its contents last changed, in seconds since 1970.
+    void setTime(const std::string &relative, std::int64_t seconds) const
+    {
+        const timespec times[2] = {{seconds, 0}, {seconds, 0}};
+        ::utimensat(AT_FDCWD, path(relative).c_str(), times, 0);
+    }
     void move(const std::string &from, const std::string &to) const
     {
         ::rename(path(from).c_str(), path(to).c_str());

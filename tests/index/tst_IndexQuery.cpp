@@ -1,17 +1,21 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "index/IndexQuery.h"
-#include "TemporaryTree.h"
+#include "QueryFixture.h"
 
 #include <QObject>
+#include <QRegularExpression>
 #include <QTest>
 
 #include <algorithm>
+#include <array>
+#include <fcntl.h>
 #include <functional>
+#include <sys/stat.h>
 
 using namespace vellumhound;
 using namespace vellumhound::index;
 using namespace Qt::StringLiterals;
 using tests::TemporaryTree;
+using Session = tests::QueryFixture;
 
 class tst_IndexQuery final : public QObject {
     Q_OBJECT
@@ -29,70 +33,16 @@ private Q_SLOTS:
     void aReaderWhoLeavesOffGetsTheEnd();
     void applicationsAreFoundByTheirNameAndOnce();
     void aQueryWithoutTextOrScopeDoesNotStart();
-    void aQueryForContentSearchesNamesAndSaysSo();
+    void aQueryForContentFindsNamesAloneWhereNoTextIsKept();
     void theQueryMayGoFromInsideItsNotification();
     void aMissingScopeEndsWithNothing();
+    void whatWasOpenedOrIsInTheDesktopsListComesFirst();
+    void usesOutliveTheIndex();
+    void severalTextsGiveAllTheirHitsOnce();
+    void theStatusTellsWhatIsCovered();
+    void itSaysWhyAnEntryIsNotFound();
+    void atItsLimitOfMemoryTheIndexSaysSo();
 };
-
-namespace {
-
-/// An index over a tree of its own, with one query.
-struct Session {
-    TemporaryTree tree;
-    base::NotificationCenter center;
-    std::unique_ptr<FileIndex> index;
-    std::unique_ptr<IndexQuery> query;
-    int progressCount = 0;
-    int finishCount = 0;
-    std::function<void()> onProgress;
-    std::vector<base::NotificationCenter::Token> tokens;
-
-    void begin()
-    {
-        FileIndexOptions options;
-        options.dataHome = tree.text("data");
-        options.dataDirs = {tree.text("system")};
-        options.languages = {u"de_DE"_s};
-        options.watchBudget = [] { return 10'000; };
-        index = std::make_unique<FileIndex>(options);
-        query = std::make_unique<IndexQuery>(*index, center);
-        using namespace base::Notifications;
-        tokens.push_back(center.addObserver(
-            QString::fromUtf16(NSMetadataQueryGatheringProgressNotification), query.get(), [this] {
-                ++progressCount;
-                if (onProgress)
-                    onProgress();
-            }));
-        tokens.push_back(
-            center.addObserver(QString::fromUtf16(NSMetadataQueryDidFinishGatheringNotification),
-                query.get(), [this] { ++finishCount; }));
-    }
-    bool start(const QString &text, const QStringList &scopes)
-    {
-        query->setPredicate({{{QString::fromUtf16(platform::NSMetadataItemDisplayNameKey), text}}});
-        query->setSearchScopes(scopes);
-        return query->startQuery();
-    }
-    bool start(const QString &text) { return start(text, {tree.text()}); }
-    QStringList names() const
-    {
-        QStringList found;
-        for (qsizetype i = 0; i < query->resultCount(); ++i)
-            found += value(i, platform::NSMetadataItemFSNameKey).toString();
-        return found;
-    }
-    QVariant value(qsizetype number, const char16_t *key) const
-    {
-        return query->resultAt(number)->valueForAttribute(QString::fromUtf16(key));
-    }
-    ~Session()
-    {
-        query.reset();
-        index.reset();
-    }
-};
-
-}  // namespace
 
 void tst_IndexQuery::theHitsComeRankedAndTheEndIsPostedOnce()
 {
@@ -101,6 +51,10 @@ void tst_IndexQuery::theHitsComeRankedAndTheEndIsPostedOnce()
              "unreported", "other"})
         session.tree.file(name);
     session.begin();
+    // While change times come in, those that are known go first.
+    session.index->setPathRules({{session.tree.text(), true}});
+    QTRY_COMPARE(session.index->status().names, std::uint64_t(7));
+    QTRY_VERIFY(session.index->status().activities.empty());
 
     QVERIFY(session.start(u"report"_s));
     QTRY_COMPARE(session.finishCount, 1);
@@ -351,7 +305,7 @@ void tst_IndexQuery::aQueryWithoutTextOrScopeDoesNotStart()
     QVERIFY(!session.query->resultAt(0));
 }
 
-void tst_IndexQuery::aQueryForContentSearchesNamesAndSaysSo()
+void tst_IndexQuery::aQueryForContentFindsNamesAloneWhereNoTextIsKept()
 {
     Session session;
     session.tree.file("word.txt", "other");
@@ -361,7 +315,6 @@ void tst_IndexQuery::aQueryForContentSearchesNamesAndSaysSo()
     session.query->setPredicate({{{u"kMDItemDisplayName"_s, u"word"_s},
         {QString::fromUtf16(platform::NSMetadataItemTextContentKey), u"word"_s}}});
 
-    QTest::ignoreMessage(QtInfoMsg, "the text of files is not indexed, names alone are searched");
     QVERIFY(session.query->startQuery());
     QTRY_COMPARE(session.finishCount, 1);
     QCOMPARE(session.names(), QStringList{u"word.txt"_s});
@@ -390,6 +343,142 @@ void tst_IndexQuery::aMissingScopeEndsWithNothing()
     QTRY_COMPARE(session.finishCount, 1);
 
     QCOMPARE(session.query->resultCount(), qsizetype(0));
+}
+
+void tst_IndexQuery::whatWasOpenedOrIsInTheDesktopsListComesFirst()
+{
+    Session session;
+    // Older than any application, which counts as new.
+    const std::array<timespec, 2> lastYear{{{1'700'000'000, 0}, {1'700'000'000, 0}}};
+    for (const auto *name : {"in/plan a", "in/plan b", "in/plan c", "in/plan d"}) {
+        session.tree.file(name);
+        ::utimensat(AT_FDCWD, session.tree.path(name).c_str(), lastYear.data(), 0);
+    }
+    session.tree.file("data/recently-used.xbel",
+        "<xbel><bookmark href=\"file://" + session.tree.path("in/plan%20c") +
+            "\" visited=\"2020-01-01T00:00:00Z\"/></xbel>");
+    session.tree.file("system/applications/plan.desktop",
+        "[Desktop Entry]\nType=Application\nName=Planner of long journeys\n");
+    session.begin();
+    const QStringList scopes{session.tree.text("in"), u"/Applications"_s};
+    // Once for nothing, so that the crawl is over.
+    session.start(u"nothing like it"_s, scopes);
+    QTRY_COMPARE(session.finishCount, 1);
+    session.index->noteUse(session.tree.text("in/plan d"));
+
+    session.start(u"plan"_s, scopes);
+    QTRY_COMPARE(session.finishCount, 2);
+    QCOMPARE(session.names().mid(0, 3),
+        (QStringList{u"plan d"_s, u"plan c"_s, u"Planner of long journeys"_s}));
+
+    session.index->noteUse(session.tree.text("system/applications/plan.desktop"));
+    session.start(u"plan"_s, scopes);
+    QTRY_COMPARE(session.finishCount, 3);
+    QCOMPARE(session.names().indexOf(u"plan c"_s), 2);
+    QCOMPARE(session.query->resultCount(), qsizetype(5));
+}
+
+void tst_IndexQuery::usesOutliveTheIndex()
+{
+    Session session;
+    session.tree.file("in/plan a");
+    session.tree.file("in/plan b");
+    session.begin();
+    session.index->noteUse(session.tree.text("in/plan b"));
+    session.tokens.clear();
+    session.query.reset();
+    session.index.reset();
+
+    session.begin();
+    session.start(u"nothing like it"_s, {session.tree.text("in")});
+    QTRY_COMPARE(session.finishCount, 1);
+    session.start(u"plan"_s, {session.tree.text("in")});
+    QTRY_COMPARE(session.finishCount, 2);
+
+    QCOMPARE(session.names(), (QStringList{u"plan b"_s, u"plan a"_s}));
+}
+
+void tst_IndexQuery::severalTextsGiveAllTheirHitsOnce()
+{
+    Session session;
+    for (int i = 0; i < 400; ++i) {
+        session.tree.file("in/one" + std::to_string(i));
+        session.tree.file("in/two" + std::to_string(i));
+        session.tree.file("in/one two" + std::to_string(i));
+    }
+    session.begin();
+    session.onProgress = [&] {
+        if (session.query->resultCount() > 0)
+            session.query->resultAt(session.query->resultCount() - 1);
+    };
+    session.query->setSearchScopes({session.tree.text("in")});
+    session.query->setPredicate(
+        {{{u"kMDItemDisplayName"_s, u"one"_s}, {u"kMDItemDisplayName"_s, u"two"_s}}});
+
+    QVERIFY(session.query->startQuery());
+    QTRY_COMPARE(session.finishCount, 1);
+
+    auto names = session.names();
+    QCOMPARE(names.size(), 1200);
+    QCOMPARE(names.removeDuplicates(), 0);
+}
+
+void tst_IndexQuery::theStatusTellsWhatIsCovered()
+{
+    Session session;
+    for (const auto *name : {"in/a", "in/b/c", "in/b/.hidden", "in/d/e"})
+        session.tree.file(name);
+    session.begin();
+
+    session.index->setPathRules({{session.tree.text("in"), true}});
+
+    QTRY_COMPARE(session.index->status().names, std::uint64_t(5));
+    QTRY_VERIFY(session.index->status().activities.empty());
+    const auto status = session.index->status();
+    QCOMPARE(status.liveFolders, std::uint64_t(3));
+    QCOMPARE(status.sweptFolders, std::uint64_t(0));
+    QVERIFY(status.memoryBytes > 0);
+    QVERIFY(status.lastCheck);
+    QVERIFY(!status.texts.isOn);
+}
+
+void tst_IndexQuery::itSaysWhyAnEntryIsNotFound()
+{
+    using Kind = FindingReason::Kind;
+    Session session;
+    for (const auto *name : {"in/a", "in/.hidden/b", "in/out/c", "elsewhere/d"})
+        session.tree.file(name);
+    session.begin();
+    session.index->setPathRules(
+        {{session.tree.text("in"), true}, {session.tree.text("in/out"), false}});
+    QTRY_COMPARE(session.index->status().names, std::uint64_t(2));
+    QTRY_VERIFY(session.index->status().activities.empty());
+    const auto reason = [&](const std::string &path) {
+        return session.index->whyNotFound(session.tree.text(path), {session.tree.text("in")}).kind;
+    };
+
+    QCOMPARE(reason("in/a"), Kind::found);
+    QCOMPARE(reason("in/.hidden/b"), Kind::hidden);
+    QCOMPARE(reason("in/out/c"), Kind::excludedByRule);
+    QCOMPARE(reason("elsewhere/d"), Kind::outsideScopes);
+    QCOMPARE(reason("in/nothing"), Kind::notThere);
+}
+
+void tst_IndexQuery::atItsLimitOfMemoryTheIndexSaysSo()
+{
+    Session session;
+    session.tree.file("in/a/b");
+    FileIndexOptions options;
+    options.mostMemoryBytes = 1;
+    QTest::ignoreMessage(QtWarningMsg, QRegularExpression(u"reached its limit of"_s));
+    session.begin(options);
+    QTRY_VERIFY(session.index->status().isFull);
+
+    session.index->setPathRules({{session.tree.text("in"), true}});
+
+    QTRY_COMPARE(session.index->status().names, std::uint64_t(1));
+    QTRY_VERIFY(session.index->status().activities.empty());
+    QCOMPARE(session.index->status().names, std::uint64_t(1));
 }
 
 QTEST_GUILESS_MAIN(tst_IndexQuery)

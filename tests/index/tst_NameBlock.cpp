@@ -24,6 +24,7 @@ private Q_SLOTS:
     void aRecordDiesOnce();
     void aFullBlockSaysSo();
     void traitsFitInOneByte();
+    void aChangeTimeIsUnknownUntilItIsSet();
 };
 
 void tst_NameBlock::everyNameComesBackByItsNumberAndByItsBytes()
@@ -111,6 +112,20 @@ void tst_NameBlock::traitsFitInOneByte()
     QCOMPARE(traits.depth(), 15U);
     QVERIFY(traits.isNoise());
     QVERIFY(!Traits::of(EntryKind::folder, 0, false).isNoise());
+}
+
+void tst_NameBlock::aChangeTimeIsUnknownUntilItIsSet()
+{
+    NameBlock block({.bytes = 100, .records = 10});
+    const auto first = block.append("one", "one", {});
+    const auto second = block.append("two", "two", {});
+    block.publish();
+    QCOMPARE(block.changeTime(second), 0U);
+
+    block.setChangeTime(second, 4'000'000'000U);
+
+    QCOMPARE(block.changeTime(first), 0U);
+    QCOMPARE(block.changeTime(second), 4'000'000'000U);
 }
 
 QTEST_APPLESS_MAIN(tst_NameBlock)

@@ -37,7 +37,12 @@ namespace {
 struct Entry {
     std::string name;
     Traits traits;
+    std::uint32_t changed = 0;
 };
+
+/// When the searches here take place.
+constexpr std::int64_t now = 1'700'000'000;
+const Recency recency(now);
 
 /// Few letters, so that short needles hit often and in all positions.
 std::vector<Entry> someNames(unsigned seed, int count)
@@ -52,6 +57,9 @@ std::vector<Entry> someNames(unsigned seed, int count)
         for (unsigned j = 0; j < length; ++j)
             name += pieces[random() % pieces.size()];
         entries.push_back({name, Traits::of(EntryKind::file, random() % 16, random() % 4 == 0)});
+        if (random() % 3 != 0)
+            entries.back().changed =
+                std::uint32_t(now + 100 - (1 << random() % 30) - random() % 99);
     }
     return entries;
 }
@@ -68,7 +76,9 @@ std::unique_ptr<NameBlock> blockOf(const std::vector<Entry> &entries)
     for (const auto &entry : entries) {
         const bool isAscii = std::all_of(entry.name.begin(), entry.name.end(),
             [](char c) { return static_cast<unsigned char>(c) < 0x80; });
-        block->append(entry.name, isAscii ? entry.name : base::fold(entry.name), entry.traits);
+        const auto record =
+            block->append(entry.name, isAscii ? entry.name : base::fold(entry.name), entry.traits);
+        block->setChangeTime(record, entry.changed);
     }
     block->publish();
     return block;
@@ -91,8 +101,10 @@ Expected workedOut(const NameBlock &block, const Needle &needle, std::uint32_t f
             continue;
         ++expected.count;
         const auto traits = block.traits(record);
-        expected.keys.push_back(RankKey::of(
-            traits.isNoise() || isNoiseName(name), match, traits.depth(), name.size(), record));
+        expected.keys.push_back(
+            RankKey::of({traits.isNoise() || isNoiseName(name), match, 0, block.changeTime(record),
+                            traits.depth(), name.size()},
+                recency, record));
     }
     std::sort(expected.keys.begin(), expected.keys.end(), std::greater<>());
     expected.keys.resize(std::min(limit, expected.keys.size()));
@@ -125,15 +137,17 @@ void tst_Scan::everyFormFindsCountsAndRanksAlike()
 {
     QFETCH(unsigned, seed);
     const auto block = blockOf(someNames(seed, int(seed * 53)));
+    if (seed % 2 == 0)
+        block->summarize();
     const auto extent = block->published();
 
     for (const auto &query : someQueries()) {
         const Needle needle(query);
-        for (const std::size_t limit : {1U, 7U, 5000U}) {
+        for (const std::size_t limit : {1U, 7U, 60U, 5000U}) {
             const auto expected = workedOut(*block, needle, 0, extent.count, limit);
             for (const auto &form : availableScans()) {
                 for (const bool visitsAll : {false, true}) {
-                    TopHits top(limit);
+                    TopHits top(limit, recency);
                     HitSink sink(top, *block, 0, visitsAll);
                     form.scan(NameBlock::firstByte, extent.end, needle, sink);
                     QVERIFY2(sink.count == expected.count, form.name);
@@ -153,6 +167,8 @@ void tst_Scan::everyFormKeepsToItsRange()
 {
     QFETCH(unsigned, seed);
     const auto block = blockOf(someNames(seed, 400));
+    if (seed % 2 == 0)
+        block->summarize();
     std::mt19937 random(seed);
 
     for (const auto &query : someQueries()) {
@@ -163,7 +179,7 @@ void tst_Scan::everyFormKeepsToItsRange()
             std::swap(first, end);
         const auto expected = workedOut(*block, needle, first, end, 5);
         for (const auto &form : availableScans()) {
-            TopHits top(5);
+            TopHits top(5, recency);
             HitSink sink(top, *block, 0, false);
             form.scan(block->startOf(first), block->startOf(end), needle, sink);
             QVERIFY2(sink.count == expected.count, form.name);
@@ -179,9 +195,9 @@ void tst_Scan::laterBlocksGoOnWhereTheFirstOnesEnd()
     const auto expected = workedOut(*block, needle, 0, 2000, 2000);
 
     std::vector<RankKey> found;
-    RankKey below{~std::uint64_t(0)};
+    auto below = RankKey::aboveAll();
     for (;;) {
-        TopHits top(64, below);
+        TopHits top(64, recency, below);
         HitSink sink(top, *block, 0, false);
         bestScan()(NameBlock::firstByte, block->published().end, needle, sink);
         QCOMPARE(sink.count, expected.count);
@@ -199,17 +215,17 @@ void tst_Scan::aFilterKeepsRecordsOutOfTheList()
 {
     const auto block = blockOf(someNames(5, 500));
     const Needle needle("re");
-    const auto isEven = [](std::uint32_t record) { return record % 2 == 0; };
+    const auto isEven = [](std::uint32_t record, MatchClass &) { return record % 2 == 0; };
 
     for (const auto &form : availableScans()) {
-        TopHits top(1000);
+        TopHits top(1000, recency);
         HitSink sink(top, *block, 0, true, isEven);
         form.scan(NameBlock::firstByte, block->published().end, needle, sink);
         const auto keys = top.take();
         QVERIFY(!keys.empty());
         QCOMPARE(sink.count, keys.size());
         for (const auto key : keys)
-            QVERIFY(isEven(key.record()));
+            QCOMPARE(key.record() % 2, 0U);
     }
 }
 
@@ -218,7 +234,7 @@ namespace {
 std::vector<std::string> ranked(const std::vector<Entry> &entries, std::string_view query)
 {
     const auto block = blockOf(entries);
-    TopHits top(100);
+    TopHits top(100, recency);
     HitSink sink(top, *block, 0, false);
     bestScan()(NameBlock::firstByte, block->published().end, Needle(query), sink);
     std::vector<std::string> names;

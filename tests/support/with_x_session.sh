@@ -75,6 +75,9 @@ if [ "$compositor" = yes ]; then
     children+=($!)
     wait_for has_compositor
 fi
+# With the first key that a program sends the server takes up a keyboard of its own for it, and the key can be
+# lost on programs that are still reading the new map.
+xdotool key Shift_L
 
 "$@"
 exit $?

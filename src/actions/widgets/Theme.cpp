@@ -3,6 +3,7 @@
 
 #include "actions/ThemeColors.h"
 #include "base/widgets/Symbols.h"
+#include "keyboard/KeyboardShortcutView.h"
 
 #include <QGuiApplication>
 
@@ -77,9 +78,9 @@ Theme Theme::light(const QColor &accent)
     theme.selectionLine = faded(theme.accent, 0.38);
     theme.unfocusedSelection = black(0.07);
     theme.hover = black(0.05);
-    theme.keyCap = grey(0.98, 1);
+    theme.keyCap = base::toQColor(keyboard::keyCapFill(keyboard::ColorScheme::light));
     theme.keyCapLine = black(0.13);
-    theme.keyCapText = Qt::black;
+    theme.keyCapText = base::toQColor(keyboard::keyCapText(keyboard::ColorScheme::light));
     theme.clearSymbol = theme.placeholderText;
     theme.positive = QColor(0x2A, 0x9D, 0x4A);
     theme.negative = QColor(0xD9, 0x3A, 0x32);
@@ -110,9 +111,9 @@ Theme Theme::dark(const QColor &accent)
     theme.selectionLine = faded(theme.accent, 0.45);
     theme.unfocusedSelection = white(0.09);
     theme.hover = white(0.06);
-    theme.keyCap = grey(0.3, 0.8);
+    theme.keyCap = base::toQColor(keyboard::keyCapFill(keyboard::ColorScheme::dark));
     theme.keyCapLine = Qt::transparent;
-    theme.keyCapText = Qt::white;
+    theme.keyCapText = base::toQColor(keyboard::keyCapText(keyboard::ColorScheme::dark));
     theme.clearSymbol = theme.placeholderText;
     theme.positive = QColor(0x3F, 0xC7, 0x63);
     theme.negative = QColor(0xFF, 0x62, 0x58);

@@ -61,9 +61,11 @@ void ActivationWatcher::scheduleInactiveCheck()
         return;
     QMetaObject::invokeMethod(
         this,
-        [this] {
+        [this, showing = _showings] {
             _isCheckScheduled = false;
-            if (QGuiApplication::focusWindow() ||
+            // The panel may have come back since: the keyboard that it lost was of its last
+            // showing.
+            if (showing != _showings || QGuiApplication::focusWindow() ||
                 QGuiApplication::applicationState() == Qt::ApplicationActive)
                 return;
             if (!std::exchange(_isInactiveReported, true))
@@ -83,6 +85,8 @@ bool ActivationWatcher::nativeEventFilter(const QByteArray &eventType, void *mes
 
 bool ActivationWatcher::eventFilter(QObject *watched, QEvent *event)
 {
+    if (event->type() == QEvent::Show && watched == _panel)
+        ++_showings;
     if (event->type() == QEvent::Hide && watched->isWindowType() && watched != _panel &&
         !isPopup(*static_cast<QWindow *>(watched)) &&
         static_cast<QWindow *>(watched)->isTopLevel()) {

@@ -45,6 +45,7 @@ private:
 
     Handlers _handlers;
     const QWindow *_panel = nullptr;  // compared, never followed
+    unsigned _showings = 0;           // of the panel
     bool _isCheckScheduled = false;
     bool _isInactiveReported = false;
 };

@@ -15,12 +15,18 @@ GioWorkspace::GioWorkspace(base::Background &background, base::Timer &timer, QDB
     , _bus(std::move(bus))
     , _applicationName(std::move(applicationName))
     , _accepted([](bool) {})
+    , _opened([](const QString &) {})
 {
 }
 
 void GioWorkspace::setAcceptedHandler(std::function<void(bool)> handler)
 {
-    _accepted = std::move(handler);
+    _accepted = handler ? std::move(handler) : [](bool) {};
+}
+
+void GioWorkspace::setOpenedHandler(std::function<void(const QString &)> handler)
+{
+    _opened = std::move(handler);
 }
 
 void GioWorkspace::setTokenSource(std::function<QByteArray()> source)
@@ -55,7 +61,11 @@ void GioWorkspace::openURL(const QString &path)
                        ? launchDesktopEntry(path, launchOptions)
                        : launchDefaultApplication(path, launchOptions);
         },
-        [this](bool isAccepted) { _accepted(isAccepted); });
+        [this, path](bool isAccepted) {
+            if (isAccepted)
+                _opened(path);
+            _accepted(isAccepted);
+        });
 }
 
 void GioWorkspace::selectFile(const QString &path, const QString &inFolder)

@@ -27,6 +27,8 @@ public:
         ApplicationEntryName applicationName);
 
     void setAcceptedHandler(std::function<void(bool isAccepted)> handler);
+    /// Called with what openURL() was asked for, when the desktop took it.
+    void setOpenedHandler(std::function<void(const QString &path)> handler);
     /// Asked before each launch for a token that lets the other program take the focus; an empty
     /// one is none.
     void setTokenSource(std::function<QByteArray()> source);
@@ -48,6 +50,7 @@ private:
     QDBusConnection _bus;
     ApplicationEntryName _applicationName;
     std::function<void(bool)> _accepted;
+    std::function<void(const QString &)> _opened;
     std::function<QByteArray()> _tokenSource;
     QByteArrayList _ownVariables;
 };

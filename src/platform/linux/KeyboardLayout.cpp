@@ -7,6 +7,7 @@
 #include <QLoggingCategory>
 
 #include <xcb/xcb.h>
+#include <xkbcommon/xkbcommon-keysyms.h>
 #include <xkbcommon/xkbcommon-x11.h>
 #include <xkbcommon/xkbcommon.h>
 
@@ -27,17 +28,49 @@ struct XkbEventHead {
 constexpr std::uint8_t newKeyboardNotify = 0;
 constexpr std::uint8_t mapNotify = 1;
 
-char characterIn(xkb_keymap *keymap, int linuxCode, xkb_layout_index_t group)
+xkb_keysym_t symbolIn(xkb_keymap *keymap, int linuxCode, xkb_layout_index_t group)
 {
     const auto code = xkb_keycode_t(linuxCode + xkbOffset);
     const auto groups = xkb_keymap_num_layouts_for_key(keymap, code);
     if (groups == 0)
-        return 0;
+        return XKB_KEY_NoSymbol;
     const xkb_keysym_t *symbols = nullptr;
     if (xkb_keymap_key_get_syms_by_level(keymap, code, group % groups, 0, &symbols) != 1)
-        return 0;
-    const auto unicode = xkb_keysym_to_utf32(symbols[0]);
+        return XKB_KEY_NoSymbol;
+    return symbols[0];
+}
+
+char asciiOf(xkb_keysym_t symbol)
+{
+    const auto unicode = xkb_keysym_to_utf32(symbol);
     return unicode > 0x20 && unicode < 0x7F ? char(unicode) : '\0';
+}
+
+/// The accent of a dead key, 0 for any other symbol.
+char32_t accentOf(xkb_keysym_t symbol)
+{
+    switch (symbol) {
+    case XKB_KEY_dead_grave:
+        return U'`';
+    case XKB_KEY_dead_acute:
+        return U'´';
+    case XKB_KEY_dead_circumflex:
+        return U'^';
+    case XKB_KEY_dead_tilde:
+        return U'~';
+    case XKB_KEY_dead_diaeresis:
+        return U'¨';
+    case XKB_KEY_dead_abovering:
+        return U'°';
+    case XKB_KEY_dead_caron:
+        return U'ˇ';
+    case XKB_KEY_dead_cedilla:
+        return U'¸';
+    case XKB_KEY_dead_ogonek:
+        return U'˛';
+    default:
+        return 0;
+    }
 }
 
 bool isLatin(xkb_keymap *keymap, xkb_layout_index_t group)
@@ -46,7 +79,7 @@ bool isLatin(xkb_keymap *keymap, xkb_layout_index_t group)
     for (const auto &key : base::KeyTable::keys) {
         if (key.kind != base::KeyTable::Kind::printing)
             continue;
-        const char c = characterIn(keymap, key.linuxCode, group);
+        const char c = asciiOf(symbolIn(keymap, key.linuxCode, group));
         letters += c >= 'a' && c <= 'z';
     }
     return letters >= lettersOfALatinLayout;
@@ -126,19 +159,49 @@ void KeyboardLayout::readFromServer() const
     _isStale = false;
 }
 
-char KeyboardLayout::characterOf(int linuxCode, unsigned group) const
+xkb_keysym_t KeyboardLayout::symbolOf(int linuxCode, unsigned group) const
 {
     if (_isStale)
         readFromServer();
     if (_keymap) {
         const auto latin = latinGroup(_keymap.get(), group);
         if (latin != XKB_LAYOUT_INVALID)
-            return characterIn(_keymap.get(), linuxCode, latin);
+            return symbolIn(_keymap.get(), linuxCode, latin);
     }
     if (_usKeymap)
-        return characterIn(_usKeymap.get(), linuxCode, 0);
+        return symbolIn(_usKeymap.get(), linuxCode, 0);
     const auto *key = base::KeyTable::findByLinuxCode(linuxCode);
-    return key ? key->character : '\0';
+    return key && key->character ? xkb_utf32_to_keysym(std::uint32_t(key->character))
+                                 : xkb_keysym_t(XKB_KEY_NoSymbol);
+}
+
+char KeyboardLayout::characterOf(int linuxCode, unsigned group) const
+{
+    return asciiOf(symbolOf(linuxCode, group));
+}
+
+QString KeyboardLayout::textOf(int linuxCode, unsigned group) const
+{
+    const auto symbol = symbolOf(linuxCode, group);
+    const auto accent = accentOf(symbol);
+    const char32_t character = accent ? accent : char32_t(xkb_keysym_to_utf32(symbol));
+    return QChar::isPrint(character) ? QString::fromUcs4(&character, 1) : QString();
+}
+
+unsigned KeyboardLayout::activeGroup() const
+{
+    if (_isStale)
+        readFromServer();
+    auto *connection = static_cast<xcb_connection_t *>(_connection);
+    if (!connection || !_keymap)
+        return 0;
+    const auto device = xkb_x11_get_core_keyboard_device_id(connection);
+    auto *state = xkb_x11_state_new_from_device(_keymap.get(), connection, device);
+    if (!state)
+        return 0;
+    const auto group = xkb_state_serialize_layout(state, XKB_STATE_LAYOUT_EFFECTIVE);
+    xkb_state_unref(state);
+    return group;
 }
 
 void KeyboardLayout::noticeX11Event(const void *event)

@@ -1,8 +1,9 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-#include <QtGlobal>
+#include <QString>
 
+#include <cstdint>
 #include <memory>
 #include <string>
 
@@ -28,6 +29,11 @@ public:
 
     /// 0 if the key has no ASCII character there. `group` counts from 0.
     char characterOf(int linuxCode, unsigned group) const;
+    /// What the key prints there, in the same group, as its cap shows it; a dead key prints its
+    /// accent. Empty if it prints nothing.
+    QString textOf(int linuxCode, unsigned group) const;
+    /// The group in use at this moment.
+    unsigned activeGroup() const;
     /// False if the layout is only assumed.
     bool isFromServer() const { return _connection != nullptr; }
 
@@ -44,6 +50,7 @@ private:
     explicit KeyboardLayout(void *connection);
     Keymap namedKeymap(const std::string &layouts, const std::string &variants) const;
     void readFromServer() const;
+    std::uint32_t symbolOf(int linuxCode, unsigned group) const;
 
     void *_connection = nullptr;  // the toolkit's own, null when the layout is assumed
     unsigned _firstXkbEvent = 0;

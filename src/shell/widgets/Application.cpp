@@ -3,6 +3,7 @@
 
 #include "base/widgets/Symbols.h"
 #include "platform/linux/DesktopAppearance.h"
+#include "platform/linux/LayerShell.h"
 #include "platform/linux/SingleInstance.h"
 #include "shell/VellumhoundAppDelegate.h"
 #include "shell/widgets/LauncherWindow.h"
@@ -106,6 +107,7 @@ int runApplication(int &argc, char **argv)
 {
     if (platform::SingleInstance::handOver())
         return 0;
+    platform::LayerShell::prepare();
     QGuiApplication::setDesktopFileName(u"org.vellumhound.Vellumhound"_s);
     QApplication application(argc, argv);
     QApplication::setApplicationName(u"vellumhound"_s);

@@ -26,6 +26,7 @@ FloatingPanel::FloatingPanel(QWidget *content, PanelSurroundings surroundings)
     , _watcher({[this] { _logic.onKeyboardGained(); }, [this] { _logic.onKeyboardLost(); },
           [this] { _logic.onApplicationInactive(); }, [this] { _logic.onActiveWindowChanged(); },
           [this] { _logic.onOwnWindowClosed(); }})
+    , _layerShell(platform::LayerShell::create(layerShellHandlers()))
 {
     setObjectName(u"FloatingPanel"_s);
     setWindowTitle(u"Vellumhound"_s);
@@ -38,12 +39,42 @@ FloatingPanel::FloatingPanel(QWidget *content, PanelSurroundings surroundings)
         fitTo(*screen);
     winId();
     ensurePolished();
-    _watcher.setPanel(windowHandle());
+    setNativeWindow(windowHandle());
 }
 
 FloatingPanel::~FloatingPanel()
 {
-    _watcher.setPanel(nullptr);
+    setNativeWindow(nullptr);
+}
+
+void FloatingPanel::setNativeWindow(QWindow *window)
+{
+    _watcher.setPanel(window);
+    if (!_layerShell)
+        return;
+    _layerShell->setPanel(window);
+    if (window)
+        connect(window, &QWindow::screenChanged, this, &FloatingPanel::onScreenChanged);
+}
+
+platform::LayerShell::Handlers FloatingPanel::layerShellHandlers()
+{
+    return {[this] {
+                _logic.onApplicationInactive();
+                if (isVisible())
+                    _layerShell->stepBack();
+            },
+        [this] {
+            _logic.onApplicationInactive();
+            hide();
+        }};
+}
+
+/// Which output the compositor chose is known only once the panel is there.
+void FloatingPanel::onScreenChanged(QScreen *screen)
+{
+    if (screen && isVisible())
+        fitTo(*screen);
 }
 
 void FloatingPanel::setAppearance(const PanelAppearance &appearance)
@@ -68,7 +99,10 @@ void FloatingPanel::fitTo(const QScreen &screen)
     const auto wanted = _content->sizeHint().expandedTo(_content->minimumSize());
     const auto panel = wanted.boundedTo(available);
     const auto spare = (available - panel) / 2;
-    const auto room = _isComposited ? panelShadowMargins : QMargins();
+    auto room = _isComposited ? panelShadowMargins : QMargins();
+    // There the middle of the window is put into the middle of the screen.
+    if (_layerShell)
+        room.setTop(room.bottom());
     _margins = {std::min(room.left(), spare.width()), std::min(room.top(), spare.height()),
         std::min(room.right(), spare.width()), std::min(room.bottom(), spare.height())};
     setFixedSize(panel.grownBy(_margins));
@@ -105,6 +139,8 @@ void FloatingPanel::centerOnScreen()
     const QPoint corner(area.x() + (area.width() - panel.width()) / 2,
         area.y() + (area.height() - panel.height()) / 2);
     move(corner - QPoint(_margins.left(), _margins.top()));
+    if (_layerShell)
+        _layerShell->centrePanel();
 }
 
 bool FloatingPanel::isOnScreen() const
@@ -123,15 +159,18 @@ void FloatingPanel::orderFront()
         platform::writePanelState(winId());
         show();
         platform::requestPanelState(winId());
+        if (_layerShell)
+            _layerShell->placePanel();
     }
-    raise();
-    activateWindow();
+    askForKeyboard();
 }
 
 void FloatingPanel::askForKeyboard()
 {
     raise();
     activateWindow();
+    if (_layerShell && !QGuiApplication::focusWindow())
+        _layerShell->askForKeyboard();
 }
 
 void FloatingPanel::orderOut()
@@ -143,7 +182,7 @@ bool FloatingPanel::event(QEvent *event)
 {
     const bool isTaken = QWidget::event(event);
     if (event->type() == QEvent::WinIdChange)
-        _watcher.setPanel(windowHandle());
+        setNativeWindow(windowHandle());
     return isTaken;
 }
 
@@ -174,6 +213,8 @@ void FloatingPanel::mousePressEvent(QMouseEvent *event)
     // A press in the room for the shadow is meant for what shines through it.
     if (!panelRect().contains(event->position().toPoint()))
         _logic.giveUpKey();
+    else if (_layerShell)
+        _layerShell->startMove();
     else if (auto *window = windowHandle())
         window->startSystemMove();
 }

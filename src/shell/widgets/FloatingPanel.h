@@ -2,12 +2,14 @@
 #pragma once
 
 #include "platform/linux/ActivationWatcher.h"
+#include "platform/linux/LayerShell.h"
 #include "shell/PanelAppearance.h"
 #include "shell/PanelLogic.h"
 #include "shell/widgets/PanelSurface.h"
 
 #include <QWidget>
 
+#include <memory>
 #include <optional>
 
 namespace vellumhound::shell {
@@ -55,6 +57,9 @@ private:
     void askForKeyboard() override;
     void orderOut() override;
 
+    platform::LayerShell::Handlers layerShellHandlers();
+    void setNativeWindow(QWindow *window);
+    void onScreenChanged(QScreen *screen);
     void fitTo(const QScreen &screen);
     void layOut();
 
@@ -66,6 +71,7 @@ private:
     bool _isComposited = true;
     PanelLogic _logic;
     platform::ActivationWatcher _watcher;
+    std::unique_ptr<platform::LayerShell> _layerShell;  // null: the panel is an ordinary window
 };
 
 }  // namespace vellumhound::shell

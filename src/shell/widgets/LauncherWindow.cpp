@@ -65,6 +65,13 @@ preview::PreviewPanelManager &LauncherWindow::previewPanelManager()
     return _services.previewPanelManager;
 }
 
+void LauncherWindow::makeKeyAndOrderFront()
+{
+    // Somebody is about to search.
+    _services.fileIndex.prepare();
+    _panel->makeKeyAndOrderFront();
+}
+
 void LauncherWindow::setAppearance(const platform::Appearance &appearance)
 {
     const auto theme = themeOf(appearance);

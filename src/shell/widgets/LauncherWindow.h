@@ -21,7 +21,7 @@ public:
 
     preview::PreviewPanelManager &previewPanelManager() override;
     void centerOnScreen() override { _panel->centerOnScreen(); }
-    void makeKeyAndOrderFront() override { _panel->makeKeyAndOrderFront(); }
+    void makeKeyAndOrderFront() override;
     void becomeKeyWindow() override { _panel->becomeKeyWindow(); }
     void hideLauncher() override { _panel->hideLauncher(); }
     /// Puts the panel away as if it had lost the keyboard.

@@ -14,6 +14,8 @@ namespace vellumhound::shell {
 
 namespace {
 
+using namespace Qt::StringLiterals;
+
 /// Where the desktop keeps what applications share, by the environment of the process.
 struct DataFolders {
     QString home = QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation);
@@ -38,6 +40,9 @@ index::FileIndexOptions indexOptions()
     options.dataHome = folders.home;
     options.dataDirs = folders.shared;
     options.languages = languages();
+    const auto caches = QStandardPaths::writableLocation(QStandardPaths::GenericCacheLocation);
+    if (!caches.isEmpty())
+        options.cacheFolder = caches + u"/vellumhound"_s;
     return options;
 }
 
@@ -72,8 +77,14 @@ Services::Services(std::unique_ptr<store::PersistenceController> loadedStore)
 {
     workspace.setTokenSource(platform::makeStartupId);
     workspace.setOwnVariables(ownVariables());
+    workspace.setOpenedHandler([this](const QString &path) { fileIndex.noteUse(path); });
     settings.searchFiltersSettings.onChange(&settings, [this] { handRulesToIndex(); });
     handRulesToIndex();
+    settings.searchSettings.onChange(
+        &settings, [this] { fileIndex.setSearchesTexts(settings.searchByContent()); });
+    fileIndex.setSearchesTexts(settings.searchByContent());
+    powerState.onChanged([this](bool savesPower) { fileIndex.setSavesPower(savesPower); });
+    fileIndex.setSavesPower(powerState.savesPower());
 }
 
 Services::~Services()

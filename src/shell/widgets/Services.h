@@ -11,6 +11,7 @@
 #include "keyboard/KeyboardMonitor.h"
 #include "keyboard/KeyEquivalents.h"
 #include "platform/Clock.h"
+#include "platform/linux/DesktopPowerState.h"
 #include "platform/linux/GioWorkspace.h"
 #include "platform/linux/KeyTranslator.h"
 #include "platform/PreviewPanel.h"
@@ -18,6 +19,8 @@
 #include "settings/AppSettings.h"
 #include "shell/widgets/PanelKeyFilter.h"
 #include "store/PersistenceController.h"
+
+#include <QDBusConnection>
 
 #include <memory>
 
@@ -41,6 +44,7 @@ struct Services {
     settings::AppSettings settings{userDefaults};
     std::unique_ptr<store::PersistenceController> store;
 
+    platform::DesktopPowerState powerState{QDBusConnection::systemBus()};
     index::FileIndex fileIndex;
     index::IndexQuery query;
     std::shared_ptr<const platform::FileSystem> fileSystem;

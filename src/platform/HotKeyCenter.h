@@ -1,0 +1,104 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <span>
+
+namespace vellumhound::platform {
+
+/// Answers of the facility and of those who handle its events. A facility may refuse with a number
+/// of its own.
+namespace HotKeyStatus {
+inline constexpr int noError = 0;
+inline constexpr int unsupported = -4;
+inline constexpr int parameterNotFound = -9870;
+inline constexpr int notHandled = -9874;
+}  // namespace HotKeyStatus
+
+/// Modifier bits in the facility's encoding.
+namespace HotKeyModifiers {
+inline constexpr int command = 0x100;
+inline constexpr int shift = 0x200;
+inline constexpr int option = 0x800;
+inline constexpr int control = 0x1000;
+}  // namespace HotKeyModifiers
+
+/// What tells one registration from all others: whose it is, and which of theirs.
+struct HotKeyId {
+    std::uint32_t signature = 0;
+    int number = 0;
+
+    bool operator==(const HotKeyId &) const = default;
+};
+
+/// One event of the facility.
+struct HotKeyEvent {
+    enum Kind : int { rawKeyDown = 1, rawKeyRepeat = 2, rawKeyUp = 3, pressed = 5, released = 6 };
+
+    int kind = 0;
+    std::optional<HotKeyId> directObject;    ///< the hot key of `pressed` and `released`
+    std::optional<std::uint32_t> keyCode;    ///< of a raw key
+    std::optional<std::uint32_t> modifiers;  ///< of a raw key, see HotKeyModifiers
+    bool isRepeat = false;  ///< a further press of a hot key that is held down since the last one
+
+    bool operator==(const HotKeyEvent &) const = default;
+};
+
+/// Keys that reach us in whatever program they are pressed. Key codes are those of
+/// base::KeyTable, modifiers are HotKeyModifiers.
+/// Main thread; outlives its handler or is told that it goes.
+class HotKeyCenter {
+public:
+    using Handle = std::uint64_t;
+    struct Registration {
+        int status = HotKeyStatus::unsupported;
+        std::optional<Handle> handle;  ///< present if `status` is noError
+    };
+
+    /// Called from the event loop, never from inside a call of the facility.
+    class EventHandler {
+    public:
+        virtual ~EventHandler() = default;
+        /// Null for an event that the facility knows nothing about. Any other answer than noError
+        /// lets the event go on to whom it was meant for.
+        virtual int handleEvent(const HotKeyEvent *event) = 0;
+        /// A registration that had been accepted came to nothing: some facilities learn only later
+        /// that a key is taken. Its handle is void.
+        virtual void registrationRefused(HotKeyId id, int status) = 0;
+        /// The keyboard is another one: what is registered may stand on the wrong keys until it is
+        /// registered anew.
+        virtual void keyboardChanged() = 0;
+    };
+
+    virtual ~HotKeyCenter() = default;
+
+    /// False where no registration can succeed, so that the user can be told another way.
+    virtual bool isSupported() const = 0;
+    /// The user's own choice is final: a key that another program holds is refused, not shared.
+    virtual Registration registerHotKey(int keyCode, int modifiers, HotKeyId id) = 0;
+    /// No event of this registration comes any more.
+    virtual void unregisterHotKey(Handle handle) = 0;
+
+    /// The one handler of all events, of none at first. False if it cannot be installed.
+    virtual bool installEventHandler(EventHandler &handler) = 0;
+    virtual void removeEventHandler() = 0;
+    /// Adds to the kinds that the handler gets, or takes away from them. Raw keys are those on
+    /// their way to our own windows; one that the handler answers with noError is consumed.
+    virtual void addEventTypes(std::span<const int> kinds) = 0;
+    virtual void removeEventTypes(std::span<const int> kinds) = 0;
+};
+
+/// Where the desktop gives no program a hot key.
+class NullHotKeyCenter final : public HotKeyCenter {
+public:
+    bool isSupported() const override { return false; }
+    Registration registerHotKey(int, int, HotKeyId) override { return {}; }
+    void unregisterHotKey(Handle) override {}
+    bool installEventHandler(EventHandler &) override { return false; }
+    void removeEventHandler() override {}
+    void addEventTypes(std::span<const int>) override {}
+    void removeEventTypes(std::span<const int>) override {}
+};
+
+}  // namespace vellumhound::platform

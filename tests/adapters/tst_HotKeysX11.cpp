@@ -1,0 +1,148 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// The program's hot keys from the key on a real X server to the action.
+#include "base/NotificationCenter.h"
+#include "keyboard/GlobalShortcut.h"
+#include "platform/linux/X11HotKeys.h"
+#include "platform/linux/XkbKeyCharacters.h"
+#include "support/CapturedOutput.h"
+
+#include <QGuiApplication>
+#include <QProcess>
+#include <QTemporaryDir>
+#include <QTest>
+
+#include <cstdlib>
+#include <linux/input-event-codes.h>
+#include <xcb/xcb.h>
+
+using namespace vellumhound;
+using namespace Qt::StringLiterals;
+using keyboard::GlobalShortcut;
+using keyboard::KeyboardShortcuts::Shortcut;
+using keyboard::KeyboardShortcuts::Tables;
+
+namespace {
+
+bool run(const QString &program, const QStringList &arguments)
+{
+    QProcess process;
+    process.start(program, arguments);
+    return process.waitForFinished() && process.exitStatus() == QProcess::NormalExit &&
+           process.exitCode() == 0;
+}
+
+bool press(const QString &keys)
+{
+    return run(u"xdotool"_s, {u"key"_s, keys});
+}
+
+}  // namespace
+
+class tst_HotKeysX11 : public QObject {
+    Q_OBJECT
+
+private:
+    std::unique_ptr<QTemporaryDir> _place;
+    std::unique_ptr<settings::UserDefaults> _defaults;
+    base::NotificationCenter _notifications;
+    std::unique_ptr<platform::X11HotKeys> _center;
+    std::unique_ptr<platform::XkbKeyCharacters> _characters;
+    std::unique_ptr<Tables> _tables;
+    QStringList _ran;
+
+    void start()
+    {
+        _tables = std::make_unique<Tables>(
+            Tables::Environment{*_defaults, _notifications, *_center, nullptr, *_characters});
+        GlobalShortcut::createNames(*_tables);
+        for (const auto *name :
+            {&GlobalShortcut::launchVellumhound(), &GlobalShortcut::loadSelectedFilesFromFinder(),
+                &GlobalShortcut::browseFinderWindows()})
+            _tables->onKeyDown(*name, [this, name] { _ran.append(name->rawValue); });
+    }
+
+private Q_SLOTS:
+    void init()
+    {
+        QVERIFY(run(u"setxkbmap"_s, {u"us"_s}));
+        _place = std::make_unique<QTemporaryDir>();
+        _defaults = std::make_unique<settings::UserDefaults>(_place->filePath(u"vellumhound"_s));
+        _center = std::make_unique<platform::X11HotKeys>();
+        _characters = std::make_unique<platform::XkbKeyCharacters>();
+        _ran.clear();
+    }
+    void cleanup()
+    {
+        _tables.reset();
+        _characters.reset();
+        _center.reset();
+    }
+
+    void theThreeHotKeysRunTheirActions()
+    {
+        start();
+
+        for (const auto &keys : {u"ctrl+space"_s, u"alt+s"_s, u"alt+f"_s})
+            QVERIFY(press(keys));
+
+        QTRY_COMPARE(_ran, (QStringList{u"launchVellumhound"_s, u"loadSelectedFilesFromFinder"_s,
+                               u"browseFinderWindows"_s}));
+    }
+
+    void theUsersChoiceTakesEffectAtOnce()
+    {
+        start();
+
+        _tables->setShortcut(GlobalShortcut::launchVellumhound(), Shortcut(40, 0x1800));
+        QVERIFY(press(u"ctrl+space"_s));
+        QVERIFY(press(u"ctrl+alt+k"_s));
+        QTRY_COMPARE(_ran, QStringList{u"launchVellumhound"_s});
+
+        _tables->setShortcut(GlobalShortcut::launchVellumhound(), std::nullopt);
+        QVERIFY(press(u"ctrl+alt+k"_s));
+        QVERIFY(press(u"alt+f"_s));
+        QTRY_COMPARE(_ran.size(), 2);
+        QCOMPARE(_ran.last(), u"browseFinderWindows"_s);
+    }
+
+    void aKeyOfAnotherProgramIsToldAndTheOthersWork()
+    {
+        auto *other = xcb_connect(nullptr, nullptr);
+        const auto root = xcb_setup_roots_iterator(xcb_get_setup(other)).data->root;
+        auto *error =
+            xcb_request_check(other, xcb_grab_key_checked(other, 0, root, XCB_MOD_MASK_1, KEY_S + 8,
+                                         XCB_GRAB_MODE_ASYNC, XCB_GRAB_MODE_ASYNC));
+        const bool isHeld = !error;
+        std::free(error);
+        QVERIFY(isHeld);
+        support::CapturedOutput output;
+
+        start();
+
+        QCOMPARE(output.text(), "Error registering hotkey ⌥S: 10\n");
+        QVERIFY(press(u"alt+s"_s));
+        QVERIFY(press(u"ctrl+space"_s));
+        QTRY_COMPARE(_ran, QStringList{u"launchVellumhound"_s});
+        xcb_disconnect(other);
+    }
+
+    void hotKeysFollowALockThatMoves()
+    {
+        start();
+
+        QVERIFY(run(u"xmodmap"_s,
+            {u"-e"_s, u"remove mod2 = Num_Lock"_s, u"-e"_s, u"add mod3 = Num_Lock"_s}));
+        // Until the change is known, the key with the lock belongs to nobody.
+        QVERIFY(QTest::qWaitFor([&] {
+            const auto before = _ran.size();
+            press(u"Num_Lock"_s);
+            press(u"ctrl+space"_s);
+            press(u"Num_Lock"_s);
+            QCoreApplication::processEvents();
+            return _ran.size() > before;
+        }));
+    }
+};
+
+QTEST_MAIN(tst_HotKeysX11)
+#include "tst_HotKeysX11.moc"

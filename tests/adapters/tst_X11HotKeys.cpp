@@ -1,0 +1,356 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// Real presses on a real X server, some with a second client that holds keys of its own.
+#include "platform/linux/X11HotKeys.h"
+
+#include <QGuiApplication>
+#include <QKeyEvent>
+#include <QProcess>
+#include <QTest>
+#include <QWindow>
+
+#include <algorithm>
+#include <array>
+#include <cstdlib>
+#include <linux/input-event-codes.h>
+#include <xcb/xcb.h>
+
+using namespace vellumhound;
+using namespace Qt::StringLiterals;
+using platform::HotKeyEvent;
+using platform::HotKeyId;
+namespace Modifiers = platform::HotKeyModifiers;
+namespace Status = platform::HotKeyStatus;
+
+namespace {
+
+constexpr int spaceKey = 49;
+constexpr int sKey = 1;
+constexpr int f9Key = 101;
+constexpr int badAccess = 10;
+constexpr std::array<int, 2> hotKeyKinds{HotKeyEvent::pressed, HotKeyEvent::released};
+constexpr std::array<int, 2> rawKinds{HotKeyEvent::rawKeyDown, HotKeyEvent::rawKeyUp};
+
+bool run(const QString &program, const QStringList &arguments)
+{
+    QProcess process;
+    process.start(program, arguments);
+    return process.waitForFinished() && process.exitStatus() == QProcess::NormalExit &&
+           process.exitCode() == 0;
+}
+
+bool xdotool(const QStringList &arguments)
+{
+    return run(u"xdotool"_s, arguments);
+}
+
+class Handler final : public platform::HotKeyCenter::EventHandler {
+public:
+    int handleEvent(const HotKeyEvent *event) override
+    {
+        if (!event->directObject) {
+            raw.append(*event);
+            return event->keyCode == std::uint32_t(takenRawKey) ? Status::noError
+                                                                : Status::notHandled;
+        }
+        const auto number = event->directObject->number;
+        if (event->isRepeat)
+            ++repeats;
+        else
+            told.append(
+                (event->kind == HotKeyEvent::pressed ? u"down %1"_s : u"up %1"_s).arg(number));
+        return Status::noError;
+    }
+    void registrationRefused(HotKeyId, int) override {}
+    void keyboardChanged() override { ++changes; }
+
+    QStringList told;
+    QList<HotKeyEvent> raw;
+    int takenRawKey = -1;
+    int repeats = 0;
+    int changes = 0;
+};
+
+class KeyWindow : public QWindow {
+public:
+    QList<int> keys;
+
+protected:
+    void keyPressEvent(QKeyEvent *event) override { keys.append(event->key()); }
+};
+
+/// Another program with a key of its own.
+class OtherClient {
+public:
+    OtherClient()
+        : _connection(xcb_connect(nullptr, nullptr))
+    {
+    }
+    ~OtherClient() { xcb_disconnect(_connection); }
+    Q_DISABLE_COPY_MOVE(OtherClient)
+
+    bool grab(int linuxCode, std::uint16_t modifiers)
+    {
+        const auto root = xcb_setup_roots_iterator(xcb_get_setup(_connection)).data->root;
+        auto *error = xcb_request_check(_connection,
+            xcb_grab_key_checked(_connection, 0, root, modifiers, std::uint8_t(linuxCode + 8),
+                XCB_GRAB_MODE_ASYNC, XCB_GRAB_MODE_ASYNC));
+        const bool isDone = !error;
+        std::free(error);
+        return isDone;
+    }
+
+private:
+    xcb_connection_t *_connection;
+};
+
+}  // namespace
+
+class tst_X11HotKeys : public QObject {
+    Q_OBJECT
+
+private:
+    std::unique_ptr<platform::X11HotKeys> _center;
+    std::unique_ptr<Handler> _handler;
+
+    platform::HotKeyCenter::Registration add(int keyCode, int modifiers, int number)
+    {
+        return _center->registerHotKey(keyCode, modifiers, {0x54455354, number});
+    }
+    /// Everything pressed before has been told once this press is.
+    bool isMarked()
+    {
+        const auto before = _handler->told.count(u"up 99"_s);
+        return xdotool({u"key"_s, u"F9"_s}) &&
+               QTest::qWaitFor([&] { return _handler->told.count(u"up 99"_s) > before; });
+    }
+    QStringList told() const
+    {
+        auto list = _handler->told;
+        list.removeAll(u"down 99"_s);
+        list.removeAll(u"up 99"_s);
+        return list;
+    }
+
+private Q_SLOTS:
+    void init()
+    {
+        QVERIFY(run(u"setxkbmap"_s, {u"us"_s, u"-option"_s, u""_s}));
+        _handler = std::make_unique<Handler>();
+        _center = std::make_unique<platform::X11HotKeys>();
+        QVERIFY(_center->isSupported());
+        QVERIFY(_center->installEventHandler(*_handler));
+        _center->addEventTypes(hotKeyKinds);
+        QCOMPARE(add(f9Key, 0, 99).status, Status::noError);
+    }
+    void cleanup()
+    {
+        _center.reset();
+        xdotool({u"keyup"_s, u"space"_s, u"keyup"_s, u"ctrl"_s});
+    }
+
+    void aHotKeyIsToldWhereverItIsPressed_data()
+    {
+        QTest::addColumn<int>("keyCode");
+        QTest::addColumn<int>("modifiers");
+        QTest::addColumn<QString>("keys");
+        QTest::newRow("Control Space") << spaceKey << Modifiers::control << u"ctrl+space"_s;
+        QTest::newRow("Option S") << sKey << Modifiers::option << u"alt+s"_s;
+        QTest::newRow("Command Space") << spaceKey << Modifiers::command << u"super+space"_s;
+        QTest::newRow("all") << sKey << 0x1B00 << u"ctrl+alt+shift+super+s"_s;
+        QTest::newRow("F12 alone") << 111 << 0 << u"F12"_s;
+    }
+    void aHotKeyIsToldWhereverItIsPressed()
+    {
+        QFETCH(int, keyCode);
+        QFETCH(int, modifiers);
+        QFETCH(QString, keys);
+        QCOMPARE(add(keyCode, modifiers, 1).status, Status::noError);
+
+        QVERIFY(xdotool({u"key"_s, keys}));
+
+        QTRY_COMPARE(told(), (QStringList{u"down 1"_s, u"up 1"_s}));
+    }
+
+    void otherModifiersAreAnotherKey()
+    {
+        add(spaceKey, Modifiers::control, 1);
+
+        for (const auto &keys : {u"space"_s, u"ctrl+shift+space"_s, u"alt+space"_s, u"ctrl+s"_s})
+            QVERIFY(xdotool({u"key"_s, keys}));
+
+        QVERIFY(isMarked());
+        QCOMPARE(told(), QStringList());
+    }
+
+    void locksDoNotMatter_data()
+    {
+        QTest::addColumn<QStringList>("locks");
+        QTest::newRow("NumLock") << QStringList{u"Num_Lock"_s};
+        QTest::newRow("CapsLock") << QStringList{u"Caps_Lock"_s};
+        QTest::newRow("both") << QStringList{u"Num_Lock"_s, u"Caps_Lock"_s};
+    }
+    void locksDoNotMatter()
+    {
+        QFETCH(QStringList, locks);
+        add(spaceKey, Modifiers::control, 1);
+
+        for (const auto &lock : locks)
+            QVERIFY(xdotool({u"key"_s, lock}));
+        QVERIFY(xdotool({u"key"_s, u"ctrl+space"_s}));
+        for (const auto &lock : locks)
+            QVERIFY(xdotool({u"key"_s, lock}));
+
+        QTRY_COMPARE(told(), (QStringList{u"down 1"_s, u"up 1"_s}));
+    }
+
+    void aKeyOfAnotherProgramIsRefused()
+    {
+        OtherClient other;
+        QVERIFY(other.grab(KEY_SPACE, XCB_MOD_MASK_CONTROL | XCB_MOD_MASK_2));
+
+        const auto refused = add(spaceKey, Modifiers::control, 1);
+
+        QCOMPARE(refused.status, badAccess);
+        QVERIFY(!refused.handle);
+        // Nothing of the refused key is kept.
+        QVERIFY(other.grab(KEY_SPACE, XCB_MOD_MASK_CONTROL));
+        QVERIFY(other.grab(KEY_SPACE, XCB_MOD_MASK_CONTROL | XCB_MOD_MASK_LOCK));
+    }
+
+    void aKeyGivenBackBelongsToWhoeverWantsIt()
+    {
+        OtherClient other;
+        const auto registration = add(spaceKey, Modifiers::control, 1);
+        QVERIFY(!other.grab(KEY_SPACE, XCB_MOD_MASK_CONTROL));
+
+        _center->unregisterHotKey(*registration.handle);
+        _center->unregisterHotKey(*registration.handle);
+
+        QVERIFY(other.grab(KEY_SPACE, XCB_MOD_MASK_CONTROL));
+        QVERIFY(xdotool({u"key"_s, u"ctrl+space"_s}));
+        QVERIFY(isMarked());
+        QCOMPARE(told(), QStringList());
+    }
+
+    void keysThatTheServerHasNotAreRefused()
+    {
+        for (const int keyCode : {-1, 52, 1000, 63})
+            QVERIFY(add(keyCode, Modifiers::control, 1).status != Status::noError);
+    }
+
+    void aKeyHeldDownIsOnePress()
+    {
+        add(spaceKey, Modifiers::control, 1);
+        QVERIFY(run(u"xset"_s, {u"r"_s, u"rate"_s, u"100"_s, u"50"_s}));
+
+        QVERIFY(xdotool({u"keydown"_s, u"ctrl"_s, u"keydown"_s, u"space"_s}));
+        QTRY_VERIFY(_handler->repeats >= 3);
+        QCOMPARE(told().count(u"down 1"_s), 1);
+        QVERIFY(xdotool({u"keyup"_s, u"space"_s, u"keyup"_s, u"ctrl"_s}));
+
+        QTRY_COMPARE(told().last(), u"up 1"_s);
+        QVERIFY(isMarked());
+        QCOMPARE(told().count(u"down 1"_s), 1);
+    }
+
+    void theModifierMayBeReleasedFirst()
+    {
+        add(spaceKey, Modifiers::control, 1);
+
+        QVERIFY(xdotool({u"keydown"_s, u"ctrl"_s, u"keydown"_s, u"space"_s, u"keyup"_s, u"ctrl"_s,
+            u"keyup"_s, u"space"_s}));
+
+        QTRY_COMPARE(told(), (QStringList{u"down 1"_s, u"up 1"_s}));
+    }
+
+    void anotherLayoutChangesNothing()
+    {
+        add(sKey, Modifiers::option, 1);
+        const auto altS = u"alt+"_s + QString::number(KEY_S + 8);
+
+        QVERIFY(run(u"setxkbmap"_s, {u"ru"_s}));
+        QVERIFY(xdotool({u"key"_s, altS}));
+        QTRY_COMPARE(told().size(), 2);
+        QVERIFY(run(u"setxkbmap"_s, {u"us"_s, u"-variant"_s, u"dvorak"_s}));
+        QVERIFY(xdotool({u"key"_s, altS}));
+
+        QTRY_COMPARE(told(), (QStringList{u"down 1"_s, u"up 1"_s, u"down 1"_s, u"up 1"_s}));
+        QCOMPARE(_handler->changes, 0);
+    }
+
+    void theSecondLayoutChangesNothing()
+    {
+        add(sKey, Modifiers::option, 1);
+        QVERIFY(run(u"setxkbmap"_s, {u"us,ru"_s}));
+
+        QVERIFY(run(QStringLiteral(XKB_GROUP),
+            {u"1"_s, QString::number(KEY_LEFTALT + 8), QString::number(KEY_S + 8)}));
+        QTRY_COMPARE(told(), (QStringList{u"down 1"_s, u"up 1"_s}));
+
+        QVERIFY(run(QStringLiteral(XKB_GROUP), {u"0"_s}));
+    }
+
+    void locksThatMoveAreToldOnce()
+    {
+        const auto first = add(spaceKey, Modifiers::control, 1);
+        QCoreApplication::processEvents();
+
+        QVERIFY(run(u"xmodmap"_s,
+            {u"-e"_s, u"remove mod2 = Num_Lock"_s, u"-e"_s, u"add mod3 = Num_Lock"_s}));
+        QTRY_COMPARE(_handler->changes, 1);
+        _center->unregisterHotKey(*first.handle);
+        QCOMPARE(add(spaceKey, Modifiers::control, 2).status, Status::noError);
+        QVERIFY(xdotool({u"key"_s, u"Num_Lock"_s, u"ctrl+space"_s, u"Num_Lock"_s}));
+
+        QTRY_COMPARE(told(), (QStringList{u"down 2"_s, u"up 2"_s}));
+        QCOMPARE(_handler->changes, 1);
+    }
+
+    void aHeldRawKeyIsOnePress()
+    {
+        KeyWindow window;
+        window.resize(200, 100);
+        window.show();
+        window.requestActivate();
+        QVERIFY(QTest::qWaitForWindowActive(&window));
+        _center->addEventTypes(rawKinds);
+        QVERIFY(run(u"xset"_s, {u"r"_s, u"rate"_s, u"100"_s, u"50"_s}));
+
+        QVERIFY(xdotool({u"keydown"_s, u"space"_s}));
+        QTRY_VERIFY(window.keys.size() >= 3);
+        QVERIFY(xdotool({u"keyup"_s, u"space"_s}));
+
+        QVERIFY(isMarked());
+        const auto isDown = [](const HotKeyEvent &event) {
+            return event.kind == HotKeyEvent::rawKeyDown && event.keyCode == spaceKey;
+        };
+        QCOMPARE(std::count_if(_handler->raw.cbegin(), _handler->raw.cend(), isDown), 1);
+    }
+
+    void rawKeysAreThoseOfOurWindowsAndMayBeTaken()
+    {
+        KeyWindow window;
+        window.resize(200, 100);
+        window.show();
+        window.requestActivate();
+        QVERIFY(QTest::qWaitForWindowActive(&window));
+        _center->addEventTypes(rawKinds);
+        _handler->takenRawKey = spaceKey;
+
+        QVERIFY(xdotool({u"key"_s, u"a"_s, u"ctrl+space"_s, u"b"_s}));
+        QTRY_COMPARE(window.keys, (QList<int>{Qt::Key_A, Qt::Key_Control, Qt::Key_B}));
+        QCOMPARE(told(), QStringList());
+        const auto isPress = [](const HotKeyEvent &event) {
+            return event.kind == HotKeyEvent::rawKeyDown && event.keyCode == spaceKey &&
+                   event.modifiers == std::uint32_t(Modifiers::control);
+        };
+        QCOMPARE(std::count_if(_handler->raw.cbegin(), _handler->raw.cend(), isPress), 1);
+
+        _center->removeEventTypes(rawKinds);
+        QVERIFY(xdotool({u"key"_s, u"space"_s}));
+        QTRY_COMPARE(window.keys.last(), Qt::Key_Space);
+    }
+};
+
+QTEST_MAIN(tst_X11HotKeys)
+#include "tst_X11HotKeys.moc"

@@ -1,0 +1,154 @@
+#!/usr/bin/python3
+# SPDX-License-Identifier: GPL-3.0-or-later
+"""The panel on Wayland: a layer of the desktop where the compositor has such, an ordinary window elsewhere."""
+import pathlib
+import unittest
+
+import desktop_case
+import test_panel
+from desktop_case import DesktopCase, wait_until
+from wayland_session import (FIRST_OUTPUT, OTHER_TITLE, SECOND_OUTPUT, PlainWaylandSession, WaylandSession,
+                             missing_wayland_tools)
+
+MISSING = missing_wayland_tools()
+CLEAR_BUTTON = (1174, 212)  # with the panel in the middle
+BESIDE_PANEL = (20, 800)
+
+
+class OnSway:
+    """What a test case needs to run under sway."""
+
+    @classmethod
+    def make_session(cls, folder: pathlib.Path) -> WaylandSession:
+        return WaylandSession(folder)
+
+
+@unittest.skipIf(MISSING, f"missing: {' '.join(MISSING)}")  # style: a compositor is not there
+class TestPanelAsOnX11(OnSway, test_panel.TestPanel):
+    """All that holds on X11 holds here."""
+
+
+@unittest.skipIf(MISSING, f"missing: {' '.join(MISSING)}")  # style: a compositor is not there
+class TestLayer(OnSway, DesktopCase):
+    def middle_of_panel(self) -> tuple[float, float] | None:
+        place = self.session.panel_rectangle()
+        return (place[0] + place[2] / 2, place[1] + place[3] / 2) if place else None
+
+    def test_a_press_beside_the_panel_gives_the_keyboard_back_to_the_window_that_had_it(self):
+        program = self.start_and_present()
+
+        self.session.click(*BESIDE_PANEL)
+
+        program.wait_until_hidden()
+        wait_until(lambda: self.session.active_window_title() == OTHER_TITLE, "the other window has the keyboard")
+
+    def test_a_press_on_the_panel_is_the_panels_at_each_showing(self):
+        program = self.start_and_present()
+        for _ in range(2):
+            self.search(program, "report", "Reports")
+
+            self.session.click(*CLEAR_BUTTON)
+
+            program.wait_for_box("")
+            self.session.click(*BESIDE_PANEL)
+            program.wait_until_hidden()
+            program.present()
+
+    def test_the_panel_is_dragged_and_the_next_showing_is_in_the_middle_again(self):
+        program = self.start_and_present()
+        x, y, _, _ = self.session.panel_rectangle()
+        handle = (x + 19, y + 20)
+
+        self.session.drag(handle, (handle[0] + 40, handle[1] + 30), (handle[0] + 120, handle[1] + 90))
+
+        wait_until(lambda: self.middle_of_panel() == (920, 540), "the panel has moved with the pointer")
+        self.session.drag((handle[0] + 120, handle[1] + 90), (handle[0] + 100, handle[1] + 100))
+        wait_until(lambda: self.middle_of_panel() == (900, 550), "a second drag goes on from there")
+        program.present()
+        wait_until(lambda: self.middle_of_panel() == (800, 450), "the panel is in the middle")
+
+    def test_a_tooltip_stands_above_the_panel_and_leaves_it_there(self):
+        program = self.start_and_present()
+        self.search(program, "report", "Reports")
+        x, y, width, _ = self.session.panel_rectangle()
+        self.assertFalse(self.session.look().is_light(x + width + 20, y + 48))
+
+        self.session.move_pointer(CLEAR_BUTTON[0], CLEAR_BUTTON[1] + 1)
+        self.session.move_pointer(*CLEAR_BUTTON)
+
+        wait_until(lambda: self.session.look().is_light(x + width + 20, y + 48), "the tooltip is beside the panel")
+        self.assertTrue(program.is_panel_visible)
+        self.session.type("s")
+        program.wait_for_box("reports")
+
+    def test_the_panel_is_above_a_window_in_full_screen(self):
+        program = self.start_and_present()
+        self.session.click(*BESIDE_PANEL)
+        program.wait_until_hidden()
+        self.session.message("fullscreen", "enable")
+        self.addCleanup(self.session.message, "fullscreen", "disable")
+
+        program.present()
+
+        self.session.type("report")
+        program.wait_for_box("report")
+        self.session.click(*BESIDE_PANEL)
+        program.wait_until_hidden()
+
+
+@unittest.skipIf(MISSING, f"missing: {' '.join(MISSING)}")  # style: a compositor is not there
+class TestTwoOutputs(DesktopCase):
+    @classmethod
+    def make_session(cls, folder: pathlib.Path) -> WaylandSession:
+        return WaylandSession(folder, has_two_outputs=True)
+
+    def test_the_panel_comes_where_the_user_is(self):
+        program = self.start_and_present()
+        self.session.click(*BESIDE_PANEL)
+        program.wait_until_hidden()
+        self.session.message("focus", "output", SECOND_OUTPUT)
+        self.addCleanup(self.session.message, "focus", "output", FIRST_OUTPUT)
+
+        self.session.activate()
+
+        place = wait_until(lambda: self.session.panel_rectangle(SECOND_OUTPUT), "the panel is on the second output")
+        width, height = 816 * 3 // 2, 532 * 3 // 2
+        for is_, wanted in zip(place, ((1920 - width) / 2, (1200 - height) / 2, width, height)):
+            self.assertAlmostEqual(is_, wanted, delta=2)
+        self.assertIsNone(self.session.panel_rectangle())
+        wait_until(self.session.is_keyboard_on_layer, "the panel has the keyboard")
+        self.session.type("report")
+        program.wait_for_box("report")
+
+    def test_a_press_on_another_output_puts_the_panel_away(self):
+        self.session.message("focus", "output", FIRST_OUTPUT)
+        program = self.start_and_present()
+
+        self.session.click(1600 + 640, 400)
+
+        program.wait_until_hidden()
+
+
+@unittest.skipIf(MISSING, f"missing: {' '.join(MISSING)}")  # style: a compositor is not there
+class TestPlainWindow(DesktopCase):
+    """Without layer-shell, and here without any keyboard."""
+
+    other_window = False
+
+    @classmethod
+    def make_session(cls, folder: pathlib.Path) -> PlainWaylandSession:
+        return PlainWaylandSession(folder)
+
+    def test_the_panel_is_an_ordinary_window_that_comes_each_time(self):
+        program = self.start()
+        for _ in range(2):
+            self.session.activate()
+
+            wait_until(lambda: program.part("Search", "text").is_showing, "the panel is shown")
+
+        self.assertTrue(program.is_running)
+        self.assertNotIn("vellumhound.platform", program.errors)
+
+
+if __name__ == "__main__":
+    desktop_case.main()

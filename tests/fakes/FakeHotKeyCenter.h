@@ -1,0 +1,119 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "platform/HotKeyCenter.h"
+
+#include <QHash>
+#include <QSet>
+#include <QString>
+#include <QStringList>
+
+#include <map>
+#include <utility>
+
+namespace vellumhound::fakes {
+
+/// A desktop whose keys a test presses. Keeps the calls in order, as "register 49 4096 #1".
+class FakeHotKeyCenter final : public platform::HotKeyCenter {
+public:
+    struct Grab {
+        int keyCode = 0;
+        int modifiers = 0;
+        platform::HotKeyId id;
+    };
+
+    bool isSupported() const override { return true; }
+    Registration registerHotKey(int keyCode, int modifiers, platform::HotKeyId id) override
+    {
+        calls.append(
+            QStringLiteral("register %1 %2 #%3").arg(keyCode).arg(modifiers).arg(id.number));
+        if (const int status = refusals.value({keyCode, modifiers}))
+            return {status, std::nullopt};
+        grabs.emplace(++_lastHandle, Grab{keyCode, modifiers, id});
+        return {platform::HotKeyStatus::noError, _lastHandle};
+    }
+    void unregisterHotKey(Handle handle) override
+    {
+        const auto found = grabs.find(handle);
+        calls.append(found == grabs.end()
+                         ? QStringLiteral("unregister what is not registered")
+                         : QStringLiteral("unregister #%1").arg(found->second.id.number));
+        if (found != grabs.end())
+            grabs.erase(found);
+    }
+    bool installEventHandler(EventHandler &newHandler) override
+    {
+        calls.append(QStringLiteral("install"));
+        if (canInstall)
+            handler = &newHandler;
+        return canInstall;
+    }
+    void removeEventHandler() override { handler = nullptr; }
+    void addEventTypes(std::span<const int> added) override
+    {
+        kinds.unite({added.begin(), added.end()});
+    }
+    void removeEventTypes(std::span<const int> removed) override
+    {
+        kinds.subtract({removed.begin(), removed.end()});
+    }
+
+    /// As the window system would: only what is registered and listened to fires. The handler's
+    /// answers, in order.
+    QList<int> press(int keyCode, int modifiers, bool isRepeat = false)
+    {
+        return fire(platform::HotKeyEvent::pressed, keyCode, modifiers, isRepeat);
+    }
+    QList<int> release(int keyCode, int modifiers)
+    {
+        return fire(platform::HotKeyEvent::released, keyCode, modifiers, false);
+    }
+    /// A key on its way to a window of ours.
+    int raw(int kind, std::uint32_t keyCode, std::uint32_t modifiers)
+    {
+        platform::HotKeyEvent event;
+        event.kind = kind;
+        event.keyCode = keyCode;
+        event.modifiers = modifiers;
+        return handler && kinds.contains(kind) ? handler->handleEvent(&event)
+                                               : platform::HotKeyStatus::notHandled;
+    }
+    /// The numbers of what is registered for this key.
+    QList<int> numbersOf(int keyCode, int modifiers) const
+    {
+        QList<int> numbers;
+        for (const auto &[handle, grab] : grabs) {
+            if (grab.keyCode == keyCode && grab.modifiers == modifiers)
+                numbers.append(grab.id.number);
+        }
+        return numbers;
+    }
+
+    QStringList calls;
+    QHash<std::pair<int, int>, int> refusals;  // key code and modifiers to status
+    bool canInstall = true;
+    std::map<Handle, Grab> grabs;
+    EventHandler *handler = nullptr;
+    QSet<int> kinds;
+
+private:
+    QList<int> fire(int kind, int keyCode, int modifiers, bool isRepeat)
+    {
+        QList<int> answers;
+        for (const auto &[handle, grab] : std::map(grabs)) {
+            if (grab.keyCode != keyCode || grab.modifiers != modifiers || !handler ||
+                !kinds.contains(kind))
+                continue;
+            platform::HotKeyEvent event;
+            event.kind = kind;
+            event.directObject = grab.id;
+            event.isRepeat = isRepeat;
+            answers.append(handler->handleEvent(&event));
+        }
+        return answers;
+    }
+
+    Handle _lastHandle = 0;
+};
+
+}  // namespace vellumhound::fakes

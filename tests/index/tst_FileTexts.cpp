@@ -1,0 +1,222 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "QueryFixture.h"
+
+#include <QDir>
+#include <QObject>
+#include <QTest>
+
+using namespace vellumhound;
+using namespace vellumhound::index;
+using namespace Qt::StringLiterals;
+using State = content::TextStatus::State;
+
+namespace {
+
+/// An index that keeps texts, with the helper that reads them.
+struct Texts : tests::QueryFixture {
+    Texts() { tree.folder("home"); }
+
+    FileIndexOptions options() const
+    {
+        FileIndexOptions options;
+        options.cacheFolder = tree.text("cache");
+        options.texts.helperPath = HELPER;
+        options.texts.indexer.pace = {std::chrono::milliseconds(0), std::chrono::milliseconds(0),
+            std::chrono::milliseconds(50)};
+        return options;
+    }
+    void beginWithTexts()
+    {
+        begin(options());
+        index->setPathRules({{tree.text("home"), true}});
+        index->setSearchesTexts(true);
+    }
+    /// What a query for this in names or texts finds.
+    QStringList found(const QString &text, const QString &scope = {})
+    {
+        const int before = finishCount;
+        query->setSearchScopes({scope.isEmpty() ? tree.text("home") : scope});
+        query->setPredicate({{{u"kMDItemDisplayName"_s, text},
+            {QString::fromUtf16(platform::NSMetadataItemTextContentKey), text}}});
+        // As the panel's search does: whoever reads all that is there gets the rest.
+        onProgress = [this] { names(); };
+        const bool isStarted = query->startQuery();
+        [&] { QTRY_COMPARE_WITH_TIMEOUT(finishCount, before + 1, 20'000); }();
+        return isStarted ? names() : QStringList(u"not started"_s);
+    }
+    bool keepsFiles() const
+    {
+        return !QDir(tree.text("cache/text")).entryList(QDir::Files).isEmpty();
+    }
+};
+
+}  // namespace
+
+class tst_FileTexts final : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void filesAreFoundByTheirTextBehindThoseFoundByName();
+    void nothingIsReadOrKeptUntilItIsSwitchedOn();
+    void whatIsWrittenLaterIsFoundAndWhatIsTakenOutIsNot();
+    void removedAndMovedFilesAreFollowed();
+    void onlyTheScopesAreSearched();
+    void hiddenFilesByProductsAndPicturesAreLeftOut();
+    void switchedOffItsFilesGo();
+    void theNextSessionReadsOnlyWhatHasChanged();
+    void anExcludedFolderIsForgotten();
+    void withoutTheHelperNamesAreFoundAllTheSame();
+};
+
+void tst_FileTexts::filesAreFoundByTheirTextBehindThoseFoundByName()
+{
+    Texts texts;
+    texts.tree.file("home/notes.txt", "Of zebras and their STRIPES.");
+    texts.tree.file("home/deep/er/zebra.md", "nothing of the kind");
+    texts.tree.file("home/both zebra.txt", "a zebra once more");
+    texts.tree.file("home/other.txt", "lions");
+
+    texts.beginWithTexts();
+
+    QTRY_COMPARE_WITH_TIMEOUT(texts.found(u"Zebra"_s),
+        (QStringList{u"zebra.md"_s, u"both zebra.txt"_s, u"notes.txt"_s}), 20'000);
+    QCOMPARE(texts.found(u"stripes"_s), QStringList{u"notes.txt"_s});
+}
+
+void tst_FileTexts::nothingIsReadOrKeptUntilItIsSwitchedOn()
+{
+    Texts texts;
+    texts.tree.file("home/notes.txt", "zebra");
+    texts.begin(texts.options());
+    texts.index->setPathRules({{texts.tree.text("home"), true}});
+
+    QCOMPARE(texts.found(u"zebra"_s), QStringList{});
+    QCOMPARE(texts.index->textStatus().state, State::off);
+    QVERIFY(!QDir(texts.tree.text("cache/text")).exists());
+
+    texts.index->setSearchesTexts(true);
+    QTRY_COMPARE_WITH_TIMEOUT(texts.found(u"zebra"_s), QStringList{u"notes.txt"_s}, 20'000);
+}
+
+void tst_FileTexts::whatIsWrittenLaterIsFoundAndWhatIsTakenOutIsNot()
+{
+    Texts texts;
+    texts.tree.file("home/notes.txt", "zebra");
+    texts.beginWithTexts();
+    QTRY_COMPARE_WITH_TIMEOUT(texts.found(u"zebra"_s), QStringList{u"notes.txt"_s}, 20'000);
+
+    texts.tree.file("home/notes.txt", "only lions now, and many more of them");
+    texts.tree.file("home/new folder/later.txt", "the zebra has moved");
+
+    QTRY_COMPARE_WITH_TIMEOUT(texts.found(u"zebra"_s), QStringList{u"later.txt"_s}, 20'000);
+    QTRY_COMPARE_WITH_TIMEOUT(texts.found(u"lions"_s), QStringList{u"notes.txt"_s}, 20'000);
+}
+
+void tst_FileTexts::removedAndMovedFilesAreFollowed()
+{
+    Texts texts;
+    texts.tree.file("home/a/one.txt", "zebra");
+    texts.tree.file("home/b/two.txt", "zebra");
+    texts.beginWithTexts();
+    QTRY_COMPARE_WITH_TIMEOUT(texts.found(u"zebra"_s).size(), 2, 20'000);
+
+    texts.tree.move("home/a", "home/c");
+    texts.tree.remove("home/b/two.txt");
+
+    QTRY_COMPARE_WITH_TIMEOUT(texts.found(u"zebra"_s), QStringList{u"one.txt"_s}, 20'000);
+    QCOMPARE(texts.value(0, platform::NSMetadataItemPathKey).toString(),
+        texts.tree.text("home/c/one.txt"));
+}
+
+void tst_FileTexts::onlyTheScopesAreSearched()
+{
+    Texts texts;
+    texts.tree.file("home/a/one.txt", "zebra");
+    texts.tree.file("home/b/two.txt", "zebra");
+    texts.beginWithTexts();
+    QTRY_COMPARE_WITH_TIMEOUT(texts.found(u"zebra"_s).size(), 2, 20'000);
+
+    QCOMPARE(texts.found(u"zebra"_s, texts.tree.text("home/b")), QStringList{u"two.txt"_s});
+}
+
+void tst_FileTexts::hiddenFilesByProductsAndPicturesAreLeftOut()
+{
+    Texts texts;
+    texts.tree.file("home/.secret/one.txt", "zebra");
+    texts.tree.file("home/node_modules/pack/two.txt", "zebra");
+    texts.tree.file("home/three.txt~", "zebra");
+    texts.tree.file("home/four.png", "zebra");
+    texts.tree.file("home/five.txt", "zebra");
+    texts.beginWithTexts();
+
+    QTRY_COMPARE_WITH_TIMEOUT(texts.found(u"zebra"_s), QStringList{u"five.txt"_s}, 20'000);
+    QTRY_COMPARE_WITH_TIMEOUT(texts.index->textStatus().state, State::idle, 20'000);
+    QCOMPARE(texts.index->textStatus().figures.documents, 1U);
+}
+
+void tst_FileTexts::switchedOffItsFilesGo()
+{
+    Texts texts;
+    texts.tree.file("home/notes.txt", "zebra");
+    texts.beginWithTexts();
+    QTRY_COMPARE_WITH_TIMEOUT(texts.found(u"zebra"_s), QStringList{u"notes.txt"_s}, 20'000);
+
+    texts.index->setSearchesTexts(false);
+
+    QTRY_COMPARE_WITH_TIMEOUT(texts.found(u"zebra"_s), QStringList{}, 20'000);
+    QTRY_VERIFY_WITH_TIMEOUT(!texts.keepsFiles(), 20'000);
+    QTRY_COMPARE(texts.index->textStatus().state, State::off);
+}
+
+void tst_FileTexts::theNextSessionReadsOnlyWhatHasChanged()
+{
+    Texts texts;
+    texts.tree.file("home/kept.txt", "zebra");
+    texts.tree.file("home/gone.txt", "zebra");
+    texts.beginWithTexts();
+    QTRY_COMPARE_WITH_TIMEOUT(texts.found(u"zebra"_s).size(), 2, 20'000);
+    texts.query.reset();
+    texts.index.reset();
+    QVERIFY(texts.keepsFiles());
+    texts.tree.remove("home/gone.txt");
+    texts.tree.file("home/new.txt", "zebra and lion");
+
+    texts.beginWithTexts();
+
+    QTRY_COMPARE_WITH_TIMEOUT(texts.found(u"lion"_s), QStringList{u"new.txt"_s}, 20'000);
+    QTRY_COMPARE_WITH_TIMEOUT(
+        texts.found(u"zebra"_s), (QStringList{u"new.txt"_s, u"kept.txt"_s}), 20'000);
+}
+
+void tst_FileTexts::anExcludedFolderIsForgotten()
+{
+    Texts texts;
+    texts.tree.file("home/a/one.txt", "zebra");
+    texts.tree.file("home/b/two.txt", "zebra");
+    texts.beginWithTexts();
+    QTRY_COMPARE_WITH_TIMEOUT(texts.found(u"zebra"_s).size(), 2, 20'000);
+
+    texts.index->setPathRules(
+        {{texts.tree.text("home"), true}, {texts.tree.text("home/a"), false}});
+
+    QTRY_COMPARE_WITH_TIMEOUT(texts.found(u"zebra"_s), QStringList{u"two.txt"_s}, 20'000);
+    QTRY_COMPARE_WITH_TIMEOUT(texts.index->textStatus().figures.documents, 1U, 20'000);
+}
+
+void tst_FileTexts::withoutTheHelperNamesAreFoundAllTheSame()
+{
+    Texts texts;
+    texts.tree.file("home/zebra.txt", "lion");
+    auto options = texts.options();
+    options.texts.helperPath = texts.tree.path("no helper");
+    texts.begin(options);
+    texts.index->setPathRules({{texts.tree.text("home"), true}});
+
+    texts.index->setSearchesTexts(true);
+
+    QTRY_COMPARE_WITH_TIMEOUT(texts.found(u"zebra"_s), QStringList{u"zebra.txt"_s}, 20'000);
+    QCOMPARE(texts.found(u"lion"_s), QStringList{});
+}
+
+QTEST_GUILESS_MAIN(tst_FileTexts)
+#include "tst_FileTexts.moc"

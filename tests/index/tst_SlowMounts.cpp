@@ -1,0 +1,229 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "index/IndexItem.h"
+#include "index/InotifySource.h"
+#include "index/LiveIndex.h"
+#include "SilentFileSystem.h"
+#include "TemporaryTree.h"
+
+#include <QObject>
+#include <QSemaphore>
+#include <QTest>
+
+using namespace vellumhound;
+using namespace vellumhound::index;
+using namespace std::chrono_literals;
+using namespace Qt::StringLiterals;
+using tests::SilentFileSystem;
+using tests::TemporaryTree;
+
+class tst_SlowMounts final : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void typesThatMayHangAreKnown_data();
+    void typesThatMayHangAreKnown();
+    void linksAreFollowedUpToAMountThatMayHang();
+    void aMountThatAnswersIsReadAndSwept();
+    void aMountThatDoesNotAnswerBlocksNothing();
+    void whatLeadsToADeadMountIsDescribedWithoutReadingIt();
+    void theIndexEndsWhileAMountHangs();
+};
+
+namespace {
+
+/// An index stepped by hand; only the readers of slow mounts have threads.
+struct Bench {
+    explicit Bench(std::function<std::vector<Mount>()> mounts = readMounts)
+    {
+        LiveIndexOptions options;
+        options.readMounts = std::move(mounts);
+        options.now = [this] { return clock; };
+        live = std::make_unique<LiveIndex>(
+            worker, source, published, DesktopEntries({}, {}, {}), options);
+    }
+    void include(const std::vector<QString> &paths) const
+    {
+        std::vector<Rule> rules;
+        for (const auto &path : paths)
+            rules.push_back({path, true});
+        live->setRules(rules);
+    }
+    void settle()
+    {
+        while (worker.step() || live->step()) {
+        }
+    }
+    /// Sleeps only for what a reader's thread has to say.
+    template <class Condition> bool await(Condition condition)
+    {
+        for (settle(); !condition(); settle()) {
+            if (!wakings.tryAcquire(1, 60'000))
+                return false;
+        }
+        return true;
+    }
+    bool isCrawled(const std::string &root) const
+    {
+        for (const auto &known : published.current()->roots) {
+            if (known.path == root)
+                return known.isCrawled;
+        }
+        return false;
+    }
+    RecordId find(const std::string &path) const
+    {
+        const auto view = published.current();
+        const auto folder = view->findFolder(path.substr(0, path.rfind('/')));
+        return folder == nothing ? nothing : view->find(folder, path.substr(path.rfind('/') + 1));
+    }
+    std::shared_ptr<const IndexItem> item(const std::string &path) const
+    {
+        const auto record = find(path);
+        return record == nothing ? nullptr : readItem(*published.current(), record);
+    }
+
+    QSemaphore wakings;
+    Worker worker{[this] { wakings.release(); }};
+    InotifySource source{[] { return 100'000; }};
+    PublishedView published;
+    std::chrono::steady_clock::time_point clock{1h};
+    std::unique_ptr<LiveIndex> live;
+};
+
+std::vector<Mount> withSlowMount(const std::string &point)
+{
+    return {{"/", "/", "8:1", "ext4"}, {point, "/", "0:50", "fuse.sshfs"}};
+}
+
+}  // namespace
+
+void tst_SlowMounts::typesThatMayHangAreKnown_data()
+{
+    QTest::addColumn<QString>("type");
+    QTest::addColumn<bool>("mayHang");
+    for (const auto *type : {"nfs", "nfs4", "cifs", "smb3", "fuse", "fuse.sshfs", "fuseblk", "9p",
+             "ceph", "autofs", "somethingnew"})
+        QTest::newRow(type) << QString::fromLatin1(type) << true;
+    for (const auto *type : {"ext4", "btrfs", "xfs", "vfat", "overlay", "tmpfs", "proc"})
+        QTest::newRow(type) << QString::fromLatin1(type) << false;
+}
+
+void tst_SlowMounts::typesThatMayHangAreKnown()
+{
+    QFETCH(QString, type);
+    QFETCH(bool, mayHang);
+
+    QCOMPARE((Mount{"/m", "/", "0:1", type.toStdString()}.mayHang()), mayHang);
+}
+
+void tst_SlowMounts::linksAreFollowedUpToAMountThatMayHang()
+{
+    const TemporaryTree tree;
+    tree.folder("net");
+    tree.folder("real/deep");
+    tree.link("out", "net/share");
+    tree.link("short", "real/../real/deep");
+    tree.link("loop", "loop");
+    const auto mounts = withSlowMount(tree.path("net"));
+
+    const auto onto = resolvePath(mounts, tree.path("out/x"));
+    QVERIFY(onto.hangs);
+    QCOMPARE(onto.path, tree.path("net/share/x"));
+    QVERIFY(resolvePath(mounts, tree.path("net")).hangs);
+    QCOMPARE(resolvePath(mounts, tree.path("short/x")).path, tree.path("real/deep/x"));
+    QVERIFY(!resolvePath(mounts, tree.path("loop/x")).hangs);
+    QVERIFY(!resolvePath(mounts, tree.path("missing/x")).hangs);
+}
+
+void tst_SlowMounts::aMountThatAnswersIsReadAndSwept()
+{
+    const TemporaryTree tree;
+    tree.file("net/deep/file");
+    const auto point = tree.path("net");
+    Bench bench([point] { return withSlowMount(point); });
+
+    bench.include({tree.text("net")});
+    QVERIFY(bench.await([&] { return bench.isCrawled(point); }));
+    QVERIFY(bench.find(point + "/deep/file") != nothing);
+    QCOMPARE(bench.live->watchedFolderCount(), std::size_t(0));
+    QVERIFY(!bench.item(point + "/deep/file")->sizeBytes);
+
+    tree.file("net/deep/later");
+    bench.live->sweep();
+    QVERIFY(bench.await([&] { return bench.find(point + "/deep/later") != nothing; }));
+}
+
+void tst_SlowMounts::aMountThatDoesNotAnswerBlocksNothing()
+{
+    const TemporaryTree tree;
+    tree.file("local/file");
+    tree.folder("dead");
+    SilentFileSystem silent(tree.path("dead"));
+    if (!silent.isMounted())
+        QSKIP("this test mounts a file system, which is not allowed here");  // style: needs a right
+    Bench bench;
+    bench.include({tree.text(), tree.text("dead")});
+    bench.settle();
+    QVERIFY(bench.find(tree.path("local/file")) != nothing);
+    QVERIFY(!bench.isCrawled(tree.path("dead")));
+
+    QTest::ignoreMessage(QtWarningMsg,
+        qPrintable(
+            u"the file system at \"%1\" does not answer; what is known of it stays as it is"_s.arg(
+                tree.text("dead"))));
+    bench.clock += 11s;
+    bench.settle();
+    QVERIFY(bench.isCrawled(tree.path("dead")));
+    QVERIFY(!bench.live->isBusy());
+    QCOMPARE(bench.live->counters().hungMounts, std::size_t(1));
+
+    // A scope on it neither; and it costs no second thread.
+    bench.live->addScopes({tree.path("dead/deep")});
+    bench.clock += 1h;
+    tree.file("local/later");
+    bench.settle();
+    QVERIFY(bench.find(tree.path("local/later")) != nothing);
+
+    silent.end();
+    bench.live->mountsChanged();
+    tree.file("dead/alive");
+    QVERIFY(bench.await([&] { return bench.find(tree.path("dead/alive")) != nothing; }));
+}
+
+void tst_SlowMounts::whatLeadsToADeadMountIsDescribedWithoutReadingIt()
+{
+    const TemporaryTree tree;
+    tree.folder("dead");
+    tree.link("link", "dead/paper.pdf");
+    SilentFileSystem silent(tree.path("dead"));
+    if (!silent.isMounted())
+        QSKIP("this test mounts a file system, which is not allowed here");  // style: needs a right
+    Bench bench;
+    bench.include({tree.text()});
+    bench.settle();
+
+    const auto link = bench.item(tree.path("link"));
+    const auto point = bench.item(tree.path("dead"));
+
+    QVERIFY(link && point);
+    QCOMPARE(*link->contentType, *base::UTType::forFileName(u"paper.pdf"_s));
+    QCOMPARE(*point->contentType, base::UTType::folder());
+}
+
+void tst_SlowMounts::theIndexEndsWhileAMountHangs()
+{
+    const TemporaryTree tree;
+    tree.folder("dead");
+    SilentFileSystem silent(tree.path("dead"));
+    if (!silent.isMounted())
+        QSKIP("this test mounts a file system, which is not allowed here");  // style: needs a right
+    auto bench = std::make_unique<Bench>();
+    bench->include({tree.text("dead")});
+    bench->settle();
+
+    bench.reset();
+    silent.end();
+}
+
+QTEST_GUILESS_MAIN(tst_SlowMounts)
+#include "tst_SlowMounts.moc"

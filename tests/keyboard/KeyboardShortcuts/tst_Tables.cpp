@@ -1,0 +1,219 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "keyboard/KeyboardShortcuts/TablesFixture.h"
+
+#include <QDir>
+#include <QRegularExpression>
+#include <QTest>
+
+using namespace vellumhound::keyboard::KeyboardShortcuts;
+using namespace Qt::StringLiterals;
+
+namespace {
+const QByteArray controlSpaceText = R"({"carbonKeyCode":49,"carbonModifiers":4096})";
+const QByteArray optionSText = R"({"carbonKeyCode":1,"carbonModifiers":2048})";
+}  // namespace
+
+class tst_Tables : public QObject {
+    Q_OBJECT
+
+private:
+    std::unique_ptr<TablesFixture> _;
+    Tables &tables() const { return *_->tables; }
+
+private Q_SLOTS:
+    void init() { _ = std::make_unique<TablesFixture>(); }
+    void cleanup() { _.reset(); }
+
+    void aNameStartsWithItsDefault()
+    {
+        const auto name = tables().createName(u"main"_s, controlSpace);
+
+        QCOMPARE(name, (Name{u"main"_s, controlSpace}));
+        QCOMPARE(_->stored(u"main"_s), controlSpaceText);
+        QCOMPARE(tables().getShortcut(name), controlSpace);
+        QCOMPARE(_->center.numbersOf(49, 0x1000), QList{1});
+        QCOMPARE(_->changes, QList{name});
+    }
+
+    void aNameWithoutADefaultStartsEmpty()
+    {
+        const auto name = tables().createName(u"other"_s);
+
+        QCOMPARE(_->stored(u"other"_s), "no file");
+        QVERIFY(!tables().getShortcut(name));
+        QVERIFY(_->center.calls.isEmpty());
+        QVERIFY(_->changes.isEmpty());
+    }
+
+    void whatIsStoredIsLeftAlone_data()
+    {
+        QTest::addColumn<QByteArray>("bytes");
+        QTest::addColumn<std::optional<Shortcut>>("shortcut");
+        const std::optional<Shortcut> none;
+        QTest::newRow("a shortcut") << optionSText << std::optional(optionS);
+        QTest::newRow("removed") << QByteArray("false") << none;
+        QTest::newRow("empty") << QByteArray("") << none;
+        QTest::newRow("nonsense") << QByteArray("ctrl+space") << none;
+        QTest::newRow("half") << optionSText.left(20) << none;
+        QTest::newRow("other types")
+            << QByteArray(R"({"carbonKeyCode":"1","carbonModifiers":2048})") << none;
+    }
+    void whatIsStoredIsLeftAlone()
+    {
+        QFETCH(QByteArray, bytes);
+        QFETCH(std::optional<Shortcut>, shortcut);
+        QVERIFY(_->store(u"main"_s, bytes));
+
+        const auto name = tables().createName(u"main"_s, controlSpace);
+
+        QCOMPARE(_->stored(u"main"_s), bytes);
+        QCOMPARE(tables().getShortcut(name), shortcut);
+        QVERIFY(_->center.calls.isEmpty());
+        QVERIFY(_->changes.isEmpty());
+    }
+
+    void aRemovedDefaultDoesNotComeBack()
+    {
+        const auto name = tables().createName(u"main"_s, controlSpace);
+
+        tables().setShortcut(name, std::nullopt);
+        QCOMPARE(_->stored(u"main"_s), "false");
+        QCOMPARE(_->changes, (QList{name, name}));
+        _->stop();
+        _->start();
+        const auto again = tables().createName(u"main"_s, controlSpace);
+
+        QCOMPARE(_->stored(u"main"_s), "false");
+        QVERIFY(!tables().getShortcut(again));
+        QVERIFY(_->center.grabs.empty());
+    }
+
+    void clearingANameWithoutADefaultRemovesItsKey()
+    {
+        const auto name = tables().createName(u"other"_s);
+        tables().setShortcut(name, optionS);
+        QCOMPARE(_->stored(u"other"_s), optionSText);
+
+        tables().setShortcut(name, std::nullopt);
+
+        QCOMPARE(_->stored(u"other"_s), "no file");
+        QVERIFY(_->center.grabs.empty());
+        QCOMPARE(_->changes, (QList{name, name}));
+    }
+
+    void clearingWhatHasNoShortcutTellsNobody_data()
+    {
+        QTest::addColumn<QByteArray>("bytes");
+        QTest::newRow("removed before") << QByteArray("false");
+        QTest::newRow("undecodable") << QByteArray("{}");
+    }
+    void clearingWhatHasNoShortcutTellsNobody()
+    {
+        QFETCH(QByteArray, bytes);
+        QVERIFY(_->store(u"main"_s, bytes));
+        const auto name = tables().createName(u"main"_s, controlSpace);
+        const auto other = tables().createName(u"other"_s);
+
+        tables().setShortcut(name, std::nullopt);
+        tables().setShortcut(other, std::nullopt);
+
+        QVERIFY(_->changes.isEmpty());
+        QVERIFY(_->center.calls.isEmpty());
+        QCOMPARE(_->stored(u"main"_s), bytes);
+    }
+
+    void aNewShortcutTakesTheHotKeyOfTheOld()
+    {
+        const auto name = tables().createName(u"main"_s, controlSpace);
+        _->center.calls.clear();
+
+        tables().setShortcut(name, optionS);
+
+        QCOMPARE(_->center.calls, (QStringList{u"unregister #1"_s, u"register 1 2048 #2"_s}));
+        QCOMPARE(tables().registeredShortcuts(), QSet{optionS});
+        QCOMPARE(_->stored(u"main"_s), optionSText);
+    }
+
+    void observersFindTheNewShortcutStored()
+    {
+        const auto name = tables().createName(u"main"_s, controlSpace);
+        std::optional<Shortcut> seen;
+        const auto token =
+            _->notifications.addObserver(u"KeyboardShortcuts_shortcutByNameDidChange"_s, nullptr,
+                [&] { seen = tables().getShortcut(name); });
+
+        tables().setShortcut(name, optionS);
+        QCOMPARE(seen, optionS);
+
+        tables().setShortcut(name, std::nullopt);
+        QVERIFY(!seen);
+    }
+
+    void undecodableTextIsReplacedWhenItIsSet()
+    {
+        QVERIFY(_->store(u"main"_s, "nonsense"));
+        const auto name = tables().createName(u"main"_s, controlSpace);
+
+        tables().setShortcut(name, optionS);
+
+        QCOMPARE(_->stored(u"main"_s), optionSText);
+        QCOMPARE(tables().getShortcut(name), optionS);
+    }
+
+    void aShortcutThatCannotBeStoredChangesNothing()
+    {
+        // A name so long that the file can exist, but not the longer one that replaces it.
+        const QString longest(255 - int(qstrlen("KeyboardShortcuts_.json")), u'n');
+        QVERIFY(QDir().mkpath(_->place.filePath(u"vellumhound"_s)));
+        QFile file(_->file(longest));
+        QVERIFY(file.open(QIODevice::WriteOnly));
+        QCOMPARE(file.write(controlSpaceText), controlSpaceText.size());
+        file.close();
+        const auto name = tables().createName(longest, optionS);
+        tables().onKeyDown(name, [] {});
+        QTest::ignoreMessage(QtWarningMsg, QRegularExpression(u"cannot be stored"_s));
+
+        tables().setShortcut(name, optionS);
+
+        QCOMPARE(tables().getShortcut(name), controlSpace);
+        QCOMPARE(tables().registeredShortcuts(), QSet{controlSpace});
+        QCOMPARE(_->center.numbersOf(49, 0x1000).size(), 1);
+        QVERIFY(_->center.numbersOf(1, 0x800).isEmpty());
+        QVERIFY(_->changes.isEmpty());
+    }
+
+    void aFileRemovedByHandIsNoticedBeforeASet()
+    {
+        const auto name = tables().createName(u"main"_s, controlSpace);
+        QVERIFY(QFile::remove(_->file(u"main"_s)));
+
+        tables().setShortcut(name, optionS);
+
+        QCOMPARE(tables().registeredShortcuts(), QSet{optionS});
+        QVERIFY(_->center.numbersOf(49, 0x1000).isEmpty());
+    }
+
+    void theDescriptionIsWhatTheUserReads()
+    {
+        _->layout.printed = {{1, u"s"_s}};
+        const auto name = tables().createName(u"main"_s, controlSpace);
+        QCOMPARE(tables().description(name), u"⌃Space"_s);
+
+        tables().setShortcut(name, optionS);
+        QCOMPARE(tables().description(name), u"⌥S"_s);
+
+        tables().setShortcut(name, std::nullopt);
+        QCOMPARE(tables().description(name), QString());
+    }
+
+    void namesAreKeysOfTables()
+    {
+        const Name a{u"a"_s, controlSpace};
+
+        QCOMPARE((QSet<Name>{a, {u"a"_s, controlSpace}, {u"a"_s, {}}, {u"b"_s, {}}}.size()), 3);
+        QCOMPARE(Tables::userDefaultsKey(a), u"KeyboardShortcuts_a"_s);
+    }
+};
+
+QTEST_GUILESS_MAIN(tst_Tables)
+#include "tst_Tables.moc"

@@ -1,0 +1,57 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "keyboard/GlobalShortcut.h"
+#include "keyboard/KeyboardShortcuts/TablesFixture.h"
+
+#include <QDir>
+#include <QTest>
+
+using namespace vellumhound;
+using namespace vellumhound::keyboard;
+using namespace Qt::StringLiterals;
+namespace Flags = base::ModifierFlags;
+
+class tst_GlobalShortcut : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void theThreeNamesStartWithTheirDefaults()
+    {
+        KeyboardShortcuts::TablesFixture fixture;
+
+        GlobalShortcut::createNames(*fixture.tables);
+
+        QCOMPARE(fixture.stored(u"launchVellumhound"_s),
+            R"({"carbonKeyCode":49,"carbonModifiers":4096})");
+        QCOMPARE(fixture.stored(u"loadSelectedFilesFromFinder"_s),
+            R"({"carbonKeyCode":1,"carbonModifiers":2048})");
+        QCOMPARE(fixture.stored(u"browseFinderWindows"_s),
+            R"({"carbonKeyCode":3,"carbonModifiers":2048})");
+        QCOMPARE(fixture.center.calls, (QStringList{u"register 49 4096 #1"_s, u"install"_s,
+                                           u"register 1 2048 #2"_s, u"register 3 2048 #3"_s}));
+        QCOMPARE(fixture.changes, (QList{GlobalShortcut::launchVellumhound(),
+                                      GlobalShortcut::loadSelectedFilesFromFinder(),
+                                      GlobalShortcut::browseFinderWindows()}));
+    }
+
+    void aRowShowsTheCurrentRecording()
+    {
+        KeyboardShortcuts::TablesFixture fixture;
+        auto &tables = *fixture.tables;
+        GlobalShortcut::createNames(tables);
+        const GlobalShortcut browse{GlobalShortcut::browseFinderWindows()};
+        QCOMPARE(browse.keyShortcut(tables), (KeyShortcut{U'f', Flags::option}));
+
+        tables.setShortcut(browse.name, KeyboardShortcuts::Shortcut(49, 0x1100));
+        QCOMPARE(browse.keyShortcut(tables),
+            (KeyShortcut{KeyCharacter::space, Flags::command | Flags::control}));
+
+        tables.setShortcut(browse.name, KeyboardShortcuts::Shortcut(96, 0));
+        QVERIFY(!browse.keyShortcut(tables));
+
+        tables.setShortcut(browse.name, std::nullopt);
+        QVERIFY(!browse.keyShortcut(tables));
+    }
+};
+
+QTEST_GUILESS_MAIN(tst_GlobalShortcut)
+#include "tst_GlobalShortcut.moc"

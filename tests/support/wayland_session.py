@@ -1,0 +1,230 @@
+# SPDX-License-Identifier: GPL-3.0-or-later
+"""A private desktop on Wayland: sway or weston without a screen, in place of the X server and its window manager.
+
+A window that is a layer of the desktop is in no list of windows, so whether the panel is there is seen in the
+picture: it is light, and all else on these desktops is dark.
+"""
+from __future__ import annotations
+
+import json
+import os
+import pathlib
+import shutil
+import subprocess
+import tempfile
+from collections.abc import Callable
+
+from desktop_session import PANEL_TITLE, DesktopSession, wait_until
+from wayland_seat import WaylandSeat
+
+FIRST_OUTPUT, SECOND_OUTPUT = "HEADLESS-1", "HEADLESS-2"
+DESKTOP_COLOUR = "#335577"
+LIGHT = 225  # least value of each colour on the panel; nothing else on these desktops reaches it
+WIDEST_LINE = 3  # in pixels
+BESIDE_POINTER = 60  # sway puts the pointer in the middle of an output that it gives the focus
+NOBODY = 65534
+OTHER_TITLE = "Wayland Terminal"
+
+SWAY_CONFIGURATION = """xwayland disable
+output * bg {colour} solid_color
+output {first} resolution {width}x{height} position 0 0
+output {second} resolution 1920x1200 position {width} 0 scale 1.5
+default_border none
+focus_follows_mouse no
+exec touch {folder}/ready
+"""
+
+
+class Picture:
+    """The pixels of a part of the desktop."""
+
+    def __init__(self, ppm: bytes):
+        kind, size, _depth, self._pixels = ppm.split(b"\n", 3)
+        if kind != b"P6":
+            raise ValueError("not a picture of grim's")
+        self.width, self.height = (int(number) for number in size.split())
+
+    def is_light(self, x: int, y: int) -> bool:
+        first = (y * self.width + x) * 3
+        return min(self._pixels[first:first + 3]) >= LIGHT
+
+    def light_rectangle(self) -> tuple[int, int, int, int] | None:
+        """Left, top, width and height of what is light around the middle; None if the middle is not."""
+        x, y = self.width // 2 + BESIDE_POINTER, self.height // 2 + BESIDE_POINTER
+        if not self.is_light(x, y):
+            return None
+        left = self._edge(x, lambda at: self.is_light(at, y), -1, 0)
+        right = self._edge(x, lambda at: self.is_light(at, y), 1, self.width - 1)
+        top = self._edge(y, lambda at: self.is_light(x, at), -1, 0)
+        bottom = self._edge(y, lambda at: self.is_light(x, at), 1, self.height - 1)
+        return left, top, right - left + 1, bottom - top + 1
+
+
+    @staticmethod
+    def _edge(start: int, is_light: Callable[[int], bool], step: int, end: int) -> int:
+        """The last light place from `start` on; a line between two parts of the panel may be darker."""
+        last = start
+        for at in range(start, end + step, step):
+            if is_light(at):
+                last = at
+            elif abs(at - last) > WIDEST_LINE:
+                break
+        return last
+
+
+def missing_wayland_tools() -> list[str]:
+    return [tool for tool in ("sway", "swaymsg", "grim", "weston", "weston-terminal") if not shutil.which(tool)]
+
+
+class WaylandSession(DesktopSession):
+    """sway, with a keyboard and a pointer of ours; a second output is to the right of the first."""
+
+    def __init__(self, folder: pathlib.Path, screen: tuple[int, int] = (1600, 900), has_two_outputs: bool = False):
+        super().__init__(folder, screen)
+        self._has_two_outputs = has_two_outputs
+        # The compositor refuses to be root, and its folder must be its own.
+        self._shared = pathlib.Path(tempfile.mkdtemp(prefix="vellumhound-wayland-"))
+        self._is_root = os.getuid() == 0
+        if self._is_root:
+            os.chown(self._shared, NOBODY, NOBODY)
+        self._socket: pathlib.Path | None = None
+        self._seat: WaylandSeat | None = None
+
+    def stop(self) -> None:
+        if self._seat:
+            self._seat.close()
+            self._seat = None
+        super().stop()
+        shutil.rmtree(self._shared, ignore_errors=True)
+
+    def environment(self) -> dict[str, str]:
+        return {"DBUS_SESSION_BUS_ADDRESS": f"unix:path={self.folder}/bus", "WAYLAND_DISPLAY": str(self._socket),
+                "QT_QPA_PLATFORM": "wayland", "XDG_SESSION_TYPE": "wayland"}
+
+    # --- what a user does ---
+
+    def keys(self, *names: str) -> None:
+        self._seat.keys(*names)
+
+    def type(self, text: str) -> None:
+        self._seat.type(text)
+
+    def move_pointer(self, x: int, y: int) -> None:
+        width, height = self._whole_size()
+        self._seat.move(x, y, width, height)
+
+    def click(self, x: int, y: int) -> None:
+        self.move_pointer(x, y)
+        self._seat.button(True)
+        self._seat.button(False)
+
+    def drag(self, *places: tuple[int, int]) -> None:
+        """Presses at the first place and lets go at the last."""
+        self.move_pointer(*places[0])
+        self._seat.button(True)
+        for place in places[1:]:
+            self.move_pointer(*place)
+        self._seat.button(False)
+
+    def move_pointer_away(self) -> None:
+        self.move_pointer(self.screen[0] - 2, self.screen[1] - 2)
+
+    # --- what a user sees ---
+
+    def look(self, output: str = FIRST_OUTPUT) -> Picture:
+        return Picture(subprocess.run(["grim", "-o", output, "-t", "ppm", "-"], env=self._environment(), check=True,
+                                      capture_output=True, timeout=60).stdout)
+
+    def panel_rectangle(self, output: str = FIRST_OUTPUT) -> tuple[int, int, int, int] | None:
+        """Where the panel is, in the output's own pixels; None while it is not there."""
+        return self.look(output).light_rectangle()
+
+    def windows(self, title: str) -> list[str]:
+        if title == PANEL_TITLE:
+            return [PANEL_TITLE] if self.panel_rectangle() else []
+        return [node["name"] for node in self._window_nodes() if node.get("name") == title]
+
+    def active_window_title(self) -> str:
+        """A layer has the keyboard when no window has it."""
+        focused = [node["name"] for node in self._window_nodes() if node["focused"]]
+        return focused[0] if focused else PANEL_TITLE if self.is_keyboard_on_layer() else ""
+
+    def is_keyboard_on_layer(self) -> bool:
+        return not any(node["focused"] for node in self._nodes())
+
+    def geometry(self, window: str) -> tuple[int, int, int, int]:
+        return self.panel_rectangle()
+
+    def picture(self, file: pathlib.Path, window: str | None = None, margin: int = 0) -> None:
+        file.parent.mkdir(parents=True, exist_ok=True)
+        subprocess.run(["grim", str(file)], env=self._environment(), check=True, timeout=60)
+
+    def start_other_window(self) -> str:
+        self._spawn("weston-terminal", "weston-terminal", "--shell=/bin/cat")
+        return wait_until(lambda: self.windows(OTHER_TITLE), "the other window is there")[0]
+
+    def message(self, *words: str):
+        """Tells sway something; gives its answer."""
+        return json.loads(self._output("swaymsg", "--raw", *words) or "null")
+
+    def outputs(self) -> list[dict]:
+        return [output for output in self.message("--type", "get_outputs") if output["active"]]
+
+    # --- inside ---
+
+    def _nodes(self) -> list[dict]:
+        found, waiting = [], [self.message("--type", "get_tree")]
+        while waiting:
+            node = waiting.pop()
+            found.append(node)
+            waiting += node.get("nodes", []) + node.get("floating_nodes", [])
+        return found
+
+    def _window_nodes(self) -> list[dict]:
+        return [node for node in self._nodes() if node.get("pid")]
+
+    def _whole_size(self) -> tuple[int, int]:
+        places = [output["rect"] for output in self.outputs()]
+        return (max(place["x"] + place["width"] for place in places),
+                max(place["y"] + place["height"] for place in places))
+
+    def _environment(self) -> dict[str, str]:
+        values = super()._environment() | {"XDG_RUNTIME_DIR": str(self._shared)}
+        sockets = sorted(self._shared.glob("sway-ipc.*.sock"))
+        return values | ({"SWAYSOCK": str(sockets[0])} if sockets else {})
+
+    def _start_display(self) -> None:
+        """Nothing: it comes with the window manager, once there is a bus."""
+
+    def _start_window_manager(self) -> None:
+        width, height = self.screen
+        configuration = self._shared / "sway.conf"
+        configuration.write_text(SWAY_CONFIGURATION.format(colour=DESKTOP_COLOUR, first=FIRST_OUTPUT,
+                                                           second=SECOND_OUTPUT, width=width, height=height,
+                                                           folder=self._shared), encoding="utf-8")
+        self._start_compositor("sway", "--config", str(configuration))
+        wait_until((self._shared / "ready").exists, "the compositor runs")
+        self._seat = WaylandSeat(self._socket)
+
+    def _start_compositor(self, *command: str) -> None:
+        variables = ("WLR_BACKENDS=headless", "WLR_LIBINPUT_NO_DEVICES=1", "WLR_RENDERER=pixman",
+                     f"WLR_HEADLESS_OUTPUTS={2 if self._has_two_outputs else 1}", f"HOME={self._shared}", f"XDG_RUNTIME_DIR={self._shared}")
+        without = [f"--unset={name}" for name in ("WAYLAND_DISPLAY", "DBUS_SESSION_BUS_ADDRESS", "DISPLAY")]
+        user = ["setpriv", f"--reuid={NOBODY}", f"--regid={NOBODY}", "--clear-groups"] if self._is_root else []
+        self._spawn(command[0], "env", f"--chdir={self._shared}", *without, *variables, *user, *command)
+        self._socket = wait_until(self._find_socket, f"{command[0]} listens")
+
+    def _find_socket(self) -> pathlib.Path | None:
+        return next((path for path in self._shared.glob("wayland-*") if path.suffix != ".lock"), None)
+
+
+class PlainWaylandSession(WaylandSession):
+    """weston: no layer-shell, and here neither keyboard nor pointer."""
+
+    def _start_window_manager(self) -> None:
+        width, height = self.screen
+        self._start_compositor("weston", "--backend=headless-backend.so", "--use-pixman", f"--width={width}",
+                               f"--height={height}", "--idle-time=0", "--no-config")
+
+    def move_pointer_away(self) -> None:
+        """There is none."""
