@@ -1,20 +1,24 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include <QString>
+
 #include <cstdint>
+#include <functional>
 #include <optional>
 #include <span>
+#include <utility>
 
 namespace vellumhound::platform {
 
 /// Answers of the facility and of those who handle its events. A facility may refuse with a number
 /// of its own.
-namespace HotKeyStatus {
+namespace HotKeyAnswer {
 inline constexpr int noError = 0;
 inline constexpr int unsupported = -4;
 inline constexpr int parameterNotFound = -9870;
 inline constexpr int notHandled = -9874;
-}  // namespace HotKeyStatus
+}  // namespace HotKeyAnswer
 
 /// Modifier bits in the facility's encoding.
 namespace HotKeyModifiers {
@@ -32,6 +36,40 @@ struct HotKeyId {
     bool operator==(const HotKeyId &) const = default;
 };
 
+/// A hot key that is asked for.
+struct HotKeyRequest {
+    int keyCode = 0;    ///< of base::KeyTable
+    int modifiers = 0;  ///< HotKeyModifiers
+    HotKeyId id;
+    /// What the key does, the same word at each start: by it the desktops that keep a list of hot
+    /// keys know ours again. Several keys never share one.
+    QString name;
+
+    bool operator==(const HotKeyRequest &) const = default;
+};
+
+/// By whom hot keys come.
+enum class HotKeyFacility { none, x11, kGlobalAccel, portal };
+
+/// What became of the hot key of one name, for the user to be told.
+struct HotKeyReport {
+    enum class State {
+        unknown,  ///< never asked for, or given back
+        waiting,  ///< asked for and not answered yet
+        active,
+        taken,    ///< another program has the key
+        refused,  ///< for another reason
+    };
+
+    State state = State::unknown;
+    HotKeyFacility facility = HotKeyFacility::none;
+    QString trigger;  ///< the keys that the desktop really gave, in its words; empty if it does not tell
+    QString holder;   ///< of `taken`: who has the key, if the desktop tells
+    int status = HotKeyAnswer::noError;  ///< of `taken` and `refused`
+
+    bool operator==(const HotKeyReport &) const = default;
+};
+
 /// One event of the facility.
 struct HotKeyEvent {
     enum Kind : int { rawKeyDown = 1, rawKeyRepeat = 2, rawKeyUp = 3, pressed = 5, released = 6 };
@@ -45,14 +83,14 @@ struct HotKeyEvent {
     bool operator==(const HotKeyEvent &) const = default;
 };
 
-/// Keys that reach us in whatever program they are pressed. Key codes are those of
-/// base::KeyTable, modifiers are HotKeyModifiers.
+/// Keys that reach us in whatever program they are pressed. Before the handler hears of a press, the
+/// leave to take the focus that came with it has been taken over.
 /// Main thread; outlives its handler or is told that it goes.
 class HotKeyCenter {
 public:
     using Handle = std::uint64_t;
     struct Registration {
-        int status = HotKeyStatus::unsupported;
+        int status = HotKeyAnswer::unsupported;
         std::optional<Handle> handle;  ///< present if `status` is noError
     };
 
@@ -76,7 +114,7 @@ public:
     /// False where no registration can succeed, so that the user can be told another way.
     virtual bool isSupported() const = 0;
     /// The user's own choice is final: a key that another program holds is refused, not shared.
-    virtual Registration registerHotKey(int keyCode, int modifiers, HotKeyId id) = 0;
+    virtual Registration registerHotKey(const HotKeyRequest &request) = 0;
     /// No event of this registration comes any more.
     virtual void unregisterHotKey(Handle handle) = 0;
 
@@ -87,13 +125,29 @@ public:
     /// their way to our own windows; one that the handler answers with noError is consumed.
     virtual void addEventTypes(std::span<const int> kinds) = 0;
     virtual void removeEventTypes(std::span<const int> kinds) = 0;
+
+    /// What became of the last request for this name; it stays until the next one, or until a
+    /// successful one is given back.
+    virtual HotKeyReport report(const QString &) const { return {}; }
+    /// Called from the event loop or from a call of the facility, after any report has changed.
+    void setReportObserver(std::function<void()> observer) { _reportObserver = std::move(observer); }
+
+protected:
+    void announceReports() const
+    {
+        if (_reportObserver)
+            _reportObserver();
+    }
+
+private:
+    std::function<void()> _reportObserver;
 };
 
 /// Where the desktop gives no program a hot key.
 class NullHotKeyCenter final : public HotKeyCenter {
 public:
     bool isSupported() const override { return false; }
-    Registration registerHotKey(int, int, HotKeyId) override { return {}; }
+    Registration registerHotKey(const HotKeyRequest &) override { return {}; }
     void unregisterHotKey(Handle) override {}
     bool installEventHandler(EventHandler &) override { return false; }
     void removeEventHandler() override {}

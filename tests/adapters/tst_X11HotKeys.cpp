@@ -19,7 +19,7 @@ using namespace Qt::StringLiterals;
 using platform::HotKeyEvent;
 using platform::HotKeyId;
 namespace Modifiers = platform::HotKeyModifiers;
-namespace Status = platform::HotKeyStatus;
+namespace Status = platform::HotKeyAnswer;
 
 namespace {
 
@@ -114,7 +114,7 @@ private:
 
     platform::HotKeyCenter::Registration add(int keyCode, int modifiers, int number)
     {
-        return _center->registerHotKey(keyCode, modifiers, {0x54455354, number});
+        return _center->registerHotKey({keyCode, modifiers, {0x54455354, number}, QString::number(number)});
     }
     /// Everything pressed before has been told once this press is.
     bool isMarked()

@@ -23,14 +23,16 @@ public:
     };
 
     bool isSupported() const override { return true; }
-    Registration registerHotKey(int keyCode, int modifiers, platform::HotKeyId id) override
+    Registration registerHotKey(const platform::HotKeyRequest &request) override
     {
+        const auto &[keyCode, modifiers, id, name] = request;
+        names.append(name);
         calls.append(
             QStringLiteral("register %1 %2 #%3").arg(keyCode).arg(modifiers).arg(id.number));
         if (const int status = refusals.value({keyCode, modifiers}))
             return {status, std::nullopt};
         grabs.emplace(++_lastHandle, Grab{keyCode, modifiers, id});
-        return {platform::HotKeyStatus::noError, _lastHandle};
+        return {platform::HotKeyAnswer::noError, _lastHandle};
     }
     void unregisterHotKey(Handle handle) override
     {
@@ -76,7 +78,7 @@ public:
         event.keyCode = keyCode;
         event.modifiers = modifiers;
         return handler && kinds.contains(kind) ? handler->handleEvent(&event)
-                                               : platform::HotKeyStatus::notHandled;
+                                               : platform::HotKeyAnswer::notHandled;
     }
     /// The numbers of what is registered for this key.
     QList<int> numbersOf(int keyCode, int modifiers) const
@@ -90,6 +92,7 @@ public:
     }
 
     QStringList calls;
+    QStringList names;  // of the requests, in order
     QHash<std::pair<int, int>, int> refusals;  // key code and modifiers to status
     bool canInstall = true;
     std::map<Handle, Grab> grabs;

@@ -13,7 +13,7 @@ using namespace Qt::StringLiterals;
 namespace vellumhound::keyboard::KeyboardShortcuts {
 
 using platform::HotKeyEvent;
-namespace HotKeyStatus = platform::HotKeyStatus;
+namespace HotKeyAnswer = platform::HotKeyAnswer;
 
 namespace {
 
@@ -44,17 +44,18 @@ CarbonKeyboardShortcuts::~CarbonKeyboardShortcuts()
 }
 
 void CarbonKeyboardShortcuts::registerShortcut(
-    const Shortcut &shortcut, Action onKeyDown, Action onKeyUp)
+    const Shortcut &shortcut, Action onKeyDown, Action onKeyUp, const QString &name)
 {
     const int number = ++_hotKeyId;
     const auto registration = _center.registerHotKey(
-        shortcut.carbonKeyCode, shortcut.carbonModifiers, {hotKeySignature, number});
-    if (registration.status != HotKeyStatus::noError || !registration.handle) {
+        {shortcut.carbonKeyCode, shortcut.carbonModifiers, {hotKeySignature, number}, name});
+    if (registration.status != HotKeyAnswer::noError || !registration.handle) {
         printRefusal(shortcut, registration.status);
         return;
     }
     _hotKeys.emplace(number,
-        HotKey{shortcut, number, registration.handle, std::move(onKeyDown), std::move(onKeyUp)});
+        HotKey{shortcut, number, registration.handle, std::move(onKeyDown), std::move(onKeyUp),
+            name});
     if (_isEventHandlerInstalled)
         return;
     _isEventHandlerInstalled = _center.installEventHandler(*this);
@@ -87,9 +88,9 @@ void CarbonKeyboardShortcuts::registerAll()
 
 bool CarbonKeyboardShortcuts::registerAgain(HotKey &hotKey) const
 {
-    const auto registration = _center.registerHotKey(hotKey.shortcut.carbonKeyCode,
-        hotKey.shortcut.carbonModifiers, {hotKeySignature, hotKey.carbonHotKeyId});
-    if (registration.status != HotKeyStatus::noError || !registration.handle) {
+    const auto registration = _center.registerHotKey({hotKey.shortcut.carbonKeyCode,
+        hotKey.shortcut.carbonModifiers, {hotKeySignature, hotKey.carbonHotKeyId}, hotKey.name});
+    if (registration.status != HotKeyAnswer::noError || !registration.handle) {
         printRefusal(hotKey.shortcut, registration.status);
         return false;
     }
@@ -109,7 +110,8 @@ void CarbonKeyboardShortcuts::updateEventHandler()
 {
     if (!_isEventHandlerInstalled)
         return;
-    if (_switches.isEnabled && !_switches.isMenuOpen) {
+    const bool isListening = _switches.isEnabled && !_switches.isRecorderActive;
+    if (isListening && !_switches.isMenuOpen) {
         registerAll();
         stopMenuPath();
         _center.addEventTypes(hotKeyEventTypes);
@@ -117,7 +119,7 @@ void CarbonKeyboardShortcuts::updateEventHandler()
     }
     unregisterAll();
     _center.removeEventTypes(hotKeyEventTypes);
-    if (_switches.isEnabled)
+    if (isListening)
         startMenuPath();
     else
         stopMenuPath();
@@ -142,7 +144,7 @@ void CarbonKeyboardShortcuts::stopMenuPath()
 int CarbonKeyboardShortcuts::handleEvent(const HotKeyEvent *event)
 {
     if (!event)
-        return HotKeyStatus::notHandled;
+        return HotKeyAnswer::notHandled;
     switch (event->kind) {
     case HotKeyEvent::pressed:
     case HotKeyEvent::released:
@@ -151,29 +153,29 @@ int CarbonKeyboardShortcuts::handleEvent(const HotKeyEvent *event)
     case HotKeyEvent::rawKeyUp:
         return handleRawKeyEvent(*event);
     default:
-        return HotKeyStatus::notHandled;
+        return HotKeyAnswer::notHandled;
     }
 }
 
 int CarbonKeyboardShortcuts::handleHotKeyEvent(const HotKeyEvent &event)
 {
     if (!event.directObject)
-        return HotKeyStatus::parameterNotFound;
+        return HotKeyAnswer::parameterNotFound;
     const auto found = _hotKeys.find(event.directObject->number);
     if (event.directObject->signature != hotKeySignature || found == _hotKeys.end())
-        return HotKeyStatus::notHandled;
+        return HotKeyAnswer::notHandled;
     if (event.isRepeat)
-        return HotKeyStatus::noError;
+        return HotKeyAnswer::noError;
     const auto hotKey = found->second;  // its action may take it away
     const auto &action = event.kind == HotKeyEvent::pressed ? hotKey.onKeyDown : hotKey.onKeyUp;
     action(hotKey.shortcut);
-    return HotKeyStatus::noError;
+    return HotKeyAnswer::noError;
 }
 
 int CarbonKeyboardShortcuts::handleRawKeyEvent(const HotKeyEvent &event)
 {
     if (!event.keyCode || !event.modifiers)
-        return HotKeyStatus::parameterNotFound;
+        return HotKeyAnswer::parameterNotFound;
     const Shortcut pressed(int(*event.keyCode), normalizedCarbonModifiers(int(*event.modifiers)));
     for (const auto &[number, candidate] : _hotKeys) {
         if (candidate.shortcut != pressed)
@@ -183,9 +185,9 @@ int CarbonKeyboardShortcuts::handleRawKeyEvent(const HotKeyEvent &event)
             hotKey.onKeyDown(hotKey.shortcut);
         else if (event.kind == HotKeyEvent::rawKeyUp)
             hotKey.onKeyUp(hotKey.shortcut);
-        return HotKeyStatus::noError;
+        return HotKeyAnswer::noError;
     }
-    return HotKeyStatus::notHandled;
+    return HotKeyAnswer::notHandled;
 }
 
 std::optional<platform::QueuedEvent> CarbonKeyboardShortcuts::handleMenuEvent(
@@ -194,7 +196,7 @@ std::optional<platform::QueuedEvent> CarbonKeyboardShortcuts::handleMenuEvent(
     if (!event.eventRef)
         return event;
     const int status = handleRawKeyEvent(*event.eventRef);
-    return status == HotKeyStatus::noError ? std::nullopt : std::optional(event);
+    return status == HotKeyAnswer::noError ? std::nullopt : std::optional(event);
 }
 
 void CarbonKeyboardShortcuts::registrationRefused(platform::HotKeyId id, int status)
@@ -208,7 +210,7 @@ void CarbonKeyboardShortcuts::registrationRefused(platform::HotKeyId id, int sta
 
 void CarbonKeyboardShortcuts::keyboardChanged()
 {
-    if (!_switches.isEnabled || _switches.isMenuOpen)
+    if (!_switches.isEnabled || _switches.isMenuOpen || _switches.isRecorderActive)
         return;
     unregisterAll();
     registerAll();

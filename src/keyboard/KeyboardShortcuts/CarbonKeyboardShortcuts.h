@@ -40,7 +40,9 @@ public:
     ~CarbonKeyboardShortcuts() override;
     Q_DISABLE_COPY_MOVE(CarbonKeyboardShortcuts)
 
-    void registerShortcut(const Shortcut &shortcut, Action onKeyDown, Action onKeyUp);
+    /// `name` is the word by which the desktop knows the hot key again.
+    void registerShortcut(
+        const Shortcut &shortcut, Action onKeyDown, Action onKeyUp, const QString &name = {});
     /// Without effect for a shortcut that is not registered.
     void unregisterShortcut(const Shortcut &shortcut);
     void registerAll();
@@ -57,6 +59,7 @@ private:
         std::optional<platform::HotKeyCenter::Handle> carbonHotKey;  // while it is registered
         Action onKeyDown;
         Action onKeyUp;
+        QString name;  // see HotKeyRequest
     };
 
     int handleEvent(const platform::HotKeyEvent *event) override;

@@ -76,7 +76,7 @@ void Tables::followStore(const QString &key)
             registerForOthers(*old);
         }
         if (shortcut)
-            registerIfNeeded(*shortcut);
+            registerIfNeeded(name, *shortcut);
         announceChange(name);
     }
 }
@@ -89,7 +89,7 @@ void Tables::changeShortcut(const Name &name, const Shortcut &shortcut)
     const auto old = getShortcut(name);
     if (old)
         unregister(*old);
-    registerIfNeeded(shortcut);
+    registerIfNeeded(name, shortcut);
     _isWriting = true;
     const bool isStored = _environment.defaults.setData(userDefaultsKey(name), encoded.value());
     _isWriting = false;
@@ -98,7 +98,7 @@ void Tables::changeShortcut(const Name &name, const Shortcut &shortcut)
         unregister(shortcut);
         registerForOthers(shortcut);
         if (old)
-            registerIfNeeded(*old);
+            registerIfNeeded(name, *old);
         return;
     }
     if (old)
@@ -154,16 +154,17 @@ void Tables::bind(Handlers &handlers, const Name &name, Action action)
         entry = handlers.insert(handlers.end(), {name, {}});
     entry->second.append(std::move(action));
     if (const auto shortcut = getShortcut(name))
-        registerIfNeeded(*shortcut);
+        registerIfNeeded(name, *shortcut);
 }
 
-void Tables::registerIfNeeded(const Shortcut &shortcut)
+void Tables::registerIfNeeded(const Name &name, const Shortcut &shortcut)
 {
     if (_registeredShortcuts.contains(shortcut))
         return;
     _hotKeys.registerShortcut(
         shortcut, [this](const Shortcut &fired) { dispatch(_keyDownHandlers, fired); },
-        [this](const Shortcut &fired) { dispatch(_keyUpHandlers, fired); });
+        [this](const Shortcut &fired) { dispatch(_keyUpHandlers, fired); },
+        name.rawValue);
     _registeredShortcuts.insert(shortcut);
 }
 
@@ -177,10 +178,10 @@ void Tables::unregister(const Shortcut &shortcut)
 void Tables::registerForOthers(const Shortcut &shortcut)
 {
     for (const auto *handlers : {&_keyDownHandlers, &_keyUpHandlers}) {
-        const bool isHeld = std::any_of(handlers->begin(), handlers->end(),
+        const auto holder = std::find_if(handlers->begin(), handlers->end(),
             [&](const auto &entry) { return getShortcut(entry.first) == shortcut; });
-        if (isHeld)
-            registerIfNeeded(shortcut);
+        if (holder != handlers->end())
+            registerIfNeeded(holder->first, shortcut);
     }
 }
 
@@ -213,6 +214,12 @@ void Tables::setEnabled(bool isEnabled)
 void Tables::setMenuOpen(bool isMenuOpen)
 {
     if (std::exchange(_switches.isMenuOpen, isMenuOpen) != isMenuOpen)
+        _hotKeys.updateEventHandler();
+}
+
+void Tables::setRecorderActive(bool isActive)
+{
+    if (std::exchange(_switches.isRecorderActive, isActive) != isActive)
         _hotKeys.updateEventHandler();
 }
 

@@ -65,16 +65,17 @@ public:
     void setEnabled(bool isEnabled);
     bool isMenuOpen() const { return _switches.isMenuOpen; }
     void setMenuOpen(bool isMenuOpen);
-    /// While a recorder has the keyboard no hot key acts.
+    /// While a recorder has the keyboard no hot key acts, and none is held: a key that is held
+    /// somewhere never reaches the recorder.
     bool isRecorderActive() const { return _switches.isRecorderActive; }
-    void setRecorderActive(bool isActive) { _switches.isRecorderActive = isActive; }
+    void setRecorderActive(bool isActive);
 
 private:
     /// In the order of the first binding.
     using Handlers = QList<std::pair<Name, QList<Action>>>;
 
     void bind(Handlers &handlers, const Name &name, Action action);
-    void registerIfNeeded(const Shortcut &shortcut);
+    void registerIfNeeded(const Name &name, const Shortcut &shortcut);
     void unregister(const Shortcut &shortcut);
     void registerForOthers(const Shortcut &shortcut);
     void changeShortcut(const Name &name, const Shortcut &shortcut);

@@ -18,7 +18,8 @@ namespace vellumhound::platform {
 namespace {
 
 constexpr int xkbOffset = 8;  // a key's code in the X server is its Linux code plus this
-constexpr int badValue = 2;   // what the server answers to a key that it cannot have
+constexpr int badValue = 2;    // what the server answers to a key that it cannot have
+constexpr int badAccess = 10;  // and to one that another program has
 /// No keyboard waits as long before it repeats a key: whoever presses after it presses anew, even
 /// if the release went elsewhere.
 constexpr std::uint32_t longestRepeatPause = 3000;
@@ -71,24 +72,37 @@ X11HotKeys::~X11HotKeys()
         ungrab(entry);
 }
 
-HotKeyCenter::Registration X11HotKeys::registerHotKey(int keyCode, int modifiers, HotKeyId id)
+HotKeyCenter::Registration X11HotKeys::registerHotKey(const HotKeyRequest &request)
 {
     if (!_connection)
-        return {HotKeyStatus::unsupported, std::nullopt};
-    const auto *key = base::KeyTable::findByKeyCode(keyCode);
+        return {HotKeyAnswer::unsupported, std::nullopt};
+    const auto *key = base::KeyTable::findByKeyCode(request.keyCode);
     if (!key || key->linuxCode + xkbOffset > xcb_get_setup(_connection)->max_keycode)
-        return {badValue, std::nullopt};
+        return refuse(request, badValue);
     Grab entry;
-    entry.id = id;
+    entry.id = request.id;
+    entry.name = request.name;
     entry.code = std::uint8_t(key->linuxCode + xkbOffset);
-    entry.modifiers = modifiers;
+    entry.modifiers = request.modifiers;
     entry.mapping = _mapping;
     if (const int error = grab(entry)) {
         ungrab(entry);
-        return {error, std::nullopt};
+        return refuse(request, error);
     }
     _grabs.emplace(++_lastHandle, entry);
-    return {HotKeyStatus::noError, _lastHandle};
+    _reports.insert(
+        request.name, {HotKeyReport::State::active, HotKeyFacility::x11, {}, {}, {}});
+    announceReports();
+    return {HotKeyAnswer::noError, _lastHandle};
+}
+
+HotKeyCenter::Registration X11HotKeys::refuse(const HotKeyRequest &request, int status)
+{
+    const auto state =
+        status == badAccess ? HotKeyReport::State::taken : HotKeyReport::State::refused;
+    _reports.insert(request.name, {state, HotKeyFacility::x11, {}, {}, status});
+    announceReports();
+    return {status, std::nullopt};
 }
 
 void X11HotKeys::unregisterHotKey(Handle handle)
@@ -97,7 +111,9 @@ void X11HotKeys::unregisterHotKey(Handle handle)
     if (found == _grabs.end())
         return;
     ungrab(found->second);
+    _reports.remove(found->second.name);
     _grabs.erase(found);
+    announceReports();
 }
 
 /// The first error of the server, 0 if there is none.
@@ -243,7 +259,7 @@ bool X11HotKeys::handleRawKey(const Press &press)
         return false;
     event.keyCode = std::uint32_t(key->keyCode);
     event.modifiers = std::uint32_t(_mapping.hotKeyModifiersOf(press.state));
-    const bool isTaken = _handler->handleEvent(&event) == HotKeyStatus::noError;
+    const bool isTaken = _handler->handleEvent(&event) == HotKeyAnswer::noError;
     if (isTaken && press.isDown)
         setUserTime(press.time);
     return isTaken;

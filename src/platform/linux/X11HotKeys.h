@@ -5,6 +5,7 @@
 #include "platform/linux/X11Modifiers.h"
 
 #include <QAbstractNativeEventFilter>
+#include <QHash>
 #include <QObject>
 #include <QSet>
 #include <QTimer>
@@ -30,18 +31,20 @@ public:
     ~X11HotKeys() override;
 
     bool isSupported() const override { return _connection != nullptr; }
-    Registration registerHotKey(int keyCode, int modifiers, HotKeyId id) override;
+    Registration registerHotKey(const HotKeyRequest &request) override;
     void unregisterHotKey(Handle handle) override;
     bool installEventHandler(EventHandler &handler) override;
     void removeEventHandler() override { _handler = nullptr; }
     void addEventTypes(std::span<const int> kinds) override;
     void removeEventTypes(std::span<const int> kinds) override;
+    HotKeyReport report(const QString &name) const override { return _reports.value(name); }
 
     bool nativeEventFilter(const QByteArray &eventType, void *message, qintptr *result) override;
 
 private:
     struct Grab {
         HotKeyId id;
+        QString name;
         std::uint8_t code = 0;  // of the X server
         int modifiers = 0;      // HotKeyModifiers
         X11Modifiers mapping;   // with which it was grabbed
@@ -58,6 +61,7 @@ private:
         bool isDown = false;
     };
 
+    Registration refuse(const HotKeyRequest &request, int status);
     int grab(const Grab &entry) const;
     void ungrab(const Grab &entry) const;
     bool handleHotKey(const Press &press);
@@ -74,6 +78,7 @@ private:
     Handle _lastHandle = 0;
     EventHandler *_handler = nullptr;
     QSet<int> _kinds;
+    QHash<QString, HotKeyReport> _reports;  // by name
     Press _lastRaw;
     QTimer _releases;
     QTimer _keyboardChange;

@@ -12,7 +12,7 @@ using namespace vellumhound::keyboard::KeyboardShortcuts;
 using namespace Qt::StringLiterals;
 using platform::HotKeyEvent;
 using platform::QueuedEvent;
-namespace Status = platform::HotKeyStatus;
+namespace Status = platform::HotKeyAnswer;
 
 namespace {
 

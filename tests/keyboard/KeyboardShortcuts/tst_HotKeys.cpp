@@ -126,10 +126,24 @@ private Q_SLOTS:
         _->center.press(49, 0x1000);
         _->center.release(49, 0x1000);
         QVERIFY(_ran.isEmpty());
+        QVERIFY(_->center.grabs.empty());  // or its key would never reach the recorder
 
         tables().setRecorderActive(false);
         _->center.press(49, 0x1000);
         QCOMPARE(_ran, QStringList{u"main"_s});
+    }
+
+    void aHotKeyIsAskedForByTheNameThatNeedsIt()
+    {
+        const auto main = tables().createName(u"main"_s, controlSpace);
+        const auto other = tables().createName(u"other"_s, controlSpace);
+        tables().onKeyDown(main, saying(u"main"_s));
+        tables().onKeyDown(other, saying(u"other"_s));
+        QCOMPARE(_->center.names, QStringList{u"main"_s});
+
+        tables().setShortcut(main, optionS);
+
+        QCOMPARE(_->center.names, (QStringList{u"main"_s, u"main"_s, u"other"_s}));
     }
 
     void anOpenMenuHearsTheHotKeyAndGivesItBackWhenItCloses()
