@@ -92,7 +92,7 @@ public:
     }
 
     QStringList calls;
-    QStringList names;  // of the requests, in order
+    QStringList names;                         // of the requests, in order
     QHash<std::pair<int, int>, int> refusals;  // key code and modifiers to status
     bool canInstall = true;
     std::map<Handle, Grab> grabs;
