@@ -63,7 +63,8 @@ struct HotKeyReport {
 
     State state = State::unknown;
     HotKeyFacility facility = HotKeyFacility::none;
-    QString trigger;  ///< the keys that the desktop really gave, in its words; empty if it does not tell
+    QString trigger;  ///< the keys that the desktop really gave, in its words; empty if it does not
+                      ///< tell
     QString holder;   ///< of `taken`: who has the key, if the desktop tells
     int status = HotKeyAnswer::noError;  ///< of `taken` and `refused`
 
@@ -83,9 +84,9 @@ struct HotKeyEvent {
     bool operator==(const HotKeyEvent &) const = default;
 };
 
-/// Keys that reach us in whatever program they are pressed. Before the handler hears of a press, the
-/// leave to take the focus that came with it has been taken over.
-/// Main thread; outlives its handler or is told that it goes.
+/// Keys that reach us in whatever program they are pressed. Before the handler hears of a press,
+/// the leave to take the focus that came with it has been taken over. Main thread; outlives its
+/// handler or is told that it goes.
 class HotKeyCenter {
 public:
     using Handle = std::uint64_t;
@@ -130,7 +131,10 @@ public:
     /// successful one is given back.
     virtual HotKeyReport report(const QString &) const { return {}; }
     /// Called from the event loop or from a call of the facility, after any report has changed.
-    void setReportObserver(std::function<void()> observer) { _reportObserver = std::move(observer); }
+    void setReportObserver(std::function<void()> observer)
+    {
+        _reportObserver = std::move(observer);
+    }
 
 protected:
     void announceReports() const

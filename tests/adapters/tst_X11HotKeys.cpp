@@ -114,7 +114,8 @@ private:
 
     platform::HotKeyCenter::Registration add(int keyCode, int modifiers, int number)
     {
-        return _center->registerHotKey({keyCode, modifiers, {0x54455354, number}, QString::number(number)});
+        return _center->registerHotKey(
+            {keyCode, modifiers, {0x54455354, number}, QString::number(number)});
     }
     /// Everything pressed before has been told once this press is.
     bool isMarked()

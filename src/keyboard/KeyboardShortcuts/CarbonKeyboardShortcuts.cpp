@@ -53,9 +53,8 @@ void CarbonKeyboardShortcuts::registerShortcut(
         printRefusal(shortcut, registration.status);
         return;
     }
-    _hotKeys.emplace(number,
-        HotKey{shortcut, number, registration.handle, std::move(onKeyDown), std::move(onKeyUp),
-            name});
+    _hotKeys.emplace(number, HotKey{shortcut, number, registration.handle, std::move(onKeyDown),
+                                 std::move(onKeyUp), name});
     if (_isEventHandlerInstalled)
         return;
     _isEventHandlerInstalled = _center.installEventHandler(*this);

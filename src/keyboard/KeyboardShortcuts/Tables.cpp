@@ -163,8 +163,7 @@ void Tables::registerIfNeeded(const Name &name, const Shortcut &shortcut)
         return;
     _hotKeys.registerShortcut(
         shortcut, [this](const Shortcut &fired) { dispatch(_keyDownHandlers, fired); },
-        [this](const Shortcut &fired) { dispatch(_keyUpHandlers, fired); },
-        name.rawValue);
+        [this](const Shortcut &fired) { dispatch(_keyUpHandlers, fired); }, name.rawValue);
     _registeredShortcuts.insert(shortcut);
 }
 

@@ -17,7 +17,7 @@ namespace vellumhound::platform {
 
 namespace {
 
-constexpr int xkbOffset = 8;  // a key's code in the X server is its Linux code plus this
+constexpr int xkbOffset = 8;   // a key's code in the X server is its Linux code plus this
 constexpr int badValue = 2;    // what the server answers to a key that it cannot have
 constexpr int badAccess = 10;  // and to one that another program has
 /// No keyboard waits as long before it repeats a key: whoever presses after it presses anew, even
@@ -90,8 +90,7 @@ HotKeyCenter::Registration X11HotKeys::registerHotKey(const HotKeyRequest &reque
         return refuse(request, error);
     }
     _grabs.emplace(++_lastHandle, entry);
-    _reports.insert(
-        request.name, {HotKeyReport::State::active, HotKeyFacility::x11, {}, {}, {}});
+    _reports.insert(request.name, {HotKeyReport::State::active, HotKeyFacility::x11, {}, {}, {}});
     announceReports();
     return {HotKeyAnswer::noError, _lastHandle};
 }
