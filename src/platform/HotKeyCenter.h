@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
+// long: the facility with all its records, and the one that has nothing
 #pragma once
 
 #include <QString>
@@ -16,8 +17,11 @@ namespace vellumhound::platform {
 namespace HotKeyAnswer {
 inline constexpr int noError = 0;
 inline constexpr int unsupported = -4;
+inline constexpr int internalError = -9868;  ///< the desktop's service answered badly or not at all
 inline constexpr int parameterNotFound = -9870;
 inline constexpr int notHandled = -9874;
+inline constexpr int hotKeyExists = -9878;   ///< the desktop has given the key to somebody else
+inline constexpr int hotKeyInvalid = -9879;  ///< no key that the desktop could listen for
 }  // namespace HotKeyAnswer
 
 /// Modifier bits in the facility's encoding.
