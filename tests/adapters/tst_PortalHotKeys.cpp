@@ -611,7 +611,6 @@ private Q_SLOTS:
             QTRY_COMPARE_WITH_TIMEOUT(count(u"BindShortcuts"_s), i, slow);
             QTRY_COMPARE_WITH_TIMEOUT(stateOf(show), State::active, slow);
             _portal.tell("closed");
-            QTRY_VERIFY_WITH_TIMEOUT(stateOf(show) != State::active, slow);
         }
 
         QTRY_COMPARE_WITH_TIMEOUT(stateOf(show), State::refused, slow);
@@ -630,9 +629,9 @@ private Q_SLOTS:
             QTRY_COMPARE_WITH_TIMEOUT(count(u"BindShortcuts"_s), i, slow);
             QTRY_COMPARE_WITH_TIMEOUT(stateOf(show), State::active, slow);
             _portal.tell("closed");
-            QTRY_VERIFY_WITH_TIMEOUT(stateOf(show) != State::active, slow);
         }
 
+        QTRY_COMPARE_WITH_TIMEOUT(count(u"BindShortcuts"_s), 7, slow);
         QTRY_COMPARE_WITH_TIMEOUT(stateOf(show), State::active, slow);
     }
 

@@ -30,6 +30,7 @@ standard input later, is one of:
     closed                  ends the session
 """
 import json
+import os
 import shlex
 import sys
 
@@ -127,7 +128,9 @@ class Portal:
             place += "t/"
         request = place + options["handle_token"]
         code = int(manner[5:]) if manner.startswith("code:") else 0
-        results = {} if manner == "bare" or code else self.results(method, parameters)
+        results = {} if code else self.results(method, parameters)
+        if manner == "bare":
+            results = {}
         self.export(request, REQUEST)
 
         def respond():
@@ -215,16 +218,19 @@ class Portal:
             raise ValueError(line)
 
 
-def on_line(_channel, _condition):
-    line = sys.stdin.readline()
-    if line:
-        portal.act(line)
-    return bool(line)
+def on_input(channel, _condition):
+    # Unbuffered: a line that waits in a buffer would wake nobody.
+    chunk = os.read(channel, 65536)
+    *lines, pending[0] = (pending[0] + chunk).split(b"\n")
+    for line in lines:
+        portal.act(line.decode())
+    return bool(chunk)
 
 
+pending = [b""]
 portal = Portal(sys.argv[1])
 for argument in sys.argv[2:]:
     portal.act(argument)
-GLib.io_add_watch(sys.stdin.fileno(), GLib.IO_IN | GLib.IO_HUP, on_line)
+GLib.io_add_watch(sys.stdin.fileno(), GLib.IO_IN | GLib.IO_HUP, on_input)
 print("ready", flush=True)
 GLib.MainLoop().run()
