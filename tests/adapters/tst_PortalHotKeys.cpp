@@ -44,9 +44,9 @@ public:
     int handleEvent(const HotKeyEvent *event) override
     {
         const int number = event->directObject ? event->directObject->number : -1;
-        const auto word = event->isRepeat                         ? u"repeat"_s
-                          : event->kind == HotKeyEvent::pressed   ? u"pressed"_s
-                          : event->kind == HotKeyEvent::released  ? u"released"_s
+        const auto word = event->isRepeat                          ? u"repeat"_s
+                          : event->kind == HotKeyEvent::pressed    ? u"pressed"_s
+                          : event->kind == HotKeyEvent::released   ? u"released"_s
                           : event->kind == HotKeyEvent::rawKeyDown ? u"raw"_s
                                                                    : u"other"_s;
         told.append(u"%1 #%2"_s.arg(word).arg(number));
@@ -159,9 +159,8 @@ private Q_SLOTS:
         _portal.stop();
         // The bus may need a moment to see that the portal is gone.
         auto bus = QDBusConnection::connectToBus(QDBusConnection::SessionBus, u"cleanup"_s);
-        QTRY_VERIFY_WITH_TIMEOUT(!bus.interface()->isServiceRegistered(
-                                     u"org.freedesktop.portal.Desktop"_s),
-            slow);
+        QTRY_VERIFY_WITH_TIMEOUT(
+            !bus.interface()->isServiceRegistered(u"org.freedesktop.portal.Desktop"_s), slow);
     }
 
     void aHotKeyIsAskedForByNameTextAndKey()
@@ -174,15 +173,14 @@ private Q_SLOTS:
         QTRY_COMPARE_WITH_TIMEOUT(stateOf(show), State::active, slow);
         QCOMPARE(_keys->report(u"show"_s),
             (HotKeyReport{State::active, HotKeyFacility::portal, u"Press Ctrl+Space"_s, {}, 0}));
-        QCOMPARE(methods(), (QStringList{u"Register"_s, u"Get"_s, u"CreateSession"_s,
-                                u"BindShortcuts"_s}));
+        QCOMPARE(methods(),
+            (QStringList{u"Register"_s, u"Get"_s, u"CreateSession"_s, u"BindShortcuts"_s}));
         QCOMPARE(lastArguments(u"Register"_s).at(0).toString(), applicationId);
         const auto asked = lastArguments(u"BindShortcuts"_s);
         const auto shortcut = asked.at(1).toArray().at(0).toArray();
         QCOMPARE(shortcut.at(0).toString(), u"show"_s);
-        QCOMPARE(shortcut.at(1).toObject(),
-            (QJsonObject{{u"description"_s, u"Does show"_s},
-                {u"preferred_trigger"_s, u"CTRL+space"_s}}));
+        QCOMPARE(shortcut.at(1).toObject(), (QJsonObject{{u"description"_s, u"Does show"_s},
+                                                {u"preferred_trigger"_s, u"CTRL+space"_s}}));
         QCOMPARE(asked.at(2).toString(), QString());
         QVERIFY(_handler.told.isEmpty());
     }
@@ -258,9 +256,9 @@ private Q_SLOTS:
         QTRY_COMPARE_WITH_TIMEOUT(stateOf(load), State::active, slow);
         QCOMPARE(stateOf(show), State::active);
         QCOMPARE(lastIds(), (QStringList{u"load"_s, u"show"_s}));
-        QCOMPARE(methods().mid(2), (QStringList{u"CreateSession"_s, u"BindShortcuts"_s,
-                                       u"Session.Close"_s, u"CreateSession"_s,
-                                       u"BindShortcuts"_s}));
+        QCOMPARE(
+            methods().mid(2), (QStringList{u"CreateSession"_s, u"BindShortcuts"_s,
+                                  u"Session.Close"_s, u"CreateSession"_s, u"BindShortcuts"_s}));
         _portal.tell("activated show");
         QTRY_COMPARE_WITH_TIMEOUT(_handler.told, QStringList{u"pressed #1"_s}, slow);
     }
@@ -434,8 +432,7 @@ private Q_SLOTS:
 
         take(show);
 
-        QTRY_COMPARE_WITH_TIMEOUT(
-            _handler.told, QStringList{u"refused #1 %1"_s.arg(status)}, slow);
+        QTRY_COMPARE_WITH_TIMEOUT(_handler.told, QStringList{u"refused #1 %1"_s.arg(status)}, slow);
         QCOMPARE(_keys->report(u"show"_s),
             (HotKeyReport{State::refused, HotKeyFacility::portal, {}, {}, status}));
     }
@@ -556,8 +553,8 @@ private Q_SLOTS:
         _timing.answerLimit = 1s;
         _timing.firstBackOff = 1ms;
         start({manner, u"trigger show Ctrl+Space"_s});
-        QTest::ignoreMessage(QtWarningMsg,
-            "the portal for global shortcuts does not answer, or ends what it began");
+        QTest::ignoreMessage(
+            QtWarningMsg, "the portal for global shortcuts does not answer, or ends what it began");
 
         const auto handle = take(show);
         QCOMPARE(stateOf(show), State::waiting);
@@ -604,8 +601,8 @@ private Q_SLOTS:
         _timing.firstBackOff = 1ms;
         start({u"trigger show Ctrl+Space"_s});
         take(show);
-        QTest::ignoreMessage(QtWarningMsg,
-            "the portal for global shortcuts does not answer, or ends what it began");
+        QTest::ignoreMessage(
+            QtWarningMsg, "the portal for global shortcuts does not answer, or ends what it began");
 
         for (int i = 1; i <= 4; ++i) {
             QTRY_COMPARE_WITH_TIMEOUT(count(u"BindShortcuts"_s), i, slow);
@@ -695,8 +692,11 @@ private Q_SLOTS:
         const auto log = _portal.logPath();
         QFile service(QDir(qEnvironmentVariable("TEST_BUS_SERVICES")).filePath(u"p.service"_s));
         QVERIFY(service.open(QIODevice::WriteOnly));
-        service.write("[D-BUS Service]\nName=org.freedesktop.portal.Desktop\nExec=/usr/bin/python3 "
-                      PEERS_FOLDER "/shortcuts_portal.py " + log.toUtf8() + " own\n");
+        service.write(
+            "[D-BUS "
+            "Service]\nName=org.freedesktop.portal.Desktop\nExec=/usr/bin/python3 " PEERS_FOLDER
+            "/shortcuts_portal.py " +
+            log.toUtf8() + " own\n");
         service.close();
         auto bus = QDBusConnection::sessionBus();
         const auto reload = QDBusMessage::createMethodCall(u"org.freedesktop.DBus"_s,
