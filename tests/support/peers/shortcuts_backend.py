@@ -5,7 +5,7 @@
 Runs the portal itself beside it, and is ready once that answers; ends with status 77 where there is none.
 Each call becomes one line of JSON in LOG: {"method": …, "arguments": […]}. A line on standard input is one of
 
-    answer CODE             what the user says from now on: 0 yes, 1 no, 2 something went wrong
+    answer CODE             what the user says from now on: 0 yes, 1 no, 2 something went wrong; noted in LOG
     activated ID [TOKEN]    the shortcut is pressed
     deactivated ID          and let go
     trigger ID TEXT         the shortcut has other keys from now on, and it is announced
@@ -55,9 +55,12 @@ class Backend:
         self.bus.call_sync("org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus", "RequestName",
                            GLib.Variant("(su)", (BACKEND, 4)), None, Gio.DBusCallFlags.NONE, -1, None)
 
-    def on_call(self, _bus, _sender, _path, _interface, method, parameters, invocation):
+    def note(self, method, parameters):
         self.log.write(json.dumps({"method": method, "arguments": parameters.unpack()}) + "\n")
         self.log.flush()
+
+    def on_call(self, _bus, _sender, _path, _interface, method, parameters, invocation):
+        self.note(method, parameters)
         if method == "Close":
             self.forget_session()
             invocation.return_value(None)
@@ -92,6 +95,7 @@ class Backend:
         verb, *rest = shlex.split(line)
         if verb == "answer":
             self.code = int(rest[0])
+            self.note(verb, GLib.Variant("(u)", (self.code,)))
         elif verb in ("activated", "deactivated"):
             options = {"activation_token": GLib.Variant("s", rest[1])} if len(rest) > 1 else {}
             self.emit(verb.capitalize(), GLib.Variant("s", rest[0]), GLib.Variant("t", 0),
@@ -131,7 +135,8 @@ pending = [b""]
 backend = Backend(sys.argv[1])
 folder = tempfile.TemporaryDirectory(dir=os.environ["XDG_RUNTIME_DIR"])
 pathlib.Path(folder.name, "test.portal").write_text(ENTRY, encoding="utf-8")
-portal = subprocess.Popen([PROGRAM], preexec_fn=end_with_us, env={
+# What it grumbles about is its own affair: each call makes this version of it complain.
+portal = subprocess.Popen([PROGRAM], preexec_fn=end_with_us, stderr=subprocess.DEVNULL, env={
     **os.environ, "XDG_DESKTOP_PORTAL_DIR": folder.name, "XDG_CURRENT_DESKTOP": "vellumhound-test"})
 Gio.bus_watch_name(Gio.BusType.SESSION, PORTAL, Gio.BusNameWatcherFlags.NONE, on_owner, None)
 GLib.io_add_watch(sys.stdin.fileno(), GLib.IO_IN | GLib.IO_HUP, on_input)

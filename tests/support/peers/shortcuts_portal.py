@@ -18,6 +18,7 @@ standard input later, is one of:
                                 earlyelsewhere  both of these
                                 bare          a response without its results
                                 garbage       a response of the wrong shape
+                                known         yes to what was bound before, no to anything more
                             a version is also a number or a text
     respond                 sends what "hold" has held
     trigger ID TEXT         the keys of a shortcut, in the desktop's words; nothing for none
@@ -26,6 +27,7 @@ standard input later, is one of:
     activated ID [TOKEN]    the shortcut is pressed
     deactivated ID          and let go
     changed                 the keys are announced
+    mark                    one line in LOG, to show that all before it is done
     foreign                 presses of a session that is not the caller's, and nonsense
     closed                  ends the session
 """
@@ -128,6 +130,8 @@ class Portal:
             place += "t/"
         request = place + options["handle_token"]
         code = int(manner[5:]) if manner.startswith("code:") else 0
+        if manner == "known" and {name for name, _ in parameters.unpack()[1]} - set(self.bound):
+            code = 1
         results = {} if code else self.results(method, parameters)
         if manner == "bare":
             results = {}
@@ -210,6 +214,8 @@ class Portal:
                       GLib.Variant.new_tuple(GLib.Variant("o", self.session), self.shortcuts()))
         elif verb == "foreign":
             self.foreign()
+        elif verb == "mark":
+            self.note("mark", GLib.Variant("()", ()))
         elif verb == "closed":
             path, self.session = self.session, None
             self.unexport(path)
