@@ -144,7 +144,7 @@ class DesktopSession:
         self._output("xdotool", "type", "--clearmodifiers", "--delay", "15", text)
 
     def click(self, x: int, y: int) -> None:
-        self._output("xdotool", "mousemove", "--sync", str(x), str(y), "click", "1")
+        self._output("xdotool", "mousemove", str(x), str(y), "click", "1")
 
     def move_pointer_away(self) -> None:
         self._output("xdotool", "mousemove", str(self.screen[0] - 2), str(self.screen[1] - 2))
