@@ -17,6 +17,7 @@ constexpr Text texts[] = {
     {"space_key", QT_TRANSLATE_NOOP("KeyboardShortcuts", "Space")},
     {"record_shortcut", QT_TRANSLATE_NOOP("KeyboardShortcuts", "Record shortcut")},
     {"press_shortcut", QT_TRANSLATE_NOOP("KeyboardShortcuts", "Press shortcut")},
+    {"keyboard_shortcut", QT_TRANSLATE_NOOP("KeyboardShortcuts", "Keyboard shortcut")},
     {"clear_shortcut", QT_TRANSLATE_NOOP("KeyboardShortcuts", "Clear shortcut")},
     {"keyboard_shortcut_used_by_menu_item",
         QT_TRANSLATE_NOOP("KeyboardShortcuts", "The menu item “%1” already has this shortcut.")},
