@@ -8,6 +8,7 @@
 #include "shell/VellumhoundAppDelegate.h"
 #include "shell/widgets/LauncherWindow.h"
 #include "shell/widgets/Services.h"
+#include "shell/widgets/TrayItem.h"
 
 #include <QApplication>
 #include <QIcon>
@@ -53,9 +54,15 @@ public:
               [this](const platform::Appearance &appearance) {
                   if (_launcher)
                       _launcher->setAppearance(appearance);
+                  _tray.setAppearance(appearance);
               })
         , _instance(handlers())
+        , _trayHost(QDBusConnection::sessionBus(), _services.timer)
+        , _tray({_services.settings, _services.notificationCenter, _trayHost,
+              menuState, _menuActions})
+        , _menuKeys(_services.keyEquivalents, _menuActions)
     {
+        _tray.setAppearance(_appearance.current());
     }
 
     platform::SingleInstance::Claim claimName()
@@ -94,11 +101,24 @@ private:
         return handlers;
     }
 
+    static MenuState menuState()
+    {
+        MenuState state;
+        state.bundle = base::mainBundle();
+        return state;
+    }
+
     Services _services;
     LauncherWindow *_launcher = nullptr;  // the delegate's, once it is made
     VellumhoundAppDelegate _delegate;
     platform::DesktopAppearance _appearance;
     platform::SingleInstance _instance;
+
+    const MenuActions _menuActions{
+        [this] { _delegate.presentPanel(); }, {}, {}, [] { QApplication::quit(); }};
+    platform::TrayHost _trayHost;
+    TrayItem _tray;
+    MenuKeys _menuKeys;
 };
 
 }  // namespace
@@ -112,6 +132,7 @@ int runApplication(int &argc, char **argv)
     QApplication application(argc, argv);
     QApplication::setApplicationName(u"vellumhound"_s);
     QApplication::setApplicationDisplayName(u"Vellumhound"_s);
+    QApplication::setApplicationVersion(base::mainBundle().shortVersion);
     QApplication::setQuitOnLastWindowClosed(false);
     QApplication::setWindowIcon(QIcon(base::applicationIcon(128, 1)));
 
