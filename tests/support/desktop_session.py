@@ -146,6 +146,10 @@ class DesktopSession:
     def click(self, x: int, y: int) -> None:
         self._output("xdotool", "mousemove", "--sync", str(x), str(y), "click", "1")
 
+    def click_with(self, button: int, x: int, y: int) -> None:
+        """Also where the pointer stands already."""
+        self._output("xdotool", "mousemove", str(x), str(y), "click", str(button))
+
     def move_pointer_away(self) -> None:
         self._output("xdotool", "mousemove", str(self.screen[0] - 2), str(self.screen[1] - 2))
 
@@ -236,6 +240,17 @@ class DesktopSession:
         """A window of another program in the upper left corner; gives its id."""
         self._spawn("xmessage", "xmessage", "-title", "Another window", "-geometry", "200x80+20+40", "hello")
         return wait_until(lambda: self.windows("Another window"), "the other window is there")[0]
+
+    def start_x11_tray(self, height: int = 24) -> subprocess.Popen:
+        """A tray of the X11 kind, small and in the middle of the lower edge; `end_process` ends it."""
+        return self._spawn("trayer", "trayer", "--edge", "bottom", "--align", "center", "--widthtype", "request",
+                           "--heighttype", "pixel", "--height", str(height))
+
+    def x11_tray_items(self, program: str) -> list[tuple[int, int, int, int]]:
+        """Where in the tray the windows of `program` are, by their class."""
+        found = self._output("xdotool", "search", "--onlyvisible", "--class", f"^{program}$").split()
+        places = [self.geometry(window) for window in found]
+        return [place for place in places if place[2] <= 64 and place[1] > self.screen[1] / 2]
 
     def is_service_there(self) -> bool:
         return bool(self.bus.name_has_owner(SERVICE))

@@ -15,6 +15,7 @@
 #include <QMessageBox>
 
 #include <cstdio>
+#include <optional>
 
 namespace vellumhound::shell {
 
@@ -60,7 +61,6 @@ public:
         , _trayHost(QDBusConnection::sessionBus(), _services.timer)
         , _tray({_services.settings, _services.notificationCenter, _trayHost,
               menuState, _menuActions})
-        , _menuKeys(_services.keyEquivalents, _menuActions)
     {
         _tray.setAppearance(_appearance.current());
     }
@@ -89,6 +89,7 @@ private:
         auto launcher =
             std::make_unique<LauncherWindow>(identifier, _services, delegate, isOnboardingDone);
         launcher->setAppearance(_appearance.current());
+        _menuKeys.emplace(_services.keyEquivalents, _menuActions);
         _launcher = launcher.get();
         return launcher;
     }
@@ -118,7 +119,7 @@ private:
         [this] { _delegate.presentPanel(); }, {}, {}, [] { QApplication::quit(); }};
     platform::TrayHost _trayHost;
     TrayItem _tray;
-    MenuKeys _menuKeys;
+    std::optional<MenuKeys> _menuKeys;  // once the panel is made, whose buttons come first
 };
 
 }  // namespace
