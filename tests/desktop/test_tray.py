@@ -10,6 +10,7 @@ import desktop_case
 from desktop_case import DesktopCase, wait_until
 from desktop_session import end_process, end_with_parent
 
+TRAY_CELL = 24
 PEER = pathlib.Path(__file__).resolve().parents[1] / "support/peers/tray.py"
 
 
@@ -55,7 +56,7 @@ class TestTray(DesktopCase):
         return tray
 
     def start_x11_tray(self):
-        tray = self.session.start_x11_tray()
+        tray = self.session.start_x11_tray(TRAY_CELL)
         self.addCleanup(end_process, tray)
 
     def hide_panel(self, program) -> None:
@@ -63,7 +64,7 @@ class TestTray(DesktopCase):
         program.wait_until_hidden()
 
     def x11_items(self) -> list:
-        return self.session.x11_tray_items("vellumhound")
+        return [place for place in self.session.places_by_class("vellumhound") if place[2] <= TRAY_CELL]
 
     def click_x11_item(self, button: int, predicate, what: str) -> None:
         """Clicks until the effect is seen: the tray may still move its items when the first click comes."""
@@ -75,6 +76,21 @@ class TestTray(DesktopCase):
                 except AssertionError:
                     return None
             return None
+        wait_until(try_once, what)
+
+    def x11_menu(self) -> tuple | None:
+        """Where the menu is, while the panel is hidden; the toolkit leaves it out of the accessible tree."""
+        return next((place for place in self.session.places_by_class("vellumhound") if place[2] > TRAY_CELL), None)
+
+    def choose_last_row(self, predicate, what: str) -> None:
+        def try_once():
+            place = self.x11_menu()
+            if place:
+                x, y, _width, height = place
+                # The pointer must have moved over the row before a click counts there.
+                self.session.click_with(1, x + 40, y + height - 14)
+                self.session.click_with(1, x + 44, y + height - 12)
+            return predicate()
         wait_until(try_once, what)
 
     def test_the_menu_of_the_tray_presents_the_panel_and_ends_the_program(self):
@@ -107,7 +123,7 @@ class TestTray(DesktopCase):
 
     def test_a_tray_that_starts_after_the_program_gets_the_item(self):
         program = self.start_and_present()
-        self.assertEqual(program.errors.count("ray"), 0, program.errors)
+        self.assertNotIn("tray", program.errors.lower())
 
         tray = self.start_tray()
 
@@ -134,8 +150,8 @@ class TestTray(DesktopCase):
         self.click_x11_item(1, lambda: program.is_panel_visible, "the panel is on screen")
         program.wait_for_panel()
         self.hide_panel(program)
-        self.click_x11_item(3, lambda: program.part("Quit", "menu item"), "the menu is open")
-        program.part("Quit", "menu item").press()
+        self.click_x11_item(3, self.x11_menu, "the menu is open")
+        self.choose_last_row(lambda: not program.is_running, "the program ends")
 
         self.assertEqual(program.wait_for_end(), 0)
 

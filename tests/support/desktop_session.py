@@ -172,6 +172,14 @@ class DesktopSession:
         return self._output("xdotool", "search", "--all", "--onlyvisible", "--pid", str(process_id),
                             "--name", ".").split()
 
+    def places_by_class(self, name: str) -> list[tuple[int, int, int, int]]:
+        """Where the windows of that class are, those without a title too: menus, and what is in a tray."""
+        found = self._output("xdotool", "search", "--onlyvisible", "--class", f"^{name}$").split()
+        return [self.geometry(window) for window in found]
+
+    def window_class(self, window: str) -> str:
+        return self._output("xprop", "-id", window, "WM_CLASS").strip()
+
     def active_window_title(self) -> str:
         return self._output("xdotool", "getactivewindow", "getwindowname").strip()
 
@@ -220,11 +228,12 @@ class DesktopSession:
         """From now on the session bus itself starts `program` when somebody calls it, as after an installation."""
         (self.folder / f"services/{SERVICE}.service").write_text(
             f"[D-BUS Service]\nName={SERVICE}\nExec={program}\n", encoding="utf-8")
-        daemon = self.bus.get_object(dbus.BUS_DAEMON_NAME, dbus.BUS_DAEMON_PATH, introspect=False)
-        values = home.environment() | self.environment()
-        daemon.UpdateActivationEnvironment(dbus.Dictionary(values, signature="ss"),
-                                           dbus_interface=dbus.BUS_DAEMON_IFACE)
-        daemon.ReloadConfig(dbus_interface=dbus.BUS_DAEMON_IFACE)
+        self._take_up_services(home)
+
+    def register_installed_service(self, file: pathlib.Path, home: SampleHome) -> None:
+        """The same by the service file of an installation."""
+        (self.folder / f"services/{SERVICE}.service").symlink_to(file)
+        self._take_up_services(home)
 
     def unregister_service(self) -> None:
         (self.folder / f"services/{SERVICE}.service").unlink()
@@ -246,12 +255,6 @@ class DesktopSession:
         return self._spawn("trayer", "trayer", "--edge", "bottom", "--align", "center", "--widthtype", "request",
                            "--heighttype", "pixel", "--height", str(height))
 
-    def x11_tray_items(self, program: str) -> list[tuple[int, int, int, int]]:
-        """Where in the tray the windows of `program` are, by their class."""
-        found = self._output("xdotool", "search", "--onlyvisible", "--class", f"^{program}$").split()
-        places = [self.geometry(window) for window in found]
-        return [place for place in places if place[2] <= 64 and place[1] > self.screen[1] / 2]
-
     def is_service_there(self) -> bool:
         return bool(self.bus.name_has_owner(SERVICE))
 
@@ -265,6 +268,13 @@ class DesktopSession:
                                (dbus.Dictionary({}, signature="sv"),), timeout=20)
 
     # --- inside ---
+
+    def _take_up_services(self, home: SampleHome) -> None:
+        daemon = self.bus.get_object(dbus.BUS_DAEMON_NAME, dbus.BUS_DAEMON_PATH, introspect=False)
+        values = home.environment() | self.environment()
+        daemon.UpdateActivationEnvironment(dbus.Dictionary(values, signature="ss"),
+                                           dbus_interface=dbus.BUS_DAEMON_IFACE)
+        daemon.ReloadConfig(dbus_interface=dbus.BUS_DAEMON_IFACE)
 
     def _environment(self) -> dict[str, str]:
         values = {key: os.environ[key] for key in ("PATH", "TERM") if key in os.environ}
