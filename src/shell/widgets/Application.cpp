@@ -8,12 +8,14 @@
 #include "shell/VellumhoundAppDelegate.h"
 #include "shell/widgets/LauncherWindow.h"
 #include "shell/widgets/Services.h"
+#include "shell/widgets/TrayItem.h"
 
 #include <QApplication>
 #include <QIcon>
 #include <QMessageBox>
 
 #include <cstdio>
+#include <optional>
 
 namespace vellumhound::shell {
 
@@ -53,9 +55,14 @@ public:
               [this](const platform::Appearance &appearance) {
                   if (_launcher)
                       _launcher->setAppearance(appearance);
+                  _tray.setAppearance(appearance);
               })
         , _instance(handlers())
+        , _trayHost(QDBusConnection::sessionBus(), _services.timer)
+        , _tray({_services.settings, _services.notificationCenter, _trayHost,
+              menuState, _menuActions})
     {
+        _tray.setAppearance(_appearance.current());
     }
 
     platform::SingleInstance::Claim claimName()
@@ -80,6 +87,7 @@ private:
         auto launcher =
             std::make_unique<LauncherWindow>(identifier, _services, delegate, isOnboardingDone);
         launcher->setAppearance(_appearance.current());
+        _menuKeys.emplace(_services.keyEquivalents, _menuActions);
         _launcher = launcher.get();
         return launcher;
     }
@@ -92,11 +100,24 @@ private:
         return handlers;
     }
 
+    static MenuState menuState()
+    {
+        MenuState state;
+        state.bundle = base::mainBundle();
+        return state;
+    }
+
     Services _services;
     LauncherWindow *_launcher = nullptr;  // the delegate's, once it is made
     VellumhoundAppDelegate _delegate;
     platform::DesktopAppearance _appearance;
     platform::SingleInstance _instance;
+
+    const MenuActions _menuActions{
+        [this] { _delegate.presentPanel(); }, {}, {}, [] { QApplication::quit(); }};
+    platform::TrayHost _trayHost;
+    TrayItem _tray;
+    std::optional<MenuKeys> _menuKeys;  // once the panel is made, whose buttons come first
 };
 
 }  // namespace
@@ -110,6 +131,7 @@ int runApplication(int &argc, char **argv, BoundHotKeys hotKeys)
     QApplication application(argc, argv);
     QApplication::setApplicationName(u"vellumhound"_s);
     QApplication::setApplicationDisplayName(u"Vellumhound"_s);
+    QApplication::setApplicationVersion(base::mainBundle().shortVersion);
     QApplication::setQuitOnLastWindowClosed(false);
     QApplication::setWindowIcon(QIcon(base::applicationIcon(128, 1)));
 
