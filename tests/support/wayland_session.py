@@ -101,6 +101,11 @@ class WaylandSession(DesktopSession):
         return {"DBUS_SESSION_BUS_ADDRESS": f"unix:path={self.folder}/bus", "WAYLAND_DISPLAY": str(self._socket),
                 "QT_QPA_PLATFORM": "wayland", "XDG_SESSION_TYPE": "wayland"}
 
+    def control(self) -> dict[str, str]:
+        """What swaymsg has to know to reach the compositor."""
+        sockets = sorted(self._shared.glob("sway-ipc.*.sock"))
+        return {"SWAYSOCK": str(sockets[0])} if sockets else {}
+
     # --- what a user does ---
 
     def keys(self, *names: str) -> None:
@@ -108,6 +113,10 @@ class WaylandSession(DesktopSession):
 
     def type(self, text: str) -> None:
         self._seat.type(text)
+
+    def set_layout(self, layouts: str, group: int = 0) -> None:
+        """Of the keyboard: names with commas between them, and which of them is in use."""
+        self._seat.set_layout(layouts, group)
 
     def move_pointer(self, x: int, y: int) -> None:
         width, height = self._whole_size()
@@ -189,9 +198,7 @@ class WaylandSession(DesktopSession):
                 max(place["y"] + place["height"] for place in places))
 
     def _environment(self) -> dict[str, str]:
-        values = super()._environment() | {"XDG_RUNTIME_DIR": str(self._shared)}
-        sockets = sorted(self._shared.glob("sway-ipc.*.sock"))
-        return values | ({"SWAYSOCK": str(sockets[0])} if sockets else {})
+        return super()._environment() | {"XDG_RUNTIME_DIR": str(self._shared)} | self.control()
 
     def _start_display(self) -> None:
         """Nothing: it comes with the window manager, once there is a bus."""
