@@ -314,7 +314,8 @@ void LayerShell::centrePanel()
 void LayerShell::askForKeyboard()
 {
     auto *layer = layerOf(_panel);
-    if (!layer || !layer->isShown())
+    // What stepped back had the keyboard before, if only for a moment and not yet a whole frame.
+    if (!layer || !(layer->isShown() || _isSteppedBack))
         return;
     layer->setKeyboard(LayerRole::Keyboard::always);
     if (std::exchange(_isSteppedBack, false))
