@@ -13,6 +13,7 @@
 #include <optional>
 #include <vector>
 
+class QScreen;
 class QWindow;
 
 namespace vellumhound::platform {
@@ -81,6 +82,8 @@ private:
     void onClosed(QWindow *window);
     void onPressOutside();
     void showCatchers();
+    void showCatcher(QScreen *screen);
+    void dropCatcher(const QScreen *screen);
     void clearWayToPanel();
     void moveBy(double dx, double dy);
     LayerRole *layerOf(const QWindow *window) const;

@@ -3,6 +3,7 @@
 
 #include <QGuiApplication>
 #include <qpa/qplatformnativeinterface.h>
+#include <qpa/qplatformscreen.h>
 #include <QScreen>
 #include <QWindow>
 
@@ -220,7 +221,8 @@ wl_surface *WaylandConnection::surfaceOf(QWindow *window)
 wl_output *WaylandConnection::outputOf(QScreen *screen)
 {
     auto *interface = native();
-    return interface && screen
+    // With all outputs gone the toolkit has a screen of its own making, which is not Wayland's.
+    return interface && screen && !screen->handle()->isPlaceholder()
                ? static_cast<wl_output *>(interface->nativeResourceForScreen("output", screen))
                : nullptr;
 }

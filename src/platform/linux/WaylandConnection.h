@@ -56,6 +56,7 @@ public:
 
     /// Null for a window that is not on screen.
     static wl_surface *surfaceOf(QWindow *window);
+    /// Null for the screen that stands for none.
     static wl_output *outputOf(QScreen *screen);
     /// Null without a pointer.
     static wl_pointer *pointer();
