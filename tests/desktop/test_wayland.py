@@ -1,7 +1,10 @@
 #!/usr/bin/python3
 # SPDX-License-Identifier: GPL-3.0-or-later
 """The panel on Wayland: a layer of the desktop where the compositor has such, an ordinary window elsewhere."""
+import contextlib
 import pathlib
+import signal
+import sqlite3
 import unittest
 
 import desktop_case
@@ -101,6 +104,53 @@ class TestLayer(OnSway, DesktopCase):
         program.wait_for_box("report")
         self.session.click(*BESIDE_PANEL)
         program.wait_until_hidden()
+
+
+    def test_the_panel_goes_when_the_screen_is_locked(self):
+        program = self.start_and_present()
+
+        with self.session.locked():
+            wait_until(lambda: is_away(program), "the panel is away")
+
+        self.assertFalse(program.is_panel_visible)
+        program.present()
+        self.session.type("report")
+        program.wait_for_box("report")
+
+    def test_keys_count_by_their_place_on_other_layouts(self):
+        self.addCleanup(self.session.set_layout, "us")
+        program = self.start_and_present()
+        for layouts, group, typed in (("ru", 0, "ыщтп"), ("us,ru", 1, "ыщтп"), ("us,ru", 0, "song"), ("de", 0, "song")):
+            with self.subTest(layouts=layouts, group=group):
+                self.session.set_layout(layouts, group)
+                self.session.type("song")
+                program.wait_for_box(typed)
+
+                self.session.keys("ctrl+n")
+
+                program.wait_for_box("")
+
+
+@unittest.skipIf(MISSING, f"missing: {' '.join(MISSING)}")  # style: a compositor is not there
+class TestEndOfTheCompositor(OnSway, DesktopCase):
+    other_window = False
+
+    def test_the_program_ends_with_a_line_and_starts_again_in_the_next_session(self):
+        for number in (signal.SIGTERM, signal.SIGKILL):
+            with self.subTest(number.name):
+                program = self.start_and_present()
+                self.search(program, "report", "Reports")
+
+                self.session.end_compositor(number)
+
+                self.assertEqual(program.wait_for_end(), 1)
+                self.assertIn("The Wayland connection broke", program.errors)
+                with contextlib.closing(sqlite3.connect(self.home.store_file)) as store:
+                    self.assertEqual(store.execute("PRAGMA quick_check").fetchall(), [("ok",)])
+                self.session.stop()
+                self.session.start()
+                self.search(self.start_and_present(), "report", "Reports")
+                self.programs[-1].end()
 
 
 @unittest.skipIf(MISSING, f"missing: {' '.join(MISSING)}")  # style: a compositor is not there

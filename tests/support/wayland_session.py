@@ -6,10 +6,12 @@ picture: it is light, and all else on these desktops is dark.
 """
 from __future__ import annotations
 
+import contextlib
 import json
 import os
 import pathlib
 import shutil
+import signal
 import subprocess
 import tempfile
 from collections.abc import Callable
@@ -20,6 +22,7 @@ from wayland_seat import WaylandSeat
 FIRST_OUTPUT, SECOND_OUTPUT = "HEADLESS-1", "HEADLESS-2"
 DESKTOP_COLOUR = "#335577"
 LIGHT = 225  # least value of each colour on the panel; nothing else on these desktops reaches it
+LOCK_COLOUR = "112233"
 WIDEST_LINE = 3  # in pixels
 BESIDE_POINTER = 60  # sway puts the pointer in the middle of an output that it gives the focus
 NOBODY = 65534
@@ -58,6 +61,10 @@ class Picture:
         first = (y * self.width + x) * 3
         return min(self._pixels[first:first + 3]) >= LIGHT
 
+    def is_of(self, colour: str) -> bool:
+        """Whether the corner, where nothing else is, has the colour."""
+        return self._pixels[:3] == bytes.fromhex(colour)
+
     def light_rectangle(self) -> tuple[int, int, int, int] | None:
         """Left, top, width and height of what is light around the middle; None if the middle is not."""
         x, y = self.width // 2 + BESIDE_POINTER, self.height // 2 + BESIDE_POINTER
@@ -83,7 +90,7 @@ class Picture:
 
 
 def missing_wayland_tools() -> list[str]:
-    return [tool for tool in ("sway", "swaymsg", "grim", "weston", "weston-terminal") if not shutil.which(tool)]
+    return [tool for tool in ("sway", "swaymsg", "swaylock", "grim", "weston", "weston-terminal") if not shutil.which(tool)]
 
 
 class WaylandSession(DesktopSession):
@@ -94,21 +101,34 @@ class WaylandSession(DesktopSession):
         super().__init__(folder, screen)
         self._scale = scale  # of the first output
         self._has_two_outputs = has_two_outputs
-        # The compositor refuses to be root, and its folder must be its own.
-        self._shared = pathlib.Path(tempfile.mkdtemp(prefix="vellumhound-wayland-"))
+        self._shared = folder  # from the start on
         self._is_root = os.getuid() == 0
-        if self._is_root:
-            os.chown(self._shared, NOBODY, NOBODY)
         self._socket: pathlib.Path | None = None
         self._control: pathlib.Path | None = None
         self._seat: WaylandSeat | None = None
+
+    def start(self) -> None:
+        # The compositor refuses to be root, and its folder must be its own.
+        self._shared = pathlib.Path(tempfile.mkdtemp(prefix="vellumhound-wayland-"))
+        if self._is_root:
+            os.chown(self._shared, NOBODY, NOBODY)
+        super().start()
 
     def stop(self) -> None:
         if self._seat:
             self._seat.close()
             self._seat = None
         super().stop()
-        shutil.rmtree(self._shared, ignore_errors=True)
+        self._control = None
+        if self._shared != self.folder:
+            shutil.rmtree(self._shared, ignore_errors=True)
+
+    def end_compositor(self, number: signal.Signals) -> None:
+        """As by a crash. Nothing can be seen or pressed until the session was stopped and started."""
+        for name, process in self._processes:
+            if name in ("sway", "mutter"):
+                process.send_signal(number)
+                process.wait()
 
     def environment(self) -> dict[str, str]:
         return {"DBUS_SESSION_BUS_ADDRESS": f"unix:path={self.folder}/bus", "WAYLAND_DISPLAY": str(self._socket),
@@ -183,6 +203,17 @@ class WaylandSession(DesktopSession):
     def start_other_window(self) -> str:
         self._spawn("weston-terminal", "weston-terminal", "--shell=/bin/cat")
         return wait_until(lambda: self.windows(OTHER_TITLE), "the other window is there")[0]
+
+    @contextlib.contextmanager
+    def locked(self):
+        """With a screen lock that has the keyboard."""
+        process = self._spawn("swaylock", "swaylock", "--color", LOCK_COLOUR)
+        wait_until(lambda: self.look().is_of(LOCK_COLOUR), "the screen is locked")
+        try:
+            yield
+        finally:
+            process.send_signal(signal.SIGUSR1)
+            process.wait()
 
     def message(self, *words: str):
         """Tells sway something; gives its answer."""

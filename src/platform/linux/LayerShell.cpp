@@ -257,6 +257,8 @@ void LayerShell::release(QWindow *window)
 
 void LayerShell::placePanel()
 {
+    // A layer has the keyboard without one, and the toolkit would keep it for another window.
+    qunsetenv("XDG_ACTIVATION_TOKEN");
     if (_panel && !place(_panel) && _handlers.closed)
         _handlers.closed();
 }

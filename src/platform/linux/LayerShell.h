@@ -48,7 +48,8 @@ public:
 
     /// Null for none. To be told before the window is shown, and again when it is made anew.
     void setPanel(QWindow *panel);
-    /// To be called as soon as the panel was shown, before anything is drawn on it.
+    /// To be called as soon as the panel was shown, before anything is drawn on it. Uses up a token
+    /// that the panel was activated with.
     void placePanel();
     void centrePanel();
     /// Asks with more force than the showing itself did. Without effect before the panel has been
