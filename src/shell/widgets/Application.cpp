@@ -2,18 +2,21 @@
 #include "shell/widgets/Application.h"
 
 #include "base/widgets/Symbols.h"
+#include "keyboard/GlobalShortcut.h"
 #include "platform/linux/DesktopAppearance.h"
 #include "platform/linux/LayerShell.h"
 #include "platform/linux/SingleInstance.h"
 #include "shell/VellumhoundAppDelegate.h"
 #include "shell/widgets/LauncherWindow.h"
 #include "shell/widgets/Services.h"
+#include "shell/widgets/TrayItem.h"
 
 #include <QApplication>
 #include <QIcon>
 #include <QMessageBox>
 
 #include <cstdio>
+#include <optional>
 
 namespace vellumhound::shell {
 
@@ -38,6 +41,19 @@ void reportFatalError(const base::Error &error)
     box.exec();
 }
 
+struct StartRequest {
+    BoundHotKeys hotKeys = BoundHotKeys::launcher;
+    bool isByPerson = false;  ///< who started us left us the focus: the panel is to be shown
+};
+
+/// What starts programs by a person's act lets them take the focus; what does so at login has no
+/// focus to give.
+bool isStartedByPerson()
+{
+    return qEnvironmentVariableIsSet("XDG_ACTIVATION_TOKEN") ||
+           qEnvironmentVariableIsSet("DESKTOP_STARTUP_ID");
+}
+
 /// The running program: the services, the delegate over them, and the ways in from outside.
 class Application {
 public:
@@ -53,9 +69,14 @@ public:
               [this](const platform::Appearance &appearance) {
                   if (_launcher)
                       _launcher->setAppearance(appearance);
+                  _tray.setAppearance(appearance);
               })
         , _instance(handlers())
+        , _trayHost(QDBusConnection::sessionBus(), _services.timer)
+        , _tray({_services.settings, _services.notificationCenter, _trayHost,
+              [this] { return menuState(); }, _menuActions})
     {
+        _tray.setAppearance(_appearance.current());
     }
 
     platform::SingleInstance::Claim claimName()
@@ -63,14 +84,14 @@ public:
         return _instance.claim(QDBusConnection::sessionBus());
     }
 
-    int run()
+    int run(const StartRequest &request)
     {
-        _services.queue.post([this] {
+        bindHotKeys(request.hotKeys, _services.shortcuts, _services.notificationCenter, _delegate);
+        _services.queue.post([this, isByPerson = request.isByPerson] {
             _delegate.launcher();
             _delegate.applicationDidFinishLaunching();
-            // Nothing but a second start brings up the panel, so the first one shows it as well.
-            // At once: a showing that waits could bring it back after the user has left it.
-            _delegate.applicationShouldHandleReopen();
+            if (isByPerson)
+                _delegate.applicationShouldHandleReopen();
         });
         return QApplication::exec();
     }
@@ -82,6 +103,7 @@ private:
         auto launcher =
             std::make_unique<LauncherWindow>(identifier, _services, delegate, isOnboardingDone);
         launcher->setAppearance(_appearance.current());
+        _menuKeys.emplace(_services.keyEquivalents, _menuActions);
         _launcher = launcher.get();
         return launcher;
     }
@@ -94,24 +116,42 @@ private:
         return handlers;
     }
 
+    MenuState menuState()
+    {
+        MenuState state;
+        state.launchShortcut =
+            keyboard::GlobalShortcut{keyboard::GlobalShortcut::launchVellumhound()}.keyShortcut(
+                _services.shortcuts);
+        state.bundle = base::mainBundle();
+        return state;
+    }
+
     Services _services;
     LauncherWindow *_launcher = nullptr;  // the delegate's, once it is made
     VellumhoundAppDelegate _delegate;
     platform::DesktopAppearance _appearance;
     platform::SingleInstance _instance;
+
+    const MenuActions _menuActions{
+        [this] { _delegate.presentPanel(); }, {}, {}, [] { QApplication::quit(); }};
+    platform::TrayHost _trayHost;
+    TrayItem _tray;
+    std::optional<MenuKeys> _menuKeys;  // once the panel is made, whose buttons come first
 };
 
 }  // namespace
 
-int runApplication(int &argc, char **argv)
+int runApplication(int &argc, char **argv, BoundHotKeys hotKeys)
 {
     if (platform::SingleInstance::handOver())
         return 0;
+    const StartRequest request{hotKeys, isStartedByPerson()};
     platform::LayerShell::prepare();
     QGuiApplication::setDesktopFileName(u"org.vellumhound.Vellumhound"_s);
     QApplication application(argc, argv);
     QApplication::setApplicationName(u"vellumhound"_s);
     QApplication::setApplicationDisplayName(u"Vellumhound"_s);
+    QApplication::setApplicationVersion(base::mainBundle().shortVersion);
     QApplication::setQuitOnLastWindowClosed(false);
     QApplication::setWindowIcon(QIcon(base::applicationIcon(128, 1)));
 
@@ -126,7 +166,7 @@ int runApplication(int &argc, char **argv)
         platform::SingleInstance::handOver();
         return 0;
     }
-    return running.run();
+    return running.run(request);
 }
 
 }  // namespace vellumhound::shell
