@@ -84,6 +84,7 @@ std::optional<QList<PortalSession::Bound>> listOf(const QVariant &value)
         const auto trigger = shortcut.properties.value(u"trigger_description"_s);
         result.append({shortcut.id, cleaned(trigger.toString())});
     }
+    argument.endArray();
     return result;
 }
 
