@@ -739,6 +739,28 @@ private Q_SLOTS:
         QTRY_COMPARE_WITH_TIMEOUT(_keys->presence(), Presence::absent, slow);
     }
 
+    void aPortalThatStandsStillHoldsNothingUp()
+    {
+        start({u"trigger show Ctrl+Space"_s});
+        take(show);
+        QTRY_COMPARE_WITH_TIMEOUT(stateOf(show), State::active, slow);
+        const auto owner = QDBusConnection::sessionBus().interface()->servicePid(
+            u"org.freedesktop.portal.Desktop"_s);
+        QVERIFY(owner.isValid());
+        QCOMPARE(::kill(pid_t(owner.value()), SIGSTOP), 0);
+        QElapsedTimer clock;
+        clock.start();
+
+        take(load);
+        QCoreApplication::processEvents();
+        _keys.reset();
+        makeKeys();
+        QCoreApplication::processEvents();
+
+        QVERIFY(!clock.hasExpired(15'000));  // a call that waits gives up after 25 s
+        QCOMPARE(_keys->presence(), Presence::unknown);
+    }
+
     void withoutAPortalNothingIsSupported()
     {
         makeKeys();
