@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// Against a service that does what the test says; tst_KGlobalAccelX11 has the real one.
+// Against a service that does what the test says; tst_KGlobalAccel has the real one.
 #include "platform/linux/KGlobalAccelHotKeys.h"
 #include "support/Peer.h"
 
