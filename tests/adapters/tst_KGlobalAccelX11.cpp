@@ -29,13 +29,12 @@ private Q_SLOTS:
     {
         _desk->add(1);
         QTRY_VERIFY(_desk->isActive(1));
-        QVERIFY(Desk::run(u"xset"_s, {u"r"_s, u"rate"_s, u"100"_s, u"50"_s}));
+        QVERIFY(Desk::run(u"xset"_s, {u"r"_s, u"on"_s, u"r"_s, u"rate"_s, u"100"_s, u"50"_s}));
 
-        QVERIFY(Desk::run(u"xdotool"_s, {u"keydown"_s, u"ctrl"_s, u"keydown"_s, u"space"_s}));
-        QTRY_VERIFY(_desk->repeats >= 3);
-        QVERIFY(Desk::run(u"xdotool"_s, {u"keyup"_s, u"space"_s, u"keyup"_s, u"ctrl"_s}));
+        QVERIFY(Desk::hold(u"ctrl+space"_s, [&] { return _desk->repeats >= 3; }));
 
-        QTRY_COMPARE(_desk->told, (QStringList{u"down 1"_s, u"up 1"_s}));
+        QTRY_VERIFY(_desk->told.contains(u"up 1"_s));
+        QCOMPARE(_desk->told.first(2), (QStringList{u"down 1"_s, u"up 1"_s}));
     }
 
     void aServiceThatEndedAndCameBackGetsAllKeysAgain()
@@ -51,8 +50,7 @@ private Q_SLOTS:
         bus->startService(Desk::serviceName);
 
         QTRY_VERIFY(_desk->isActive(1));
-        QVERIFY(Desk::press(u"ctrl+space"_s));
-        QTRY_COMPARE(_desk->told, (QStringList{u"down 1"_s, u"up 1"_s}));
+        QVERIFY(_desk->isHeardAlone(u"ctrl+space"_s, 1));
     }
 
     void onAnotherLayoutAKeyGoesWithItsLetter()

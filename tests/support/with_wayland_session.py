@@ -34,7 +34,8 @@ def main() -> int:
             if not is_kwin:
                 session.start_other_window()  # for the keyboard to go to
             home = {"HOME": folder, "XDG_RUNTIME_DIR": str(session.folder / "runtime")}
-            values = dict(os.environ) | session.environment() | home
+            control = {} if is_kwin else session.control()
+            values = dict(os.environ) | session.environment() | control | home
             return subprocess.run(command[1 if is_kwin else 0:], env=values, check=False).returncode
 
 
