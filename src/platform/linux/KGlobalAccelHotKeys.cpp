@@ -220,13 +220,14 @@ void KGlobalAccelHotKeys::setKey(Handle handle, Entry &entry, bool isForced)
         });
 }
 
-/// Some services refuse a key that somebody else has, others let the first one have it.
+/// Some services refuse a key that somebody else has, others let the first one have it. What they
+/// give may be written in another way than what was asked for.
 void KGlobalAccelHotKeys::findHolder(Handle handle, Entry &entry)
 {
     ask(handle, entry, u"getGlobalShortcutsByKey"_s, {entry.key},
         [=, this](Entry &current, const QDBusMessage &answer) {
             const auto holder = holderIn(answer);
-            if (holder.isEmpty() && current.keys->contains(current.key))
+            if (holder.isEmpty() && !withoutRefused(*current.keys).isEmpty())
                 settle(current);
             else
                 refuseTaken(handle, holder);
@@ -325,6 +326,8 @@ void KGlobalAccelHotKeys::beginAll()
 /// A service that ended is not started from here: the desktop does that if it wants it.
 void KGlobalAccelHotKeys::endAll()
 {
+    if (_entries.empty())
+        return;
     for (auto &[handle, entry] : _entries) {
         entry.conversation = 0;
         _reports.insert(entry.request.name,
