@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // A window with recorders over real hot keys, for test_recorder.py. Tells on standard output, one
 // line each, what a user would notice without seeing it: "ready", "hot key NAME", "bell",
-// "recording yes", "recording no", "told FIELD SHORTCUT", "window got KEY", "button".
+// "recording yes", "recording no", "told FIELD SHORTCUT", "window got KEY", "button", and "server
+// pressed CODE" for each press that the X server tells us, by whatever road, repeats included.
 //
 //   RecorderWindow [--dark] [--scale F] [--sandboxed] [--menu TITLE KEY MASK]…
 //                  [--system KEYCODE MODIFIERS]… [--held KEYCODE MODIFIERS HOLDER]…
@@ -13,6 +14,7 @@
 #include "platform/linux/X11HotKeys.h"
 #include "platform/linux/XkbKeyCharacters.h"
 
+#include <QAbstractNativeEventFilter>
 #include <QApplication>
 #include <QKeyEvent>
 #include <QPushButton>
@@ -20,6 +22,7 @@
 #include <QVBoxLayout>
 
 #include <cstdio>
+#include <xcb/xcb.h>
 
 using namespace vellumhound;
 using namespace vellumhound::keyboard::KeyboardShortcuts;
@@ -76,6 +79,17 @@ struct Options {
     }
 };
 
+class PressProbe final : public QAbstractNativeEventFilter {
+public:
+    bool nativeEventFilter(const QByteArray &eventType, void *message, qintptr *) override
+    {
+        const auto *event = static_cast<const xcb_key_press_event_t *>(message);
+        if (eventType == "xcb_generic_event_t" && (event->response_type & 0x7F) == XCB_KEY_PRESS)
+            say(u"server pressed %1"_s.arg(event->detail));
+        return false;
+    }
+};
+
 class Window final : public QWidget {
 protected:
     void keyPressEvent(QKeyEvent *event) override
@@ -100,6 +114,8 @@ int main(int argumentCount, char **arguments)
     platform::KeyTranslator translator;
     platform::XkbKeyCharacters characters;
     platform::X11HotKeys hotKeys;
+    PressProbe probe;  // behind the hot keys, so that it sees each press before them
+    application.installNativeEventFilter(&probe);
     Tables tables({defaults, notifications, hotKeys, nullptr, characters});
     const auto first = tables.createName(u"launchVellumhound"_s, Shortcut(Key::space, 0x40000));
     const auto second = tables.createName(u"browseFinderWindows"_s);
