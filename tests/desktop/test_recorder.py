@@ -24,7 +24,7 @@ class TestRecorder(DesktopCase):
                                                   environment=environment)
         self.programs.append(self.program)
         wait_until(lambda: "ready" in self.lines(), "the window is made")
-        wait_until(lambda: self.session.active_window_title() == TITLE, "the window is active")
+        self.wait_keyboard(TITLE)
         self.nodes = {name: wait_until(lambda name=name: self.program.node().find(name, "text"), f"{name} is there")
                       for name in ("First", "Again", "Other")}
         return self.program
@@ -61,6 +61,14 @@ class TestRecorder(DesktopCase):
         file = self.home.config / "vellumhound" / f"{STORED_NAME}.json"
         return json.loads(file.read_text(encoding="utf-8")) if file.exists() else None
 
+    def wait_keyboard(self, title):
+        """The window manager says who is active a moment before, or after, the keys go there."""
+        def has_keyboard():
+            focused = self.session._output("xdotool", "getwindowfocus", "getwindowname").strip()
+            return self.session.active_window_title() == title and focused == title
+
+        wait_until(has_keyboard, f"“{title}” has the keyboard")
+
     def wait_shown(self, text, name="First"):
         wait_until(lambda: self.shown(name) == text, f"{name} shows “{text}”, not “{self.shown(name)}”")
 
@@ -80,12 +88,13 @@ class TestRecorder(DesktopCase):
     def alert(self):
         """The texts and buttons of the alert that is up, once it has the keyboard."""
         node = wait_until(lambda: self.program.node().find("Vellumhound", "alert message"), "an alert is up")
-        wait_until(lambda: self.session.active_window_title() == "Vellumhound", "the alert is active")
+        self.wait_keyboard("Vellumhound")
         return ([child.name for child in walk(node) if child.role == "label" and child.name],
                 [child for child in walk(node) if child.role == "push button"])
 
     def wait_no_alert(self):
         wait_until(lambda: not self.session.windows("Vellumhound"), "the alert is gone")
+        self.wait_keyboard(TITLE)
 
     def press_until_hot_key(self, keys, line):
         """A grab of the server takes effect a moment after it was asked for."""
@@ -176,12 +185,12 @@ class TestRecorder(DesktopCase):
         self.focus()
 
         self.session.click(120, 80)
-        wait_until(lambda: self.session.active_window_title() == "Another window", "the other window is active")
+        self.wait_keyboard("Another window")
         self.wait_line("recording no")
         self.press_until_hot_key("ctrl+space", "hot key launchVellumhound")
         x, y, _, _ = self.session.geometry(self.session.windows(TITLE)[0])
         self.session.click(x + 5, y + 5)
-        wait_until(lambda: self.session.active_window_title() == TITLE, "the window is active again")
+        self.wait_keyboard(TITLE)
 
         self.press_until_hot_key("ctrl+space", "hot key launchVellumhound")
         self.assertEqual(self.lines().count("recording yes"), 1)

@@ -34,27 +34,27 @@ struct Desk : RecorderFixture {
 
     Desk()
     {
-        auto *layout = new QVBoxLayout(window.get());
-        layout->setContentsMargins(20, 20, 20, 20);
-        layout->setSpacing(20);
-        first = add(layout, name);
-        second = add(layout, tables->createName(u"browseFinderWindows"_s));
+        auto *column = new QVBoxLayout(window.get());
+        column->setContentsMargins(20, 20, 20, 20);
+        column->setSpacing(20);
+        first = add(column, name);
+        second = add(column, tables->createName(u"browseFinderWindows"_s));
         button = new QPushButton(u"&Button"_s);
         QObject::connect(button, &QPushButton::clicked, window.get(), [this] { ++clicks; });
-        layout->addWidget(button);
+        column->addWidget(button);
     }
     RecorderCocoa::Environment realEvents()
     {
         return {*tables, notifications, mainQueue, filter, layout, menu, system,
             [this] { return isSandboxed; }};
     }
-    RecorderWidget *add(QVBoxLayout *layout, const Name &itsName)
+    RecorderWidget *add(QVBoxLayout *column, const Name &itsName)
     {
         auto *widget = new RecorderWidget(
             itsName, [this](const auto &shortcut) { told.append(shortcut); }, realEvents(),
             actions::Theme::light());
         widget->setBell([this] { ++bells; });
-        layout->addWidget(widget);
+        column->addWidget(widget);
         return widget;
     }
     bool show()
@@ -65,10 +65,10 @@ struct Desk : RecorderFixture {
         mainQueue.drain();
         return isActive;
     }
-    void click(QWidget *widget, const QPoint &place) const
+    void click(QWidget *widget, const QPoint &point) const
     {
         QTest::mouseClick(
-            window->windowHandle(), Qt::LeftButton, {}, widget->mapTo(window.get(), place));
+            window->windowHandle(), Qt::LeftButton, {}, widget->mapTo(window.get(), point));
     }
     void press(int key, Qt::KeyboardModifiers modifiers = Qt::NoModifier) const
     {
@@ -232,19 +232,32 @@ private Q_SLOTS:
         QVERIFY(!d.first->isRecording());
     }
 
-    void aFieldThatIsHiddenEndsItsRecording()
+    void aWindowThatIsHiddenEndsTheRecording()
     {
         Desk d;
         QVERIFY(d.show());
         QVERIFY(d.record());
 
-        d.first->hide();
+        d.window->hide();
 
         QVERIFY(!d.first->isRecording());
         QVERIFY(!d.tables->isRecorderActive());
-        d.first->show();
+        QVERIFY(d.show());
         QVERIFY(!d.first->isRecording());
+        QVERIFY(!d.second->isRecording());
+    }
+
+    void aFieldThatIsShownAgainWaitsATurnForTheTabKey()
+    {
+        Desk d;
+        QVERIFY(d.show());
+        d.first->hide();
+
+        d.first->show();
+
         QVERIFY(!(d.first->focusPolicy() & Qt::TabFocus));
+        d.mainQueue.drain();
+        QVERIFY(d.first->focusPolicy() & Qt::TabFocus);
     }
 
     void aWindowThatLosesTheKeyboardTakesTheFocusFromIt()
