@@ -439,6 +439,13 @@ class TestRecorder(DesktopCase):
         self.wait_shown("⌃⌥K")
 
 
+class TestRecorderOnAStricterDesktop(TestRecorder):
+    """The same under a window manager that hands out the keyboard sparingly, with a compositor."""
+
+    window_manager = "xfwm4"
+    is_composited = True
+
+
 def walk(node):
     """The objects below `node`, itself left out."""
     for child in node.children:
