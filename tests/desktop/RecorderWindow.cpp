@@ -6,10 +6,14 @@
 //
 //   RecorderWindow [--dark] [--scale F] [--sandboxed] [--menu TITLE KEY MASK]…
 //                  [--system KEYCODE MODIFIERS]… [--held KEYCODE MODIFIERS HOLDER]…
+//                  [--ask-desktop]
+//
+// With --ask-desktop it is the real desktop that says which keys are spoken for.
 #include "fakes/FakeSystemShortcuts.h"
 #include "keyboard/KeyboardShortcuts/KeyNames.h"
 #include "keyboard/KeyboardShortcuts/widgets/LocalEventFilter.h"
 #include "keyboard/KeyboardShortcuts/widgets/Recorder.h"
+#include "platform/linux/DesktopShortcuts.h"
 #include "platform/linux/KeyTranslator.h"
 #include "platform/linux/X11HotKeys.h"
 #include "platform/linux/XkbKeyCharacters.h"
@@ -46,6 +50,7 @@ public:
 struct Options {
     bool isDark = false;
     bool isSandboxed = false;
+    bool isDesktopAsked = false;
     double scale = 1;
     WrittenMenu menu;
     fakes::FakeSystemShortcuts system;
@@ -61,6 +66,8 @@ struct Options {
                 isDark = true;
             } else if (word == u"--sandboxed"_s) {
                 isSandboxed = true;
+            } else if (word == u"--ask-desktop"_s) {
+                isDesktopAsked = true;
             } else if (word == u"--scale"_s) {
                 scale = next().toDouble();
             } else if (word == u"--menu"_s) {
@@ -127,9 +134,14 @@ int main(int argumentCount, char **arguments)
             say(info.value(u"isActive"_s).toBool() ? u"recording yes"_s : u"recording no"_s);
         });
 
+    const platform::NullDesktopSession session;
+    const platform::DesktopShortcuts desktop(session, characters, QDBusConnection::sessionBus());
+    const platform::SystemShortcuts &system =
+        options.isDesktopAsked ? static_cast<const platform::SystemShortcuts &>(desktop)
+                               : options.system;
     LocalEventFilter events(translator);
     const RecorderCocoa::Environment environment{tables, notifications, mainQueue, events,
-        characters, options.menu, options.system, [&] { return options.isSandboxed; }};
+        characters, options.menu, system, [&] { return options.isSandboxed; }};
     Window window;
     window.setWindowTitle(u"Recorders"_s);
     auto *layout = new QVBoxLayout(&window);
