@@ -48,9 +48,14 @@ BUS_CONFIGURATION = """<!DOCTYPE busconfig PUBLIC "-//freedesktop//DTD D-Bus Bus
 LIBC = ctypes.CDLL("libc.so.6")
 PR_SET_PDEATHSIG = 1
 
-WINDOW_MANAGERS = ("openbox", "xfwm4")
-# xfwm4 keeps its settings in a service of its own.
-SETTINGS_SERVICE = pathlib.Path("/usr/share/dbus-1/services/org.xfce.Xfconf.service")
+WINDOW_MANAGERS = ("openbox", "xfwm4", "kwin_x11")
+# What a window manager cannot do without: xfwm4 has its settings in a service, KWin its keys.
+SERVICES_OF_WINDOW_MANAGERS = {
+    "xfwm4": pathlib.Path("/usr/share/dbus-1/services/org.xfce.Xfconf.service"),
+    "kwin_x11": pathlib.Path("/usr/share/dbus-1/services/org.kde.kglobalaccel.service"),
+}
+# Without frames, which need parts of the desktop that are not installed.
+KWIN_SETTINGS = "[org.kde.kdecoration2]\nNoPlugin=true\n"
 ACCESSIBILITY_SERVICE = "[D-BUS Service]\nName=org.a11y.Bus\nExec=/usr/libexec/at-spi-bus-launcher\n"
 
 
@@ -144,7 +149,11 @@ class DesktopSession:
         self._output("xdotool", "type", "--clearmodifiers", "--delay", "15", text)
 
     def click(self, x: int, y: int) -> None:
-        self._output("xdotool", "mousemove", "--sync", str(x), str(y), "click", "1")
+        self._output("xdotool", "mousemove", str(x), str(y), "click", "1")
+
+    def click_with(self, button: int, x: int, y: int) -> None:
+        """Also where the pointer stands already."""
+        self._output("xdotool", "mousemove", str(x), str(y), "click", str(button))
 
     def move_pointer_away(self) -> None:
         self._output("xdotool", "mousemove", str(self.screen[0] - 2), str(self.screen[1] - 2))
@@ -167,6 +176,14 @@ class DesktopSession:
         """The ids of the windows on screen that say they belong to that process."""
         return self._output("xdotool", "search", "--all", "--onlyvisible", "--pid", str(process_id),
                             "--name", ".").split()
+
+    def places_by_class(self, name: str) -> list[tuple[int, int, int, int]]:
+        """Where the windows of that class are, those without a title too: menus, and what is in a tray."""
+        found = self._output("xdotool", "search", "--onlyvisible", "--class", f"^{name}$").split()
+        return [self.geometry(window) for window in found]
+
+    def window_class(self, window: str) -> str:
+        return self._output("xprop", "-id", window, "WM_CLASS").strip()
 
     def active_window_title(self) -> str:
         return self._output("xdotool", "getactivewindow", "getwindowname").strip()
@@ -216,11 +233,12 @@ class DesktopSession:
         """From now on the session bus itself starts `program` when somebody calls it, as after an installation."""
         (self.folder / f"services/{SERVICE}.service").write_text(
             f"[D-BUS Service]\nName={SERVICE}\nExec={program}\n", encoding="utf-8")
-        daemon = self.bus.get_object(dbus.BUS_DAEMON_NAME, dbus.BUS_DAEMON_PATH, introspect=False)
-        values = home.environment() | self.environment()
-        daemon.UpdateActivationEnvironment(dbus.Dictionary(values, signature="ss"),
-                                           dbus_interface=dbus.BUS_DAEMON_IFACE)
-        daemon.ReloadConfig(dbus_interface=dbus.BUS_DAEMON_IFACE)
+        self._take_up_services(home)
+
+    def register_installed_service(self, file: pathlib.Path, home: SampleHome) -> None:
+        """The same by the service file of an installation."""
+        (self.folder / f"services/{SERVICE}.service").symlink_to(file)
+        self._take_up_services(home)
 
     def unregister_service(self) -> None:
         (self.folder / f"services/{SERVICE}.service").unlink()
@@ -237,6 +255,11 @@ class DesktopSession:
         self._spawn("xmessage", "xmessage", "-title", "Another window", "-geometry", "200x80+20+40", "hello")
         return wait_until(lambda: self.windows("Another window"), "the other window is there")[0]
 
+    def start_x11_tray(self, height: int = 24) -> subprocess.Popen:
+        """A tray of the X11 kind, small and in the middle of the lower edge; `end_process` ends it."""
+        return self._spawn("trayer", "trayer", "--edge", "bottom", "--align", "center", "--widthtype", "request",
+                           "--heighttype", "pixel", "--height", str(height))
+
     def is_service_there(self) -> bool:
         return bool(self.bus.name_has_owner(SERVICE))
 
@@ -250,6 +273,13 @@ class DesktopSession:
                                (dbus.Dictionary({}, signature="sv"),), timeout=20)
 
     # --- inside ---
+
+    def _take_up_services(self, home: SampleHome) -> None:
+        daemon = self.bus.get_object(dbus.BUS_DAEMON_NAME, dbus.BUS_DAEMON_PATH, introspect=False)
+        values = home.environment() | self.environment()
+        daemon.UpdateActivationEnvironment(dbus.Dictionary(values, signature="ss"),
+                                           dbus_interface=dbus.BUS_DAEMON_IFACE)
+        daemon.ReloadConfig(dbus_interface=dbus.BUS_DAEMON_IFACE)
 
     def _environment(self) -> dict[str, str]:
         values = {key: os.environ[key] for key in ("PATH", "TERM") if key in os.environ}
@@ -299,8 +329,9 @@ class DesktopSession:
         configuration = self.folder / "bus.conf"
         configuration.write_text(BUS_CONFIGURATION.format(folder=self.folder), encoding="utf-8")
         (self.folder / "services/org.a11y.Bus.service").write_text(ACCESSIBILITY_SERVICE, encoding="utf-8")
-        if self.window_manager == "xfwm4":
-            shutil.copy(SETTINGS_SERVICE, self.folder / "services")
+        service = SERVICES_OF_WINDOW_MANAGERS.get(self.window_manager)
+        if service:
+            shutil.copy(service, self.folder / "services")
         _, is_ready = self._spawn_until_it_answers("bus", "dbus-daemon", "--nofork", "--nopidfile",
                                                    f"--config-file={configuration}", "--print-address={descriptor}")
         if not is_ready:
@@ -314,10 +345,15 @@ class DesktopSession:
             ready = self.folder / "openbox-is-ready"
             self._spawn("openbox", "openbox", "--sm-disable", "--startup", f"touch '{ready}'")
             wait_until(ready.exists, "the window manager is ready")
+            return
+        if self.window_manager == "kwin_x11":
+            (self.folder / "config").mkdir(exist_ok=True)
+            (self.folder / "config/kwinrc").write_text(KWIN_SETTINGS, encoding="utf-8")
+            self._spawn("kwin_x11", "env", "KWIN_COMPOSE=N", "kwin_x11")
         else:
             self._spawn("xfwm4", "xfwm4", "--compositor=off", "--vblank=off")
-            wait_until(lambda: "window id" in self._output("xprop", "-root", "_NET_SUPPORTING_WM_CHECK"),
-                       "the window manager is ready")
+        wait_until(lambda: "window id" in self._output("xprop", "-root", "_NET_SUPPORTING_WM_CHECK"),
+                   "the window manager is ready")
 
     def _has_compositor(self) -> bool:
         x11 = ctypes.CDLL("libX11.so.6")

@@ -8,12 +8,14 @@
 #include "shell/VellumhoundAppDelegate.h"
 #include "shell/widgets/LauncherWindow.h"
 #include "shell/widgets/Services.h"
+#include "shell/widgets/TrayItem.h"
 
 #include <QApplication>
 #include <QIcon>
 #include <QMessageBox>
 
 #include <cstdio>
+#include <optional>
 
 namespace vellumhound::shell {
 
@@ -53,9 +55,14 @@ public:
               [this](const platform::Appearance &appearance) {
                   if (_launcher)
                       _launcher->setAppearance(appearance);
+                  _tray.setAppearance(appearance);
               })
         , _instance(handlers())
+        , _trayHost(QDBusConnection::sessionBus(), _services.timer)
+        , _tray({_services.settings, _services.notificationCenter, _trayHost,
+              menuState, _menuActions})
     {
+        _tray.setAppearance(_appearance.current());
     }
 
     platform::SingleInstance::Claim claimName()
@@ -63,14 +70,12 @@ public:
         return _instance.claim(QDBusConnection::sessionBus());
     }
 
-    int run()
+    int run(BoundHotKeys hotKeys)
     {
+        bindHotKeys(hotKeys, _services.shortcuts, _services.notificationCenter, _delegate);
         _services.queue.post([this] {
             _delegate.launcher();
             _delegate.applicationDidFinishLaunching();
-            // Nothing but a second start brings up the panel, so the first one shows it as well.
-            // At once: a showing that waits could bring it back after the user has left it.
-            _delegate.applicationShouldHandleReopen();
         });
         return QApplication::exec();
     }
@@ -82,6 +87,7 @@ private:
         auto launcher =
             std::make_unique<LauncherWindow>(identifier, _services, delegate, isOnboardingDone);
         launcher->setAppearance(_appearance.current());
+        _menuKeys.emplace(_services.keyEquivalents, _menuActions);
         _launcher = launcher.get();
         return launcher;
     }
@@ -94,16 +100,29 @@ private:
         return handlers;
     }
 
+    static MenuState menuState()
+    {
+        MenuState state;
+        state.bundle = base::mainBundle();
+        return state;
+    }
+
     Services _services;
     LauncherWindow *_launcher = nullptr;  // the delegate's, once it is made
     VellumhoundAppDelegate _delegate;
     platform::DesktopAppearance _appearance;
     platform::SingleInstance _instance;
+
+    const MenuActions _menuActions{
+        [this] { _delegate.presentPanel(); }, {}, {}, [] { QApplication::quit(); }};
+    platform::TrayHost _trayHost;
+    TrayItem _tray;
+    std::optional<MenuKeys> _menuKeys;  // once the panel is made, whose buttons come first
 };
 
 }  // namespace
 
-int runApplication(int &argc, char **argv)
+int runApplication(int &argc, char **argv, BoundHotKeys hotKeys)
 {
     if (platform::SingleInstance::handOver())
         return 0;
@@ -112,6 +131,7 @@ int runApplication(int &argc, char **argv)
     QApplication application(argc, argv);
     QApplication::setApplicationName(u"vellumhound"_s);
     QApplication::setApplicationDisplayName(u"Vellumhound"_s);
+    QApplication::setApplicationVersion(base::mainBundle().shortVersion);
     QApplication::setQuitOnLastWindowClosed(false);
     QApplication::setWindowIcon(QIcon(base::applicationIcon(128, 1)));
 
@@ -126,7 +146,7 @@ int runApplication(int &argc, char **argv)
         platform::SingleInstance::handOver();
         return 0;
     }
-    return running.run();
+    return running.run(hotKeys);
 }
 
 }  // namespace vellumhound::shell

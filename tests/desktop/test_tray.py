@@ -1,0 +1,184 @@
+#!/usr/bin/python3
+# SPDX-License-Identifier: GPL-3.0-or-later
+"""The item in the tray of the desktop, in both kinds of tray, and the keys of its menu."""
+import json
+import pathlib
+import subprocess
+import sys
+
+import desktop_case
+from desktop_case import DesktopCase, wait_until
+from desktop_session import end_process, end_with_parent
+
+TRAY_CELL = 24
+PEER = pathlib.Path(__file__).resolve().parents[1] / "support/peers/tray.py"
+
+
+class ScriptedTray:
+    """A desktop that draws item and menu by itself, on the session's bus."""
+
+    def __init__(self, session, log: pathlib.Path):
+        self._log = log
+        self._log.write_bytes(b"")
+        self._process = subprocess.Popen([sys.executable, "-B", str(PEER), str(log)],
+                                         env={**session.environment(), "PATH": "/usr/bin:/bin"},
+                                         stdin=subprocess.PIPE, stdout=subprocess.PIPE, preexec_fn=end_with_parent)
+        assert self._process.stdout.readline() == b"ready\n"
+
+    def stop(self) -> None:
+        self._process.stdin.close()
+        self._process.stdout.close()
+        end_process(self._process)
+
+    def noted(self, what: str) -> list[dict]:
+        entries = [json.loads(line) for line in self._log.read_text(encoding="utf-8").splitlines()]
+        troubles = [entry["text"] for entry in entries if entry["what"] == "error"]
+        assert not troubles, troubles
+        return [entry for entry in entries if entry["what"] == what]
+
+    def tell(self, line: str) -> None:
+        self._process.stdin.write(line.encode() + b"\n")
+        self._process.stdin.flush()
+
+    def wait_for_item(self, count: int = 1) -> None:
+        wait_until(lambda: len(self.noted("registered")) == count, "the item is in the tray")
+
+    def menu(self) -> list[dict]:
+        before = len(self.noted("menu"))
+        self.tell("menu")
+        return wait_until(lambda: self.noted("menu")[before:], "the tray has the menu")[0]["rows"]
+
+
+class TestTray(DesktopCase):
+    def start_tray(self) -> ScriptedTray:
+        tray = ScriptedTray(self.session, self.session.folder / "tray.log")
+        self.addCleanup(tray.stop)
+        return tray
+
+    def start_x11_tray(self):
+        tray = self.session.start_x11_tray(TRAY_CELL)
+        self.addCleanup(end_process, tray)
+
+    def hide_panel(self, program) -> None:
+        self.session.click(120, 80)
+        program.wait_until_hidden()
+
+    def x11_items(self) -> list:
+        return [place for place in self.session.places_by_class("vellumhound") if place[2] <= TRAY_CELL]
+
+    def click_x11_item(self, button: int, predicate, what: str) -> None:
+        """Clicks until the effect is seen: the tray may still move its items when the first click comes."""
+        def try_once():
+            for x, y, width, height in self.x11_items():
+                self.session.click_with(button, x + width // 2, y + height // 2)
+                try:
+                    return wait_until(predicate, what, 2)
+                except AssertionError:
+                    return None
+            return None
+        wait_until(try_once, what)
+
+    def x11_menu(self) -> tuple | None:
+        """Where the menu is, while the panel is hidden; the toolkit leaves it out of the accessible tree."""
+        return next((place for place in self.session.places_by_class("vellumhound") if place[2] > TRAY_CELL), None)
+
+    def choose_last_row(self, predicate, what: str) -> None:
+        def try_once():
+            place = self.x11_menu()
+            if place:
+                x, y, _width, height = place
+                # The pointer must have moved over the row before a click counts there.
+                self.session.click_with(1, x + 40, y + height - 14)
+                self.session.click_with(1, x + 44, y + height - 12)
+            return predicate()
+        wait_until(try_once, what)
+
+    def test_the_menu_of_the_tray_presents_the_panel_and_ends_the_program(self):
+        tray = self.start_tray()
+        program = self.start_and_present()
+        tray.wait_for_item()
+        self.hide_panel(program)
+
+        rows = tray.menu()
+        self.assertEqual([row.get("label", "-") for row in rows if row.get("type") != "separator"],
+                         ["Open Vellumhound", "Settings", rows[4]["label"], "Check for Updates",
+                          "About Vellumhound", "Quit"])
+        self.assertRegex(rows[4]["label"], r"^Version \d+\.\d+\.\d+ \(\d+\)$")
+        tray.tell("choose Open Vellumhound")
+        program.wait_for_panel()
+        tray.tell("choose Quit")
+
+        self.assertEqual(program.wait_for_end(), 0)
+        wait_until(lambda: tray.noted("gone"), "the item is gone")
+
+    def test_a_click_on_the_item_presents_the_panel(self):
+        tray = self.start_tray()
+        program = self.start_and_present()
+        tray.wait_for_item()
+        self.hide_panel(program)
+
+        tray.tell("activate")
+
+        program.wait_for_panel()
+
+    def test_a_tray_that_starts_after_the_program_gets_the_item(self):
+        program = self.start_and_present()
+        self.assertNotIn("tray", program.errors.lower())
+
+        tray = self.start_tray()
+
+        tray.wait_for_item()
+
+    def test_the_setting_takes_the_item_away_while_the_program_runs(self):
+        tray = self.start_tray()
+        program = self.start_and_present()
+        tray.wait_for_item()
+
+        self.home.set_setting("appSettings", {"showMenuBarIcon": False, "onboarding": 5, "selectedSettingsTab": 0})
+        wait_until(lambda: tray.noted("gone"), "the item is gone")
+        self.assertTrue(program.is_running)
+        self.home.set_setting("appSettings", {"showMenuBarIcon": True, "onboarding": 5, "selectedSettingsTab": 0})
+
+        tray.wait_for_item(2)
+
+    def test_the_item_in_an_x11_tray_presents_the_panel_and_has_a_menu(self):
+        self.start_x11_tray()
+        program = self.start_and_present()
+        wait_until(self.x11_items, "the item is in the tray")
+        self.hide_panel(program)
+
+        self.click_x11_item(1, lambda: program.is_panel_visible, "the panel is on screen")
+        program.wait_for_panel()
+        self.hide_panel(program)
+        self.click_x11_item(3, self.x11_menu, "the menu is open")
+        self.choose_last_row(lambda: not program.is_running, "the program ends")
+
+        self.assertEqual(program.wait_for_end(), 0)
+
+    def test_an_x11_tray_that_starts_late_gets_the_item_and_the_setting_takes_it_away(self):
+        self.start_and_present()
+        self.start_x11_tray()
+        wait_until(self.x11_items, "the item is in the tray")
+
+        self.home.set_setting("appSettings", {"showMenuBarIcon": False, "onboarding": 5, "selectedSettingsTab": 0})
+
+        wait_until(lambda: not self.x11_items(), "the item is gone")
+
+    def test_the_quit_key_in_the_panel_ends_the_program(self):
+        program = self.start_and_present()
+
+        self.session.keys("ctrl+q")
+
+        self.assertEqual(program.wait_for_end(), 0)
+
+    def test_the_settings_key_does_nothing_while_there_are_no_settings(self):
+        program = self.start_and_present()
+
+        self.session.keys("ctrl+comma")
+        self.session.type("a")
+
+        program.wait_for_box("a")
+
+
+if __name__ == "__main__":
+    desktop_case.main()
