@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // The item in the tray of a desktop that draws item and menu by itself: a scripted one, in a
 // process of its own.
-#include "TrayFixture.h"
 #include "support/Peer.h"
+#include "TrayFixture.h"
 
 #include <QApplication>
 #include <QJsonArray>
@@ -92,10 +92,9 @@ private Q_SLOTS:
 
         const auto rows = menuOf(tray);
 
-        QCOMPARE(textsOf(rows),
-            (QStringList{u"Open Vellumhound"_s, u"-"_s, u"Settings"_s, u"-"_s,
-                u"(Version 1.2.3 (45))"_s, u"(Check for Updates)"_s, u"About Vellumhound"_s, u"-"_s,
-                u"Quit"_s}));
+        QCOMPARE(textsOf(rows), (QStringList{u"Open Vellumhound"_s, u"-"_s, u"Settings"_s, u"-"_s,
+                                    u"(Version 1.2.3 (45))"_s, u"(Check for Updates)"_s,
+                                    u"About Vellumhound"_s, u"-"_s, u"Quit"_s}));
         const auto keyOf = [&](int row) { return rows.at(row).toObject().value("shortcut"_L1); };
         QCOMPARE(keyOf(0).toArray(), QJsonArray({QJsonArray({u"Control"_s, u"Space"_s})}));
         QCOMPARE(keyOf(2).toArray(), QJsonArray({QJsonArray({u"Super"_s, u","_s})}));

@@ -59,8 +59,8 @@ public:
               })
         , _instance(handlers())
         , _trayHost(QDBusConnection::sessionBus(), _services.timer)
-        , _tray({_services.settings, _services.notificationCenter, _trayHost,
-              menuState, _menuActions})
+        , _tray({_services.settings, _services.notificationCenter, _trayHost, menuState,
+              _menuActions})
     {
         _tray.setAppearance(_appearance.current());
     }
