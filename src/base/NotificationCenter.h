@@ -31,6 +31,9 @@ inline constexpr char16_t NSMenuDidEndTrackingNotification[] = u"NSMenuDidEndTra
 /// Carries the entry "name", a KeyboardShortcuts::Name.
 inline constexpr char16_t KeyboardShortcuts_shortcutByNameDidChange[] =
     u"KeyboardShortcuts_shortcutByNameDidChange";
+/// Carries the entry "isActive", whether a recorder has the keyboard.
+inline constexpr char16_t KeyboardShortcuts_recorderActiveStatusDidChange[] =
+    u"KeyboardShortcuts_recorderActiveStatusDidChange";
 }  // namespace Notifications
 
 /// Carries named notifications from whoever posts them to whoever observes, in the same turn and in

@@ -3,6 +3,7 @@
 #include "platform/Appearance.h"
 #include "platform/ApplicationEntries.h"
 #include "platform/Clock.h"
+#include "platform/DesktopSession.h"
 #include "platform/EventQueue.h"
 #include "platform/FileSystem.h"
 #include "platform/HotKeyCenter.h"

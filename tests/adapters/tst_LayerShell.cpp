@@ -3,7 +3,9 @@
 
 #include <QApplication>
 #include <QDialog>
+#include <QImage>
 #include <QMenu>
+#include <QProcess>
 #include <QScreen>
 #include <QTest>
 #include <QWindow>
@@ -37,6 +39,24 @@ public:
 
     std::unique_ptr<LayerShell> layerShell = LayerShell::create({});
 };
+
+void paint(QWidget &widget, Qt::GlobalColor colour)
+{
+    widget.setPalette(QPalette(QColor(colour)));
+    widget.setAutoFillBackground(true);
+}
+
+/// As the compositor shows it; no colour if it gives no picture.
+QColor colourInTheMiddle()
+{
+    const auto middle = QGuiApplication::primaryScreen()->geometry().center();
+    QProcess grim;
+    grim.start(u"grim"_s,
+        {u"-g"_s, u"%1,%2 1x1"_s.arg(middle.x()).arg(middle.y()), u"-t"_s, u"ppm"_s, u"-"_s});
+    grim.waitForFinished();
+    const auto picture = QImage::fromData(grim.readAllStandardOutput(), "ppm");
+    return picture.isNull() ? QColor() : QColor(picture.pixel(0, 0));
+}
 
 bool isOnScreen(const QWidget &widget)
 {
@@ -72,6 +92,17 @@ private Q_SLOTS:
 
         panel.present();
 
+        QTRY_VERIFY(panel.hasKeyboard());
+    }
+
+    void aTokenIsUsedUpByAShowing()
+    {
+        Panel panel;
+        qputenv("XDG_ACTIVATION_TOKEN", "of-this-showing");
+
+        panel.present();
+
+        QVERIFY(qEnvironmentVariableIsEmpty("XDG_ACTIVATION_TOKEN"));
         QTRY_VERIFY(panel.hasKeyboard());
     }
 
@@ -170,6 +201,49 @@ private Q_SLOTS:
         panel.layerShell->askForKeyboard();
 
         QTRY_VERIFY(panel.hasKeyboard());
+    }
+
+    void whatIsOfThePanelIsSeenAboveIt_data()
+    {
+        QTest::addColumn<Qt::WindowFlags>("flags");
+        QTest::newRow("preview") << Qt::WindowFlags(Qt::Window | Qt::FramelessWindowHint);
+        QTest::newRow("dialog") << Qt::WindowFlags(Qt::Dialog);
+        QTest::newRow("menu") << Qt::WindowFlags(Qt::Popup);
+        QTest::newRow("tooltip") << Qt::WindowFlags(Qt::ToolTip);
+    }
+    void whatIsOfThePanelIsSeenAboveIt()
+    {
+        QFETCH(Qt::WindowFlags, flags);
+        Panel panel;
+        paint(panel, Qt::blue);
+        panel.present();
+        QTRY_COMPARE(colourInTheMiddle(), QColor(Qt::blue));
+        QWidget above(&panel, flags);
+        paint(above, Qt::red);
+        above.setFixedSize(200, 150);
+        above.move(panel.pos() + QPoint(100, 75));  // only popups are where they say
+
+        above.show();
+
+        QTRY_COMPARE(colourInTheMiddle(), QColor(Qt::red));
+        QVERIFY(panel.isVisible());
+        above.hide();
+        QTRY_COMPARE(colourInTheMiddle(), QColor(Qt::blue));
+        QTRY_VERIFY(panel.hasKeyboard());
+    }
+
+    void aWindowInFullScreenIsSeenAboveThePanel()
+    {
+        Panel panel;
+        paint(panel, Qt::blue);
+        panel.present();
+        QTRY_COMPARE(colourInTheMiddle(), QColor(Qt::blue));
+        QWidget preview(&panel, Qt::Window);
+        paint(preview, Qt::red);
+
+        preview.showFullScreen();
+
+        QTRY_COMPARE(colourInTheMiddle(), QColor(Qt::red));
     }
 };
 

@@ -18,7 +18,7 @@ sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[1] / "support"))
 from desktop_session import DesktopSession, Program, missing_tools, wait_until  # noqa: E402,F401
 from sample_home import SampleHome  # noqa: E402
 
-options = argparse.Namespace(program=None, failures=None)
+options = argparse.Namespace(program=None, all_hot_keys=None, failures=None)
 
 
 class DesktopCase(unittest.TestCase):
@@ -117,9 +117,12 @@ class Result(unittest.TextTestResult):
 def main() -> None:
     parser = argparse.ArgumentParser(add_help=False)
     parser.add_argument("--program", type=pathlib.Path, required=True)
+    parser.add_argument("--all-hot-keys", type=pathlib.Path)
     parser.add_argument("--failures", type=pathlib.Path)
     _, rest = parser.parse_known_args(namespace=options)
     options.program = options.program.resolve()
+    if options.all_hot_keys:
+        options.all_hot_keys = options.all_hot_keys.resolve()
     missing = missing_tools()
     if missing:
         sys.exit(f"missing: {' '.join(missing)}; ./test installs them")

@@ -11,10 +11,10 @@ from desktop_case import DesktopCase, wait_until
 class TestPanel(DesktopCase):
     shadow_room = (0, 0, 0, 0)  # that the window has around the panel: left, top, right, bottom
 
-    def test_a_start_shows_the_panel_with_the_keyboard_in_an_empty_box(self):
+    def test_a_call_shows_the_panel_with_the_keyboard_in_an_empty_box(self):
         program = self.start()
 
-        program.wait_for_panel()
+        program.present()
 
         self.assertEqual(program.box, "")
         wait_until(lambda: program.part("Search", "text").is_focused, "the box has the keyboard")

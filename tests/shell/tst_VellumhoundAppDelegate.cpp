@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "fakes/FakePreviewManager.h"
 #include "fakes/ManualTimer.h"
 #include "settings/AppSettings.h"
+#include "shell/NotingPanel.h"
 #include "shell/VellumhoundAppDelegate.h"
 
 #include <QTemporaryDir>
@@ -13,25 +13,6 @@ using namespace Qt::StringLiterals;
 using namespace std::chrono_literals;
 
 namespace {
-
-/// A panel that notes what it is asked for.
-class NotingPanel final : public LauncherPanel {
-public:
-    explicit NotingPanel(QStringList &calls)
-        : _calls(calls)
-    {
-    }
-
-    preview::PreviewPanelManager &previewPanelManager() override { return _preview; }
-    void centerOnScreen() override { _calls.append(u"center"_s); }
-    void makeKeyAndOrderFront() override { _calls.append(u"front"_s); }
-    void becomeKeyWindow() override { _calls.append(u"become key"_s); }
-    void hideLauncher() override { _calls.append(u"hide"_s); }
-
-private:
-    QStringList &_calls;
-    fakes::FakePreviewManager _preview;
-};
 
 const QStringList presented{u"center"_s, u"front"_s, u"become key"_s};
 

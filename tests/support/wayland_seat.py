@@ -20,6 +20,7 @@ KEY_CODES |= {" ": 57, "-": 12, "/": 53, ".": 52, "Escape": 1, "BackSpace": 14, 
               "Left": 105, "Right": 106, "Down": 108, "F1": 59, "F2": 60, "F4": 62}
 # Code of the key, and its bit among the modifiers of every usual layout.
 MODIFIERS = {"shift": (42, 1), "ctrl": (29, 4), "alt": (56, 8), "super": (125, 64)}
+CAPS_LOCK = 2
 LEFT_BUTTON = 0x110
 
 KEYMAP = """xkb_keymap {{
@@ -51,11 +52,34 @@ class WaylandSeat:
         seat = self._bind("wl_seat")
         self._pointer = self._make_device("zwlr_virtual_pointer_manager_v1", seat)
         self._keyboard = self._make_device("zwp_virtual_keyboard_manager_v1", seat)
-        self._send_keymap(KEYMAP.format(layout=layout))
-        self._roundtrip()
+        self._group = 0
+        self._locked = 0
+        self.set_layout(layout)
 
     def close(self) -> None:
         self._socket.close()
+
+    def set_layout(self, layouts: str, group: int = 0) -> None:
+        """Several layouts, with commas between them, are the groups of the keyboard."""
+        self._send_keymap(KEYMAP.format(layout="+".join(
+            name if place == 0 else f"{name}:{place + 1}" for place, name in enumerate(layouts.split(",")))))
+        self.set_group(group)
+
+    def set_group(self, group: int) -> None:
+        """Which of its layouts is in use, from 0."""
+        self._group = group
+        self._send_modifiers(0)
+        self._roundtrip()
+
+    def set_caps_lock(self, is_on: bool) -> None:
+        self._locked = CAPS_LOCK if is_on else 0
+        self._send_modifiers(0)
+        self._roundtrip()
+
+    def press(self, code: int) -> None:
+        """A key by its code."""
+        self._key(code, True, 0)
+        self._key(code, False, 0)
 
     def keys(self, *names: str) -> None:
         """Presses keys by name, chords with a plus: keys("Down", "ctrl+k")."""
@@ -89,8 +113,11 @@ class WaylandSeat:
 
     def _key(self, code: int, is_down: bool, modifiers: int) -> None:
         self._send(self._keyboard, 1, struct.pack("III", now(), code, int(is_down)))
-        self._send(self._keyboard, 2, struct.pack("IIII", modifiers, 0, 0, 0))
+        self._send_modifiers(modifiers)
         self._roundtrip()
+
+    def _send_modifiers(self, modifiers: int) -> None:
+        self._send(self._keyboard, 2, struct.pack("IIII", modifiers, 0, self._locked, self._group))
 
     # --- the protocol ---
 

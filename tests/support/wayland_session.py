@@ -6,10 +6,12 @@ picture: it is light, and all else on these desktops is dark.
 """
 from __future__ import annotations
 
+import contextlib
 import json
 import os
 import pathlib
 import shutil
+import signal
 import subprocess
 import tempfile
 from collections.abc import Callable
@@ -20,6 +22,7 @@ from wayland_seat import WaylandSeat
 FIRST_OUTPUT, SECOND_OUTPUT = "HEADLESS-1", "HEADLESS-2"
 DESKTOP_COLOUR = "#335577"
 LIGHT = 225  # least value of each colour on the panel; nothing else on these desktops reaches it
+LOCK_COLOUR = "112233"
 WIDEST_LINE = 3  # in pixels
 BESIDE_POINTER = 60  # sway puts the pointer in the middle of an output that it gives the focus
 NOBODY = 65534
@@ -27,11 +30,21 @@ OTHER_TITLE = "Wayland Terminal"
 
 SWAY_CONFIGURATION = """xwayland disable
 output * bg {colour} solid_color
-output {first} resolution {width}x{height} position 0 0
+output {first} resolution {width}x{height} position 0 0 scale {scale}
 output {second} resolution 1920x1200 position {width} 0 scale 1.5
 default_border none
 focus_follows_mouse no
-exec touch {folder}/ready
+"""
+# A compositor whose windows are the outputs of another: the headless ones cannot be taken away.
+OUTPUTS_CONFIGURATION = """xwayland disable
+output * resolution {width}x{height}
+default_border none
+for_window [title="^wlroots"] floating enable, resize set {width} {height}
+"""
+PLUGGABLE_CONFIGURATION = """xwayland disable
+output * bg {colour} solid_color
+default_border none
+focus_follows_mouse no
 """
 
 
@@ -47,6 +60,10 @@ class Picture:
     def is_light(self, x: int, y: int) -> bool:
         first = (y * self.width + x) * 3
         return min(self._pixels[first:first + 3]) >= LIGHT
+
+    def is_of(self, colour: str) -> bool:
+        """Whether the corner, where nothing else is, has the colour."""
+        return self._pixels[:3] == bytes.fromhex(colour)
 
     def light_rectangle(self) -> tuple[int, int, int, int] | None:
         """Left, top, width and height of what is light around the middle; None if the middle is not."""
@@ -73,33 +90,53 @@ class Picture:
 
 
 def missing_wayland_tools() -> list[str]:
-    return [tool for tool in ("sway", "swaymsg", "grim", "weston", "weston-terminal") if not shutil.which(tool)]
+    return [tool for tool in ("sway", "swaymsg", "swaylock", "grim", "weston", "weston-terminal") if not shutil.which(tool)]
 
 
 class WaylandSession(DesktopSession):
     """sway, with a keyboard and a pointer of ours; a second output is to the right of the first."""
 
-    def __init__(self, folder: pathlib.Path, screen: tuple[int, int] = (1600, 900), has_two_outputs: bool = False):
+    def __init__(self, folder: pathlib.Path, screen: tuple[int, int] = (1600, 900), has_two_outputs: bool = False,
+                 scale: float = 1):
         super().__init__(folder, screen)
+        self._scale = scale  # of the first output
         self._has_two_outputs = has_two_outputs
+        self._shared = folder  # from the start on
+        self._is_root = os.getuid() == 0
+        self._socket: pathlib.Path | None = None
+        self._control: pathlib.Path | None = None
+        self._seat: WaylandSeat | None = None
+
+    def start(self) -> None:
         # The compositor refuses to be root, and its folder must be its own.
         self._shared = pathlib.Path(tempfile.mkdtemp(prefix="vellumhound-wayland-"))
-        self._is_root = os.getuid() == 0
         if self._is_root:
             os.chown(self._shared, NOBODY, NOBODY)
-        self._socket: pathlib.Path | None = None
-        self._seat: WaylandSeat | None = None
+        super().start()
 
     def stop(self) -> None:
         if self._seat:
             self._seat.close()
             self._seat = None
         super().stop()
-        shutil.rmtree(self._shared, ignore_errors=True)
+        self._control = None
+        if self._shared != self.folder:
+            shutil.rmtree(self._shared, ignore_errors=True)
+
+    def end_compositor(self, number: signal.Signals) -> None:
+        """As by a crash. Nothing can be seen or pressed until the session was stopped and started."""
+        for name, process in self._processes:
+            if name in ("sway", "mutter"):
+                process.send_signal(number)
+                process.wait()
 
     def environment(self) -> dict[str, str]:
         return {"DBUS_SESSION_BUS_ADDRESS": f"unix:path={self.folder}/bus", "WAYLAND_DISPLAY": str(self._socket),
                 "QT_QPA_PLATFORM": "wayland", "XDG_SESSION_TYPE": "wayland"}
+
+    def control(self) -> dict[str, str]:
+        """What swaymsg has to know to reach the compositor."""
+        return {"SWAYSOCK": str(self._control)} if self._control else {}
 
     # --- what a user does ---
 
@@ -108,6 +145,10 @@ class WaylandSession(DesktopSession):
 
     def type(self, text: str) -> None:
         self._seat.type(text)
+
+    def set_layout(self, layouts: str, group: int = 0) -> None:
+        """Of the keyboard: names with commas between them, and which of them is in use."""
+        self._seat.set_layout(layouts, group)
 
     def move_pointer(self, x: int, y: int) -> None:
         width, height = self._whole_size()
@@ -163,12 +204,26 @@ class WaylandSession(DesktopSession):
         self._spawn("weston-terminal", "weston-terminal", "--shell=/bin/cat")
         return wait_until(lambda: self.windows(OTHER_TITLE), "the other window is there")[0]
 
+    @contextlib.contextmanager
+    def locked(self):
+        """With a screen lock that has the keyboard."""
+        process = self._spawn("swaylock", "swaylock", "--color", LOCK_COLOUR)
+        wait_until(lambda: self.look().is_of(LOCK_COLOUR), "the screen is locked")
+        try:
+            yield
+        finally:
+            process.send_signal(signal.SIGUSR1)
+            process.wait()
+
     def message(self, *words: str):
         """Tells sway something; gives its answer."""
         return json.loads(self._output("swaymsg", "--raw", *words) or "null")
 
     def outputs(self) -> list[dict]:
         return [output for output in self.message("--type", "get_outputs") if output["active"]]
+
+    def output_names(self) -> list[str]:
+        return [output["name"] for output in self.outputs()]
 
     # --- inside ---
 
@@ -189,33 +244,84 @@ class WaylandSession(DesktopSession):
                 max(place["y"] + place["height"] for place in places))
 
     def _environment(self) -> dict[str, str]:
-        values = super()._environment() | {"XDG_RUNTIME_DIR": str(self._shared)}
-        sockets = sorted(self._shared.glob("sway-ipc.*.sock"))
-        return values | ({"SWAYSOCK": str(sockets[0])} if sockets else {})
+        return super()._environment() | {"XDG_RUNTIME_DIR": str(self._shared)} | self.control()
 
     def _start_display(self) -> None:
         """Nothing: it comes with the window manager, once there is a bus."""
 
     def _start_window_manager(self) -> None:
         width, height = self.screen
-        configuration = self._shared / "sway.conf"
-        configuration.write_text(SWAY_CONFIGURATION.format(colour=DESKTOP_COLOUR, first=FIRST_OUTPUT,
-                                                           second=SECOND_OUTPUT, width=width, height=height,
-                                                           folder=self._shared), encoding="utf-8")
-        self._start_compositor("sway", "--config", str(configuration))
-        wait_until((self._shared / "ready").exists, "the compositor runs")
+        self._start_sway(SWAY_CONFIGURATION.format(
+            colour=DESKTOP_COLOUR, first=FIRST_OUTPUT, second=SECOND_OUTPUT, width=width, height=height,
+            scale=self._scale), WLR_HEADLESS_OUTPUTS="2" if self._has_two_outputs else "1")
         self._seat = WaylandSeat(self._socket)
 
-    def _start_compositor(self, *command: str) -> None:
-        variables = ("WLR_BACKENDS=headless", "WLR_LIBINPUT_NO_DEVICES=1", "WLR_RENDERER=pixman",
-                     f"WLR_HEADLESS_OUTPUTS={2 if self._has_two_outputs else 1}", f"HOME={self._shared}", f"XDG_RUNTIME_DIR={self._shared}")
-        without = [f"--unset={name}" for name in ("WAYLAND_DISPLAY", "DBUS_SESSION_BUS_ADDRESS", "DISPLAY")]
-        user = ["setpriv", f"--reuid={NOBODY}", f"--regid={NOBODY}", "--clear-groups"] if self._is_root else []
-        self._spawn(command[0], "env", f"--chdir={self._shared}", *without, *variables, *user, *command)
-        self._socket = wait_until(self._find_socket, f"{command[0]} listens")
+    def _start_sway(self, configuration: str, **variables: str) -> None:
+        """From now on it is the one that is spoken with."""
+        known = set(self._shared.glob("sway-ipc.*.sock"))
+        file = self._shared / f"sway-{len(known)}.conf"
+        ready = file.with_suffix(".ready")
+        file.write_text(f"{configuration}exec touch {ready}\n", encoding="utf-8")
+        self._start_compositor("sway", "--config", str(file), **variables)
+        wait_until(ready.exists, "the compositor runs")
+        self._control = (set(self._shared.glob("sway-ipc.*.sock")) - known).pop()
 
-    def _find_socket(self) -> pathlib.Path | None:
-        return next((path for path in self._shared.glob("wayland-*") if path.suffix != ".lock"), None)
+    def _start_compositor(self, *command: str, **variables: str) -> None:
+        values = {"WLR_BACKENDS": "headless", "WLR_LIBINPUT_NO_DEVICES": "1", "WLR_RENDERER": "pixman",
+                  "HOME": str(self._shared), "XDG_RUNTIME_DIR": str(self._shared)} | variables
+        without = [f"--unset={name}" for name in
+                   ("WAYLAND_DISPLAY", "DBUS_SESSION_BUS_ADDRESS", "DISPLAY", "SWAYSOCK") if name not in variables]
+        user = ["setpriv", f"--reuid={NOBODY}", f"--regid={NOBODY}", "--clear-groups"] if self._is_root else []
+        known = set(self._sockets())
+        process = self._spawn(command[0], "env", f"--chdir={self._shared}", *without,
+                              *(f"{name}={value}" for name, value in values.items()), *user, *command)
+
+        def is_listening() -> bool:
+            if process.poll() is not None:
+                log = (self.folder / f"{command[0]}.log").read_text(encoding="utf-8", errors="replace")
+                raise RuntimeError(f"{command[0]} does not start:\n{log[-2000:]}")
+            return bool(set(self._sockets()) - known)
+
+        wait_until(is_listening, f"{command[0]} listens")
+        self._socket = (set(self._sockets()) - known).pop()
+
+    def _sockets(self) -> list[pathlib.Path]:
+        return [path for path in self._shared.glob("wayland-*") if path.suffix != ".lock"]
+
+
+class PluggableWaylandSession(WaylandSession):
+    """sway, with two outputs that are plugged in and out."""
+
+    def __init__(self, folder: pathlib.Path, screen: tuple[int, int] = (1280, 720)):
+        super().__init__(folder, screen)
+        self._outer_control: pathlib.Path | None = None
+
+    def plug_in(self) -> str:
+        """The name of the new output."""
+        known = set(self.output_names())
+        self.message("create_output")
+        return wait_until(lambda: set(self.output_names()) - known, "there is another output").pop()
+
+    def unplug(self, name: str) -> None:
+        self._output("swaymsg", "--socket", str(self._outer_control), f'[title="^wlroots - {name}$"] kill')
+        wait_until(lambda: name not in self.output_names(), f"{name} is gone")
+
+    def middle_of(self, name: str) -> tuple[int, int]:
+        place = next(output["rect"] for output in self.outputs() if output["name"] == name)
+        return place["x"] + place["width"] // 2, place["y"] + place["height"] // 2
+
+    def panel_rectangle(self, output: str | None = None) -> tuple[int, int, int, int] | None:
+        """On the output of that name, or on any."""
+        names = [output] if output else self.output_names()
+        return next(filter(None, map(super().panel_rectangle, names)), None)
+
+    def _start_window_manager(self) -> None:
+        width, height = self.screen
+        self._start_sway(OUTPUTS_CONFIGURATION.format(width=width, height=height))
+        self._outer_control = self._control
+        self._start_sway(PLUGGABLE_CONFIGURATION.format(colour=DESKTOP_COLOUR), WLR_BACKENDS="wayland",
+                         WLR_WL_OUTPUTS="2", WAYLAND_DISPLAY=str(self._socket))
+        self._seat = WaylandSeat(self._socket)
 
 
 class PlainWaylandSession(WaylandSession):

@@ -27,7 +27,7 @@ def main() -> int:
         with WaylandSession(pathlib.Path(folder) / "session") as session:
             session.start_other_window()  # for the keyboard to go to
             home = {"HOME": folder, "XDG_RUNTIME_DIR": str(session.folder / "runtime")}
-            values = dict(os.environ) | session.environment() | home
+            values = dict(os.environ) | session.environment() | session.control() | home
             return subprocess.run(sys.argv[1:], env=values, check=False).returncode
 
 

@@ -68,19 +68,25 @@ void setUserTime(std::uint32_t time)
     callWithTime("setappusertime", time);
 }
 
+std::uint32_t lastEventTime()
+{
+    auto *native = x11Connection() ? QGuiApplication::platformNativeInterface() : nullptr;
+    if (!native)
+        return 0;
+    return std::uint32_t(reinterpret_cast<quintptr>(
+        native->nativeResourceForScreen("apptime", QGuiApplication::primaryScreen())));
+}
+
 QByteArray makeStartupId()
 {
     const auto *x11 =
         qGuiApp ? qGuiApp->nativeInterface<QNativeInterface::QX11Application>() : nullptr;
     if (!x11)
         return {};
-    auto *native = QGuiApplication::platformNativeInterface();
-    const auto time = quint32(reinterpret_cast<quintptr>(
-        native->nativeResourceForScreen("apptime", QGuiApplication::primaryScreen())));
     static quint32 count = 0;
     return "vellumhound-" + QByteArray::number(::getpid()) + '-' +
            QSysInfo::machineHostName().toUtf8() + '-' + QByteArray::number(count++) + "_TIME" +
-           QByteArray::number(time);
+           QByteArray::number(lastEventTime());
 }
 
 }  // namespace vellumhound::platform

@@ -20,7 +20,7 @@ using base::KeyCode::unknown;
 namespace {
 
 constexpr int xkbOffset = 8;
-constexpr std::uint32_t x11LockMask = 0x2;
+constexpr std::uint32_t lockMask = 0x2;  // the same on X11 and Wayland
 
 bool isModifierAlone(int key)
 {
@@ -108,15 +108,13 @@ QString equivalentOf(
         return {};
     if (place->kind == KeyTable::Kind::keypad)
         return QString(QLatin1Char(place->character));
+    if (event.nativeScanCode() == 0)
+        return QString(QLatin1Char(place->character));
     const int symbol = event.key();
-    if (!layout.isFromServer()) {
-        if (symbol >= Qt::Key_A && symbol <= Qt::Key_Z)
-            return QString(QChar(symbol)).toLower();
-        if (event.nativeScanCode() == 0)
-            return QString(QLatin1Char(place->character));
-    }
-    const unsigned group = layout.isFromServer() ? (event.nativeModifiers() >> 13) & 3U : 0U;
-    const char character = layout.characterOf(place->linuxCode, group);
+    if (!layout.isFromServer() && symbol >= Qt::Key_A && symbol <= Qt::Key_Z)
+        return QString(QChar(symbol)).toLower();
+    const char character =
+        layout.characterOf(place->linuxCode, layout.groupOf(event.nativeModifiers()));
     return character ? QString(QLatin1Char(character)).toLower() : QString();
 }
 
@@ -158,7 +156,7 @@ std::optional<base::KeyEvent> KeyTranslator::translate(const QKeyEvent &event)
             result.keyCode = place->keyCode;
     }
     result.literalFlags = literalModifiers(event) | marksOf(result.keyCode);
-    if (_layout->isFromServer() && (event.nativeModifiers() & x11LockMask))
+    if (_layout->isFromServer() && (event.nativeModifiers() & lockMask))
         result.literalFlags |= ModifierFlags::capsLock;
     result.modifierFlags = panelModifiers(result.literalFlags, result.keyCode);
     result.characters = event.text();

@@ -17,8 +17,9 @@ class KeyboardLayout;
 /// Turns the toolkit's key presses into key events, once, at the edge.
 ///
 /// Letters, digits and signs are told by their place on the keyboard, keys with a name by the
-/// symbol that the layout gives them, so that remapped keyboards work. On X11 it follows changes of
-/// the keyboard layout; elsewhere key equivalents come from what the toolkit tells.
+/// symbol that the layout gives them, so that remapped keyboards work. On X11 and Wayland it
+/// follows changes of the keyboard layout; elsewhere key equivalents come from what the toolkit
+/// tells.
 ///
 /// Main thread; made after the application object and destroyed before it.
 class KeyTranslator final : public QAbstractNativeEventFilter {

@@ -2,6 +2,7 @@
 #include "platform/linux/KeyboardLayout.h"
 
 #include "base/KeyTable.h"
+#include "platform/linux/WaylandKeyboard.h"
 #include "platform/linux/X11Connection.h"
 
 #include <QLoggingCategory>
@@ -111,27 +112,34 @@ void KeyboardLayout::Unref::operator()(xkb_keymap *keymap) const
 
 std::unique_ptr<KeyboardLayout> KeyboardLayout::ofSession()
 {
-    return std::unique_ptr<KeyboardLayout>(new KeyboardLayout(x11Connection()));
+    std::unique_ptr<KeyboardLayout> layout(new KeyboardLayout);
+    if (auto *connection = x11Connection())
+        layout->followX11(connection);
+    else
+        layout->_waylandKeyboard = WaylandKeyboard::open();
+    return layout;
 }
 
 std::unique_ptr<KeyboardLayout> KeyboardLayout::named(
     const std::string &layouts, const std::string &variants)
 {
-    std::unique_ptr<KeyboardLayout> layout(new KeyboardLayout(nullptr));
+    std::unique_ptr<KeyboardLayout> layout(new KeyboardLayout);
     layout->_keymap = layout->namedKeymap(layouts, variants);
     return layout;
 }
 
-KeyboardLayout::KeyboardLayout(void *connection)
+KeyboardLayout::KeyboardLayout()
     : _context(xkb_context_new(XKB_CONTEXT_NO_ENVIRONMENT_NAMES))
 {
-    if (!_context)
-        return;
-    _usKeymap = namedKeymap("us", "");
-    if (!connection)
-        return;
+    if (_context)
+        _usKeymap = namedKeymap("us", "");
+}
+
+void KeyboardLayout::followX11(void *connection)
+{
     std::uint8_t firstEvent = 0;
-    if (xkb_x11_setup_xkb_extension(static_cast<xcb_connection_t *>(connection), 1, 0,
+    if (_context &&
+        xkb_x11_setup_xkb_extension(static_cast<xcb_connection_t *>(connection), 1, 0,
             XKB_X11_SETUP_XKB_EXTENSION_NO_FLAGS, nullptr, nullptr, &firstEvent, nullptr)) {
         _connection = connection;
         _firstXkbEvent = firstEvent;
@@ -148,6 +156,26 @@ KeyboardLayout::Keymap KeyboardLayout::namedKeymap(
     return Keymap(xkb_keymap_new_from_names(_context.get(), &names, XKB_KEYMAP_COMPILE_NO_FLAGS));
 }
 
+bool KeyboardLayout::isFromServer() const
+{
+    return _connection || (_waylandKeyboard && _waylandKeyboard->hasKeymap());
+}
+
+/// A keymap is read when it is asked for: it takes milliseconds, and some compositors tell it anew
+/// whenever another of several keyboards is touched.
+void KeyboardLayout::refresh() const
+{
+    if (_isStale)
+        readFromServer();
+    if (!_waylandKeyboard || !_context)
+        return;
+    const auto text = _waylandKeyboard->takeKeymap();
+    if (!text.empty()) {
+        _keymap.reset(xkb_keymap_new_from_string(
+            _context.get(), text.c_str(), XKB_KEYMAP_FORMAT_TEXT_V1, XKB_KEYMAP_COMPILE_NO_FLAGS));
+    }
+}
+
 void KeyboardLayout::readFromServer() const
 {
     auto *connection = static_cast<xcb_connection_t *>(_connection);
@@ -161,8 +189,7 @@ void KeyboardLayout::readFromServer() const
 
 xkb_keysym_t KeyboardLayout::symbolOf(int linuxCode, unsigned group) const
 {
-    if (_isStale)
-        readFromServer();
+    refresh();
     if (_keymap) {
         const auto latin = latinGroup(_keymap.get(), group);
         if (latin != XKB_LAYOUT_INVALID)
@@ -190,8 +217,9 @@ QString KeyboardLayout::textOf(int linuxCode, unsigned group) const
 
 unsigned KeyboardLayout::activeGroup() const
 {
-    if (_isStale)
-        readFromServer();
+    if (_waylandKeyboard)
+        return _waylandKeyboard->group();
+    refresh();
     auto *connection = static_cast<xcb_connection_t *>(_connection);
     if (!connection || !_keymap)
         return 0;
@@ -202,6 +230,12 @@ unsigned KeyboardLayout::activeGroup() const
     const auto group = xkb_state_serialize_layout(state, XKB_STATE_LAYOUT_EFFECTIVE);
     xkb_state_unref(state);
     return group;
+}
+
+unsigned KeyboardLayout::groupOf(std::uint32_t nativeModifiers) const
+{
+    // X11 tells it with each press.
+    return _connection ? (nativeModifiers >> 13) & 3U : activeGroup();
 }
 
 void KeyboardLayout::noticeX11Event(const void *event)

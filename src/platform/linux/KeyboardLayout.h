@@ -12,6 +12,8 @@ struct xkb_keymap;
 
 namespace vellumhound::platform {
 
+class WaylandKeyboard;
+
 /// The keyboard's layout as far as key equivalents need it: which ASCII character a key has without
 /// Shift, in the group in use if that one has the Latin letters, else in the first group that has
 /// them, else on a US keyboard.
@@ -19,7 +21,8 @@ namespace vellumhound::platform {
 /// Main thread. Where the layout cannot be had, it is that of a US keyboard.
 class KeyboardLayout {
 public:
-    /// The layout of the X server that the application is connected to; US on any other platform.
+    /// The layout of the X server or the Wayland compositor that the application is connected to;
+    /// US on any other platform.
     static std::unique_ptr<KeyboardLayout> ofSession();
     /// As `setxkbmap -layout <layouts> -variant <variants>` would set it.
     static std::unique_ptr<KeyboardLayout> named(
@@ -32,10 +35,12 @@ public:
     /// What the key prints there, in the same group, as its cap shows it; a dead key prints its
     /// accent. Empty if it prints nothing.
     QString textOf(int linuxCode, unsigned group) const;
-    /// The group in use at this moment.
+    /// The group in use at this moment; on Wayland, when the application last had the keyboard.
     unsigned activeGroup() const;
+    /// The group in use when a key was pressed with these modifiers of the window system.
+    unsigned groupOf(std::uint32_t nativeModifiers) const;
     /// False if the layout is only assumed.
-    bool isFromServer() const { return _connection != nullptr; }
+    bool isFromServer() const;
 
     /// Takes notice of an event of the window system; a new layout is read at the next question.
     void noticeX11Event(const void *event);
@@ -47,12 +52,15 @@ private:
     };
     using Keymap = std::unique_ptr<xkb_keymap, Unref>;
 
-    explicit KeyboardLayout(void *connection);
+    KeyboardLayout();
     Keymap namedKeymap(const std::string &layouts, const std::string &variants) const;
+    void followX11(void *connection);
+    void refresh() const;
     void readFromServer() const;
     std::uint32_t symbolOf(int linuxCode, unsigned group) const;
 
-    void *_connection = nullptr;  // the toolkit's own, null when the layout is assumed
+    void *_connection = nullptr;  // the toolkit's own to an X server, or null
+    std::unique_ptr<WaylandKeyboard> _waylandKeyboard;
     unsigned _firstXkbEvent = 0;
     std::unique_ptr<xkb_context, Unref> _context;
     mutable Keymap _keymap;

@@ -47,6 +47,11 @@ LayerShell::LayerShell(std::unique_ptr<WaylandConnection> connection, Handlers h
     , _handlers(std::move(handlers))
 {
     qGuiApp->installEventFilter(this);
+    connect(qGuiApp, &QGuiApplication::screenAdded, this, [this](QScreen *screen) {
+        if (!_catchers.empty())
+            showCatcher(screen);
+    });
+    connect(qGuiApp, &QGuiApplication::screenRemoved, this, &LayerShell::dropCatcher);
 }
 
 LayerShell::~LayerShell()
@@ -252,20 +257,32 @@ void LayerShell::release(QWindow *window)
 
 void LayerShell::placePanel()
 {
+    // A layer has the keyboard without one, and the toolkit would keep it for another window.
+    qunsetenv("XDG_ACTIVATION_TOKEN");
     if (_panel && !place(_panel) && _handlers.closed)
         _handlers.closed();
 }
 
 void LayerShell::showCatchers()
 {
-    for (auto *screen : QGuiApplication::screens()) {
-        if (!WaylandConnection::outputOf(screen))
-            continue;
-        _catchers.push_back(std::make_unique<ClickCatcher>(screen, [this] { onPressOutside(); }));
-        follow(_catchers.back().get());
-        _catchers.back()->show();
-        place(_catchers.back().get());
-    }
+    for (auto *screen : QGuiApplication::screens())
+        showCatcher(screen);
+}
+
+void LayerShell::showCatcher(QScreen *screen)
+{
+    if (!WaylandConnection::outputOf(screen))
+        return;
+    _catchers.push_back(std::make_unique<ClickCatcher>(screen, [this] { onPressOutside(); }));
+    follow(_catchers.back().get());
+    _catchers.back()->show();
+    place(_catchers.back().get());
+}
+
+/// The toolkit would show it anew, on another output.
+void LayerShell::dropCatcher(const QScreen *screen)
+{
+    std::erase_if(_catchers, [screen](const auto &catcher) { return catcher->output() == screen; });
 }
 
 /// Which of two windows of the same height is on top is the compositor's affair: where the panel
@@ -314,7 +331,8 @@ void LayerShell::centrePanel()
 void LayerShell::askForKeyboard()
 {
     auto *layer = layerOf(_panel);
-    if (!layer || !layer->isShown())
+    // What stepped back had the keyboard before, if only for a moment and not yet a whole frame.
+    if (!layer || !(layer->isShown() || _isSteppedBack))
         return;
     layer->setKeyboard(LayerRole::Keyboard::always);
     if (std::exchange(_isSteppedBack, false))

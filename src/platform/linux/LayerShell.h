@@ -13,6 +13,7 @@
 #include <optional>
 #include <vector>
 
+class QScreen;
 class QWindow;
 
 namespace vellumhound::platform {
@@ -47,7 +48,8 @@ public:
 
     /// Null for none. To be told before the window is shown, and again when it is made anew.
     void setPanel(QWindow *panel);
-    /// To be called as soon as the panel was shown, before anything is drawn on it.
+    /// To be called as soon as the panel was shown, before anything is drawn on it. Uses up a token
+    /// that the panel was activated with.
     void placePanel();
     void centrePanel();
     /// Asks with more force than the showing itself did. Without effect before the panel has been
@@ -81,6 +83,8 @@ private:
     void onClosed(QWindow *window);
     void onPressOutside();
     void showCatchers();
+    void showCatcher(QScreen *screen);
+    void dropCatcher(const QScreen *screen);
     void clearWayToPanel();
     void moveBy(double dx, double dy);
     LayerRole *layerOf(const QWindow *window) const;

@@ -3,6 +3,7 @@
 
 #include <QGuiApplication>
 #include <qpa/qplatformnativeinterface.h>
+#include <qpa/qplatformscreen.h>
 #include <QScreen>
 #include <QWindow>
 
@@ -108,6 +109,8 @@ WaylandConnection::WaylandConnection(wl_display *display)
 
 WaylandConnection::~WaylandConnection()
 {
+    if (_seat)
+        wl_seat_destroy(_seat);
     if (_relativePointers)
         zwp_relative_pointer_manager_v1_destroy(_relativePointers);
     if (_viewporter)
@@ -136,10 +139,20 @@ void WaylandConnection::bind(
     if (version >= neededWindowListVersion &&
         std::string_view(interface) == zwlr_foreign_toplevel_manager_v1_interface.name)
         _windowListName = name;
+    if (_seatName == 0 && std::string_view(interface) == wl_seat_interface.name)
+        _seatName = name;
     take(_layerShell, zwlr_layer_shell_v1_interface, knownLayerShellVersion);
     take(_shell, xdg_wm_base_interface, 1);
     take(_viewporter, wp_viewporter_interface, 1);
     take(_relativePointers, zwp_relative_pointer_manager_v1_interface, 1);
+}
+
+wl_seat *WaylandConnection::seat()
+{
+    if (!_seat && _seatName != 0)
+        _seat =
+            static_cast<wl_seat *>(wl_registry_bind(_registry, _seatName, &wl_seat_interface, 1));
+    return _seat;
 }
 
 bool WaylandConnection::isFullScreenWindowActive()
@@ -208,7 +221,8 @@ wl_surface *WaylandConnection::surfaceOf(QWindow *window)
 wl_output *WaylandConnection::outputOf(QScreen *screen)
 {
     auto *interface = native();
-    return interface && screen
+    // With all outputs gone the toolkit has a screen of its own making, which is not Wayland's.
+    return interface && screen && !screen->handle()->isPlaceholder()
                ? static_cast<wl_output *>(interface->nativeResourceForScreen("output", screen))
                : nullptr;
 }

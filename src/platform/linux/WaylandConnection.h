@@ -14,6 +14,7 @@ struct wl_output;
 struct wl_pointer;
 struct wl_proxy;
 struct wl_registry;
+struct wl_seat;
 struct wl_surface;
 struct wp_viewporter;
 struct xdg_wm_base;
@@ -39,6 +40,9 @@ public:
     xdg_wm_base *shell() const { return _shell; }
     wp_viewporter *viewporter() const { return _viewporter; }
     zwp_relative_pointer_manager_v1 *relativePointers() const { return _relativePointers; }
+    /// The first of them. Made by the first call; what it tells is heard by `waitUntil` alone until
+    /// that was called for it.
+    wl_seat *seat();
 
     /// Whether the window in use covers its whole output, as far as the compositor tells. Waits for
     /// the answer.
@@ -52,6 +56,7 @@ public:
 
     /// Null for a window that is not on screen.
     static wl_surface *surfaceOf(QWindow *window);
+    /// Null for the screen that stands for none.
     static wl_output *outputOf(QScreen *screen);
     /// Null without a pointer.
     static wl_pointer *pointer();
@@ -70,6 +75,8 @@ private:
     xdg_wm_base *_shell = nullptr;
     wp_viewporter *_viewporter = nullptr;
     zwp_relative_pointer_manager_v1 *_relativePointers = nullptr;
+    wl_seat *_seat = nullptr;
+    std::uint32_t _seatName = 0;        // 0: none
     std::uint32_t _windowListName = 0;  // of the list of all programs' windows; 0: none
 };
 

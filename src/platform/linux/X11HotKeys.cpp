@@ -89,6 +89,9 @@ HotKeyCenter::Registration X11HotKeys::registerHotKey(const HotKeyRequest &reque
         ungrab(entry);
         return refuse(request, error);
     }
+    // Who records a hot key still holds it down: that it repeats is no press of the new hot key.
+    entry.isDown = isHeldDown(entry.code);
+    entry.pressTime = lastEventTime();
     _grabs.emplace(++_lastHandle, entry);
     _reports.insert(request.name, {HotKeyReport::State::active, HotKeyFacility::x11, {}, {}, {}});
     announceReports();
@@ -102,6 +105,13 @@ HotKeyCenter::Registration X11HotKeys::refuse(const HotKeyRequest &request, int 
     _reports.insert(request.name, {state, HotKeyFacility::x11, {}, {}, status});
     announceReports();
     return {status, std::nullopt};
+}
+
+bool X11HotKeys::isHeldDown(std::uint8_t code) const
+{
+    const std::unique_ptr<xcb_query_keymap_reply_t, Free> reply(
+        xcb_query_keymap_reply(_connection, xcb_query_keymap(_connection), nullptr));
+    return reply && (reply->keys[code / 8] >> (code % 8) & 1) != 0;
 }
 
 void X11HotKeys::unregisterHotKey(Handle handle)
@@ -217,6 +227,7 @@ void X11HotKeys::tellPress(Handle handle, std::uint32_t time, bool isRepeat)
         return;
     auto &entry = found->second;
     entry.isDown = true;
+    entry.isPressTold = entry.isPressTold || !isRepeat;
     entry.isReleasing = false;
     entry.pressTime = time;
     HotKeyEvent event;
@@ -234,7 +245,8 @@ void X11HotKeys::tellReleases()
         if (!std::exchange(entry.isReleasing, false))
             continue;
         entry.isDown = false;
-        released.append(entry.id);
+        if (std::exchange(entry.isPressTold, false))
+            released.append(entry.id);
     }
     for (const auto &id : std::as_const(released)) {
         HotKeyEvent event;

@@ -49,6 +49,7 @@ private:
         int modifiers = 0;      // HotKeyModifiers
         X11Modifiers mapping;   // with which it was grabbed
         bool isDown = false;
+        bool isPressTold = false;
         bool isReleasing = false;     // come up, but a repeat may follow that undoes it
         std::uint32_t pressTime = 0;  // in milliseconds of the X server
         std::uint32_t releaseTime = 0;
@@ -61,6 +62,7 @@ private:
         bool isDown = false;
     };
 
+    bool isHeldDown(std::uint8_t code) const;
     Registration refuse(const HotKeyRequest &request, int status);
     int grab(const Grab &entry) const;
     void ungrab(const Grab &entry) const;

@@ -12,8 +12,8 @@ namespace vellumhound::platform {
 class KeyboardLayout;
 
 /// What the keys print on the layout in use, if that has the Latin letters, else on the first that
-/// has them, else on a US keyboard. On X11 it follows changes of the layout; elsewhere the layout
-/// is assumed to be that of a US keyboard.
+/// has them, else on a US keyboard. On X11 and Wayland it follows changes of the layout; elsewhere
+/// the layout is assumed to be that of a US keyboard.
 ///
 /// Main thread; made after the application object and destroyed before it.
 class XkbKeyCharacters final : public KeyCharacters, public QAbstractNativeEventFilter {

@@ -70,14 +70,12 @@ public:
         return _instance.claim(QDBusConnection::sessionBus());
     }
 
-    int run()
+    int run(BoundHotKeys hotKeys)
     {
+        bindHotKeys(hotKeys, _services.shortcuts, _services.notificationCenter, _delegate);
         _services.queue.post([this] {
             _delegate.launcher();
             _delegate.applicationDidFinishLaunching();
-            // Nothing but a second start brings up the panel, so the first one shows it as well.
-            // At once: a showing that waits could bring it back after the user has left it.
-            _delegate.applicationShouldHandleReopen();
         });
         return QApplication::exec();
     }
@@ -124,7 +122,7 @@ private:
 
 }  // namespace
 
-int runApplication(int &argc, char **argv)
+int runApplication(int &argc, char **argv, BoundHotKeys hotKeys)
 {
     if (platform::SingleInstance::handOver())
         return 0;
@@ -148,7 +146,7 @@ int runApplication(int &argc, char **argv)
         platform::SingleInstance::handOver();
         return 0;
     }
-    return running.run();
+    return running.run(hotKeys);
 }
 
 }  // namespace vellumhound::shell

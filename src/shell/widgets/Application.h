@@ -1,10 +1,14 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include "shell/HotKeyBindings.h"
+
 namespace vellumhound::shell {
 
 /// Runs the program to its end; the result is its exit code. A second start hands over to the
 /// running one and ends with 0. A store that does not load ends it with 1.
-int runApplication(int &argc, char **argv);
+///
+/// The first start waits in the background for a hot key or a call; nothing is shown.
+int runApplication(int &argc, char **argv, BoundHotKeys hotKeys = BoundHotKeys::launcher);
 
 }  // namespace vellumhound::shell

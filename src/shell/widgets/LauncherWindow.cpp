@@ -67,6 +67,9 @@ preview::PreviewPanelManager &LauncherWindow::previewPanelManager()
 
 void LauncherWindow::makeKeyAndOrderFront()
 {
+    // A menu of ours keeps the keyboard as long as it is open.
+    while (auto *menu = QApplication::activePopupWidget())
+        menu->close();
     // Somebody is about to search.
     _services.fileIndex.prepare();
     _panel->makeKeyAndOrderFront();

@@ -4,6 +4,7 @@
 #include "index/DesktopEntries.h"
 #include "platform/linux/Activation.h"
 #include "platform/linux/LinuxFileSystem.h"
+#include "platform/linux/X11HotKeys.h"
 
 #include <QDBusConnection>
 #include <QLocale>
@@ -65,6 +66,14 @@ QByteArrayList ownVariables()
     return names;
 }
 
+std::unique_ptr<platform::HotKeyCenter> makeHotKeyCenter()
+{
+    auto x11 = std::make_unique<platform::X11HotKeys>();
+    if (x11->isSupported())
+        return x11;
+    return std::make_unique<platform::NullHotKeyCenter>();
+}
+
 }  // namespace
 
 Services::Services(std::unique_ptr<store::PersistenceController> loadedStore)
@@ -74,6 +83,8 @@ Services::Services(std::unique_ptr<store::PersistenceController> loadedStore)
     , fileSystem(std::make_shared<platform::LinuxFileSystem>(applicationName()))
     , workspace(background, timer, QDBusConnection::sessionBus(), applicationName())
     , fileSearchService({queue, background, notificationCenter, query, fileSystem, userDefaults})
+    , hotKeyCenter(makeHotKeyCenter())
+    , shortcuts({userDefaults, notificationCenter, *hotKeyCenter, nullptr, keyCharacters})
 {
     workspace.setTokenSource(platform::makeStartupId);
     workspace.setOwnVariables(ownVariables());

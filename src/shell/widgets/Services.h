@@ -9,14 +9,18 @@
 #include "index/FileIndex.h"
 #include "index/IndexQuery.h"
 #include "keyboard/KeyboardMonitor.h"
+#include "keyboard/KeyboardShortcuts/Tables.h"
 #include "keyboard/KeyEquivalents.h"
 #include "platform/Clock.h"
+#include "platform/HotKeyCenter.h"
 #include "platform/linux/DesktopPowerState.h"
 #include "platform/linux/GioWorkspace.h"
 #include "platform/linux/KeyTranslator.h"
+#include "platform/linux/XkbKeyCharacters.h"
 #include "platform/PreviewPanel.h"
 #include "preview/PreviewPanelManager.h"
 #include "settings/AppSettings.h"
+#include "shell/widgets/MenuTracking.h"
 #include "shell/widgets/PanelKeyFilter.h"
 #include "store/PersistenceController.h"
 
@@ -59,6 +63,11 @@ struct Services {
     keyboard::KeyEquivalents keyEquivalents;
     PanelKeyFilter keyFilter{keyTranslator, keyEquivalents};
     keyboard::KeyboardMonitor keyboardMonitor{keyFilter, queue};
+
+    platform::XkbKeyCharacters keyCharacters;
+    std::unique_ptr<platform::HotKeyCenter> hotKeyCenter;
+    keyboard::KeyboardShortcuts::Tables shortcuts;
+    MenuTracking menuTracking{notificationCenter};
 
 private:
     void handRulesToIndex();

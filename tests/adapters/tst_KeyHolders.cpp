@@ -1,0 +1,180 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// Who has a key: a real X server with a second client, and a scripted service on the bus.
+#include "adapters/ShortcutFixture.h"
+#include "platform/linux/KeyHolders.h"
+#include "platform/linux/X11Connection.h"
+#include "platform/linux/X11HotKeys.h"
+#include "support/Peer.h"
+
+#include <QElapsedTimer>
+#include <QGuiApplication>
+#include <QTest>
+
+#include <cstdlib>
+#include <linux/input-event-codes.h>
+#include <memory>
+#include <xcb/xcb.h>
+
+using namespace vellumhound;
+using namespace Qt::StringLiterals;
+namespace Modifiers = platform::HotKeyModifiers;
+
+namespace {
+
+constexpr platform::KeyCombination controlSpace{49, Modifiers::control};
+constexpr int controlSpaceOfQt = 0x04000020;
+
+/// Another program with keys of its own.
+class OtherClient {
+public:
+    OtherClient()
+        : _connection(xcb_connect(nullptr, nullptr))
+    {
+    }
+    ~OtherClient() { xcb_disconnect(_connection); }
+    Q_DISABLE_COPY_MOVE(OtherClient)
+
+    bool grab(int linuxCode, std::uint16_t modifiers)
+    {
+        const auto root = xcb_setup_roots_iterator(xcb_get_setup(_connection)).data->root;
+        auto *error = xcb_request_check(_connection,
+            xcb_grab_key_checked(_connection, 0, root, modifiers, std::uint8_t(linuxCode + 8),
+                XCB_GRAB_MODE_ASYNC, XCB_GRAB_MODE_ASYNC));
+        const bool isDone = !error;
+        std::free(error);
+        return isDone;
+    }
+
+private:
+    xcb_connection_t *_connection;
+};
+
+QString holderOf(const platform::KeyCombination &keys)
+{
+    return platform::holderWithKGlobalAccel(
+        QDBusConnection::sessionBus(), keys, support::usLayout())
+        .value_or(u"nobody"_s);
+}
+
+}  // namespace
+
+class tst_KeyHolders : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase() { QVERIFY(platform::x11Connection()); }
+
+    void aKeyThatNobodyHasIsFreeAndStaysFree()
+    {
+        QVERIFY(!platform::isHeldOnX11(platform::x11Connection(), controlSpace));
+
+        OtherClient other;
+        QVERIFY(other.grab(KEY_SPACE, XCB_MOD_MASK_CONTROL));
+    }
+
+    void aKeyOfAnotherProgramIsHeld()
+    {
+        OtherClient other;
+        QVERIFY(other.grab(KEY_SPACE, XCB_MOD_MASK_CONTROL));
+
+        QVERIFY(platform::isHeldOnX11(platform::x11Connection(), controlSpace));
+        QVERIFY(!platform::isHeldOnX11(platform::x11Connection(), {49, Modifiers::option}));
+        QVERIFY(!platform::isHeldOnX11(platform::x11Connection(), {1, Modifiers::control}));
+    }
+
+    void aKeyThatIsHeldWithALockAloneIsHeld()
+    {
+        OtherClient other;
+        QVERIFY(other.grab(KEY_SPACE, XCB_MOD_MASK_CONTROL | XCB_MOD_MASK_LOCK));
+
+        QVERIFY(platform::isHeldOnX11(platform::x11Connection(), controlSpace));
+    }
+
+    void askingTakesNoHotKeyAway()
+    {
+        platform::X11HotKeys center;
+        QVERIFY(center.registerHotKey({49, Modifiers::control, {1, 1}, u"a"_s}).handle);
+
+        QVERIFY(platform::isHeldOnX11(platform::x11Connection(), controlSpace));
+
+        OtherClient other;
+        QVERIFY(!other.grab(KEY_SPACE, XCB_MOD_MASK_CONTROL));
+    }
+
+    void aHotKeyThatWasJustGivenBackIsFree()
+    {
+        for (int round = 0; round < 50; ++round) {
+            platform::X11HotKeys center;
+            const auto registration =
+                center.registerHotKey({49, Modifiers::control, {1, 1}, u"a"_s});
+            QVERIFY(registration.handle);
+
+            center.unregisterHotKey(*registration.handle);
+
+            QVERIFY(!platform::isHeldOnX11(platform::x11Connection(), controlSpace));
+        }
+    }
+
+    void whatIsNoKeyIsHeldByNobody()
+    {
+        for (const int keyCode : {-1, 52, 1000, 63})
+            QVERIFY(!platform::isHeldOnX11(platform::x11Connection(), {keyCode, 0}));
+        QVERIFY(!platform::isHeldOnX11(nullptr, controlSpace));
+    }
+
+    void withoutTheServiceNobodyHasAKey() { QCOMPARE(holderOf(controlSpace), u"nobody"_s); }
+
+    void theServiceNamesTheHolder()
+    {
+        support::Peer service;
+        QVERIFY(service.start(u"key_holders.py"_s,
+            {u"answer"_s, u"%1=Show menu|other.desktop|Other program"_s.arg(controlSpaceOfQt)}));
+
+        QCOMPARE(holderOf(controlSpace), u"Other program: Show menu"_s);
+        QCOMPARE(holderOf({49, Modifiers::option}), u"nobody"_s);
+        QCOMPARE(holderOf({-1, Modifiers::option}), u"nobody"_s);
+    }
+
+    void oneNameIsEnoughWhereBothAreAlike()
+    {
+        support::Peer service;
+        QVERIFY(service.start(u"key_holders.py"_s,
+            {u"answer"_s, u"%1=KRunner|krunner|KRunner"_s.arg(controlSpaceOfQt)}));
+
+        QCOMPARE(holderOf(controlSpace), u"KRunner"_s);
+    }
+
+    void ourOwnKeyIsNoObstacle()
+    {
+        support::Peer service;
+        QVERIFY(service.start(u"key_holders.py"_s,
+            {u"answer"_s, u"%1=Show|org.vellumhound.Vellumhound.desktop|Vellumhound"_s.arg(
+                              controlSpaceOfQt)}));
+
+        QCOMPARE(holderOf(controlSpace), u"nobody"_s);
+    }
+
+    void aServiceThatDoesNotAnswerIsNotWaitedFor_data()
+    {
+        QTest::addColumn<QString>("mode");
+        QTest::newRow("another type") << u"other"_s;
+        QTest::newRow("an error") << u"fail"_s;
+        QTest::newRow("silence") << u"silent"_s;
+    }
+    void aServiceThatDoesNotAnswerIsNotWaitedFor()
+    {
+        QFETCH(QString, mode);
+        support::Peer service;
+        QVERIFY(service.start(u"key_holders.py"_s, {mode}));
+        QElapsedTimer timer;
+        timer.start();
+
+        QCOMPARE(holderOf(controlSpace), u"nobody"_s);
+
+        // The bus itself would wait 25 seconds.
+        QVERIFY2(timer.elapsed() < 15'000, qPrintable(QString::number(timer.elapsed())));
+    }
+};
+
+QTEST_MAIN(tst_KeyHolders)
+#include "tst_KeyHolders.moc"

@@ -1,0 +1,146 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// A window with recorders over real hot keys, for test_recorder.py. Tells on standard output, one
+// line each, what a user would notice without seeing it: "ready", "hot key NAME", "bell",
+// "recording yes", "recording no", "told FIELD SHORTCUT", "window got KEY", "button".
+//
+//   RecorderWindow [--dark] [--scale F] [--sandboxed] [--menu TITLE KEY MASK]…
+//                  [--system KEYCODE MODIFIERS]… [--held KEYCODE MODIFIERS HOLDER]…
+#include "fakes/FakeSystemShortcuts.h"
+#include "keyboard/KeyboardShortcuts/KeyNames.h"
+#include "keyboard/KeyboardShortcuts/widgets/LocalEventFilter.h"
+#include "keyboard/KeyboardShortcuts/widgets/Recorder.h"
+#include "platform/linux/KeyTranslator.h"
+#include "platform/linux/X11HotKeys.h"
+#include "platform/linux/XkbKeyCharacters.h"
+
+#include <QApplication>
+#include <QKeyEvent>
+#include <QPushButton>
+#include <QTimer>
+#include <QVBoxLayout>
+
+#include <cstdio>
+
+using namespace vellumhound;
+using namespace vellumhound::keyboard::KeyboardShortcuts;
+using namespace Qt::StringLiterals;
+
+namespace {
+
+void say(const QString &line)
+{
+    std::puts(line.toUtf8().constData());
+    std::fflush(stdout);
+}
+
+class WrittenMenu final : public MainMenu {
+public:
+    QList<MenuItem> items;
+
+    QList<MenuItem> itemArray() const override { return items; }
+};
+
+struct Options {
+    bool isDark = false;
+    bool isSandboxed = false;
+    double scale = 1;
+    WrittenMenu menu;
+    fakes::FakeSystemShortcuts system;
+
+    explicit Options(QStringList words)
+    {
+        const auto next = [&] { return words.isEmpty() ? QString() : words.takeFirst(); };
+        const auto number = [&] { return next().toInt(nullptr, 0); };
+        next();
+        while (!words.isEmpty()) {
+            const auto word = next();
+            if (word == u"--dark"_s) {
+                isDark = true;
+            } else if (word == u"--sandboxed"_s) {
+                isSandboxed = true;
+            } else if (word == u"--scale"_s) {
+                scale = next().toDouble();
+            } else if (word == u"--menu"_s) {
+                const auto title = next();
+                const auto key = next();
+                menu.items.append({u"Menu"_s, {}, 0, {{title, key, std::uint32_t(number()), {}}}});
+            } else if (word == u"--system"_s) {
+                const int keyCode = number();
+                system.symbolicHotKeys.append({keyCode, number(), true, {}});
+            } else if (word == u"--held"_s) {
+                const int keyCode = number();
+                const int modifiers = number();
+                system.held.append({keyCode, modifiers, true, next()});
+            }
+        }
+    }
+};
+
+class Window final : public QWidget {
+protected:
+    void keyPressEvent(QKeyEvent *event) override
+    {
+        say(u"window got "_s + QKeySequence(event->key()).toString());
+    }
+};
+
+}  // namespace
+
+int main(int argumentCount, char **arguments)
+{
+    QApplication application(argumentCount, arguments);
+    Options options(QApplication::arguments());
+    auto theme = options.isDark ? actions::Theme::dark() : actions::Theme::light();
+    theme.textScale = options.scale;
+    QApplication::setPalette(theme.palette());
+
+    settings::UserDefaults defaults(qEnvironmentVariable("XDG_CONFIG_HOME") + u"/vellumhound"_s);
+    base::NotificationCenter notifications;
+    base::MainQueue mainQueue;
+    platform::KeyTranslator translator;
+    platform::XkbKeyCharacters characters;
+    platform::X11HotKeys hotKeys;
+    Tables tables({defaults, notifications, hotKeys, nullptr, characters});
+    const auto first = tables.createName(u"launchVellumhound"_s, Shortcut(Key::space, 0x40000));
+    const auto second = tables.createName(u"browseFinderWindows"_s);
+    for (const auto &name : {first, second})
+        tables.onKeyDown(name, [name] { say(u"hot key "_s + name.rawValue); });
+    const auto token = notifications.addObserver(
+        QString::fromUtf16(base::Notifications::KeyboardShortcuts_recorderActiveStatusDidChange),
+        nullptr, [](const base::NotificationCenter::UserInfo &info) {
+            say(info.value(u"isActive"_s).toBool() ? u"recording yes"_s : u"recording no"_s);
+        });
+
+    LocalEventFilter events(translator);
+    const RecorderCocoa::Environment environment{tables, notifications, mainQueue, events,
+        characters, options.menu, options.system, [&] { return options.isSandboxed; }};
+    Window window;
+    window.setWindowTitle(u"Recorders"_s);
+    auto *layout = new QVBoxLayout(&window);
+    layout->setContentsMargins(24, 24, 24, 24);
+    layout->setSpacing(24);
+    const auto add = [&](const QString &label, const Name &name) {
+        auto *recorder =
+            new Recorder({name,
+                             [&characters, label](const std::optional<Shortcut> &shortcut) {
+                                 say(u"told "_s + label + u' ' +
+                                     (shortcut ? description(*shortcut, characters) : u"none"_s));
+                             },
+                             true, label},
+                environment, theme);
+        recorder->control().setBell([] { say(u"bell"_s); });
+        layout->addWidget(recorder);
+    };
+    add(u"First"_s, first);
+    add(u"Again"_s, first);
+    add(u"Other"_s, second);
+    // With a mnemonic: Alt and its letter belong to whoever records.
+    auto *button = new QPushButton(u"&Button"_s);
+    QObject::connect(button, &QPushButton::clicked, &window, [] { say(u"button"_s); });
+    layout->addWidget(button);
+    window.resize(400, 280);
+    window.show();
+    window.activateWindow();
+    QTimer::singleShot(0, &window, [] { say(u"ready"_s); });
+    return QApplication::exec();
+}
