@@ -5,6 +5,8 @@
 #include "TrayFixture.h"
 
 #include <QApplication>
+#include <QDir>
+#include <QIcon>
 #include <QJsonArray>
 #include <QTest>
 
@@ -58,6 +60,40 @@ QStringList textsOf(const QJsonArray &rows)
     return texts;
 }
 
+/// The desktop's icon themes for as long as it lives, with our symbolic picture or without.
+class IconThemes {
+public:
+    explicit IconThemes(bool hasPicture)
+    {
+        const QDir folder(_folder.path());
+        folder.mkpath(u"hicolor/symbolic/apps"_s);
+        QFile index(folder.filePath(u"hicolor/index.theme"_s));
+        if (index.open(QIODevice::WriteOnly)) {
+            index.write("[Icon Theme]\nName=hicolor\nDirectories=symbolic/apps\n"
+                        "[symbolic/apps]\nSize=16\nMinSize=8\nMaxSize=512\nType=Scalable\n");
+        }
+        const auto picture = u"org.vellumhound.Vellumhound-symbolic.svg"_s;
+        if (hasPicture) {
+            QFile::copy(u":/tray/MenubarIcon.svg"_s,
+                folder.filePath(u"hicolor/symbolic/apps/"_s + picture));
+        }
+        QIcon::setThemeSearchPaths({folder.path()});
+        QIcon::setThemeName(u"hicolor"_s);
+    }
+    ~IconThemes()
+    {
+        QIcon::setThemeSearchPaths(_paths);
+        QIcon::setThemeName(_name);
+        qunsetenv("XDG_CURRENT_DESKTOP");
+    }
+    Q_DISABLE_COPY_MOVE(IconThemes)
+
+private:
+    QTemporaryDir _folder;
+    QStringList _paths = QIcon::themeSearchPaths();
+    QString _name = QIcon::themeName();
+};
+
 }  // namespace
 
 class tst_TrayItem : public QObject {
@@ -81,6 +117,36 @@ private Q_SLOTS:
         QVERIFY(pictures.contains(QJsonArray({22, 22})));
         QVERIFY(pictures.contains(QJsonArray({44, 44})));
         QVERIFY(fixture.item.isShown());
+    }
+
+    void onlyATrayThatColoursPicturesIsGivenTheName_data()
+    {
+        QTest::addColumn<QByteArray>("desktop");
+        QTest::addColumn<bool>("isInstalled");
+        QTest::addColumn<QString>("name");
+        const auto picture = u"org.vellumhound.Vellumhound-symbolic"_s;
+        QTest::newRow("it does") << QByteArray("ubuntu:GNOME") << true << picture;
+        QTest::newRow("not installed") << QByteArray("ubuntu:GNOME") << false << QString();
+        QTest::newRow("it does not") << QByteArray("sway") << true << QString();
+    }
+    void onlyATrayThatColoursPicturesIsGivenTheName()
+    {
+        QFETCH(QByteArray, desktop);
+        QFETCH(bool, isInstalled);
+        QFETCH(QString, name);
+        const IconThemes themes(isInstalled);
+        qputenv("XDG_CURRENT_DESKTOP", desktop);
+        Peer tray;
+        QVERIFY(start(tray));
+        const TrayFixture fixture;
+        QTRY_COMPARE(noted(tray, u"registered"_s).size(), 1);
+
+        tray.tell("properties");
+
+        QTRY_COMPARE(noted(tray, u"properties"_s).size(), 1);
+        const auto properties = noted(tray, u"properties"_s).constFirst();
+        QCOMPARE(properties.value("IconName"_L1).toString(), name);
+        QVERIFY(!properties.value("IconPixmap"_L1).toArray().isEmpty());
     }
 
     void theMenuHasItsRows()

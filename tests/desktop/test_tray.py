@@ -155,6 +155,20 @@ class TestTray(DesktopCase):
 
         self.assertEqual(program.wait_for_end(), 0)
 
+    def test_the_menu_of_an_x11_tray_leaves_the_panel_where_it_is(self):
+        self.start_x11_tray()
+        program = self.start_and_present()
+        wait_until(self.x11_items, "the item is in the tray")
+        panels = len(self.session.places_by_class("vellumhound"))
+
+        self.click_x11_item(3, lambda: len(self.session.places_by_class("vellumhound")) > panels, "the menu is open")
+        self.session.keys("Escape")
+
+        wait_until(lambda: len(self.session.places_by_class("vellumhound")) == panels, "the menu has closed")
+        self.assertTrue(program.is_panel_visible)
+        self.session.type("a")
+        program.wait_for_box("a")
+
     def test_an_x11_tray_that_starts_late_gets_the_item_and_the_setting_takes_it_away(self):
         self.start_and_present()
         self.start_x11_tray()
