@@ -34,6 +34,9 @@ constexpr uint defaults = 8;  // they are those that the user gets back on reque
 /// No keyboard waits as long before it repeats a key: whoever presses after it presses anew, even
 /// if the release was lost.
 constexpr std::chrono::milliseconds longestRepeatPause{3000};
+/// Nobody presses one key twice as fast; the service on X11, which learns of releases by another
+/// road than of presses, may tell a release before the last repetitions.
+constexpr std::chrono::milliseconds quickestPresses{75};
 
 bool isError(const QDBusMessage &answer)
 {
@@ -173,6 +176,7 @@ void KGlobalAccelHotKeys::begin(Handle handle, Entry &entry)
     entry.defaultKeys.reset();
     entry.isSettled = false;
     entry.isDown = false;
+    entry.lastPress.reset();
     const auto action = actionOf(entry.request.name);
     ask(handle, entry, u"doRegister"_s, {action}, [](Entry &, const QDBusMessage &) {});
     ask(handle, entry, u"shortcut"_s, {action},
@@ -323,7 +327,6 @@ void KGlobalAccelHotKeys::endAll()
 {
     for (auto &[handle, entry] : _entries) {
         entry.conversation = 0;
-        entry.isDown = false;
         _reports.insert(entry.request.name,
             {HotKeyReport::State::waiting, HotKeyFacility::kGlobalAccel, {}, {}, {}});
     }
@@ -340,7 +343,8 @@ void KGlobalAccelHotKeys::onPressed(const QString &name, qlonglong time)
     const auto now = time != 0
                          ? Milliseconds(time)
                          : duration_cast<Milliseconds>(steady_clock::now().time_since_epoch());
-    const bool isRepeat = entry.isDown && now - entry.lastPress < longestRepeatPause;
+    const auto longest = entry.isDown ? longestRepeatPause : quickestPresses;
+    const bool isRepeat = entry.lastPress && now - *entry.lastPress < longest;
     entry.isDown = true;
     entry.lastPress = now;
     if (!isRepeat)
