@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
+// long: the facility with all its records, and the one that has nothing
 #pragma once
 
 #include <QString>
@@ -16,8 +17,13 @@ namespace vellumhound::platform {
 namespace HotKeyAnswer {
 inline constexpr int noError = 0;
 inline constexpr int unsupported = -4;
+inline constexpr int cancelledByUser = -128;  ///< the desktop asked, and the user said no
+inline constexpr int internalError = -9868;  ///< the desktop's service answered badly or not at all
 inline constexpr int parameterNotFound = -9870;
 inline constexpr int notHandled = -9874;
+inline constexpr int hotKeyExists = -9878;   ///< the desktop has given the key to somebody else
+inline constexpr int hotKeyInvalid = -9879;  ///< no key that the desktop could listen for
+inline constexpr int unknownApplication = -10814;  ///< the desktop has no entry of our program
 }  // namespace HotKeyAnswer
 
 /// Modifier bits in the facility's encoding.
@@ -57,8 +63,9 @@ struct HotKeyReport {
         unknown,  ///< never asked for, or given back
         waiting,  ///< asked for and not answered yet
         active,
-        taken,    ///< another program has the key
-        refused,  ///< for another reason
+        unassigned,  ///< granted, but the desktop tells no key of it: the user sets it there
+        taken,       ///< another program has the key
+        refused,     ///< for another reason
     };
 
     State state = State::unknown;

@@ -48,9 +48,14 @@ BUS_CONFIGURATION = """<!DOCTYPE busconfig PUBLIC "-//freedesktop//DTD D-Bus Bus
 LIBC = ctypes.CDLL("libc.so.6")
 PR_SET_PDEATHSIG = 1
 
-WINDOW_MANAGERS = ("openbox", "xfwm4")
-# xfwm4 keeps its settings in a service of its own.
-SETTINGS_SERVICE = pathlib.Path("/usr/share/dbus-1/services/org.xfce.Xfconf.service")
+WINDOW_MANAGERS = ("openbox", "xfwm4", "kwin_x11")
+# What a window manager cannot do without: xfwm4 has its settings in a service, KWin its keys.
+SERVICES_OF_WINDOW_MANAGERS = {
+    "xfwm4": pathlib.Path("/usr/share/dbus-1/services/org.xfce.Xfconf.service"),
+    "kwin_x11": pathlib.Path("/usr/share/dbus-1/services/org.kde.kglobalaccel.service"),
+}
+# Without frames, which need parts of the desktop that are not installed.
+KWIN_SETTINGS = "[org.kde.kdecoration2]\nNoPlugin=true\n"
 ACCESSIBILITY_SERVICE = "[D-BUS Service]\nName=org.a11y.Bus\nExec=/usr/libexec/at-spi-bus-launcher\n"
 
 
@@ -299,8 +304,9 @@ class DesktopSession:
         configuration = self.folder / "bus.conf"
         configuration.write_text(BUS_CONFIGURATION.format(folder=self.folder), encoding="utf-8")
         (self.folder / "services/org.a11y.Bus.service").write_text(ACCESSIBILITY_SERVICE, encoding="utf-8")
-        if self.window_manager == "xfwm4":
-            shutil.copy(SETTINGS_SERVICE, self.folder / "services")
+        service = SERVICES_OF_WINDOW_MANAGERS.get(self.window_manager)
+        if service:
+            shutil.copy(service, self.folder / "services")
         _, is_ready = self._spawn_until_it_answers("bus", "dbus-daemon", "--nofork", "--nopidfile",
                                                    f"--config-file={configuration}", "--print-address={descriptor}")
         if not is_ready:
@@ -314,10 +320,15 @@ class DesktopSession:
             ready = self.folder / "openbox-is-ready"
             self._spawn("openbox", "openbox", "--sm-disable", "--startup", f"touch '{ready}'")
             wait_until(ready.exists, "the window manager is ready")
+            return
+        if self.window_manager == "kwin_x11":
+            (self.folder / "config").mkdir(exist_ok=True)
+            (self.folder / "config/kwinrc").write_text(KWIN_SETTINGS, encoding="utf-8")
+            self._spawn("kwin_x11", "env", "KWIN_COMPOSE=N", "kwin_x11")
         else:
             self._spawn("xfwm4", "xfwm4", "--compositor=off", "--vblank=off")
-            wait_until(lambda: "window id" in self._output("xprop", "-root", "_NET_SUPPORTING_WM_CHECK"),
-                       "the window manager is ready")
+        wait_until(lambda: "window id" in self._output("xprop", "-root", "_NET_SUPPORTING_WM_CHECK"),
+                   "the window manager is ready")
 
     def _has_compositor(self) -> bool:
         x11 = ctypes.CDLL("libX11.so.6")
