@@ -174,8 +174,8 @@ constexpr char16_t anyPlace[] = u"the desktop's settings for keys";
 
 struct Desktop {
     QLatin1StringView name;  ///< of the session
-    const char16_t *title;
-    DesktopKeySetting (*setting)(const KeyBinding &);
+    const char16_t *title = nullptr;
+    DesktopKeySetting (*setting)(const KeyBinding &) = nullptr;
     bool isClicked = false;  ///< the key is pressed there, not written
 };
 

@@ -78,13 +78,13 @@ HotKeyRecord HotKeyStatus::recordOf(const Name &name) const
 platform::HotKeyReport HotKeyStatus::reportOf(
     const Name &name, const std::optional<KeyboardShortcuts::Shortcut> &shortcut) const
 {
-    const auto own = _environment.hotKeyCenter.report(name.rawValue);
+    auto own = _environment.hotKeyCenter.report(name.rawValue);
     if (own.state != platform::HotKeyReport::State::unknown || !shortcut)
         return own;
     for (const auto &other : _names) {
         if (_environment.tables.getShortcut(other) != shortcut)
             continue;
-        const auto report = _environment.hotKeyCenter.report(other.rawValue);
+        auto report = _environment.hotKeyCenter.report(other.rawValue);
         if (report.state != platform::HotKeyReport::State::unknown)
             return report;
     }
