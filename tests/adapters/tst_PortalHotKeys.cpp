@@ -7,6 +7,7 @@
 #include <QDBusMessage>
 #include <QDBusPendingCallWatcher>
 #include <QDir>
+#include <QElapsedTimer>
 #include <QJsonArray>
 #include <QKeyEvent>
 #include <QTest>
@@ -44,9 +45,9 @@ public:
     int handleEvent(const HotKeyEvent *event) override
     {
         const int number = event->directObject ? event->directObject->number : -1;
-        const auto word = event->isRepeat                         ? u"repeat"_s
-                          : event->kind == HotKeyEvent::pressed   ? u"pressed"_s
-                          : event->kind == HotKeyEvent::released  ? u"released"_s
+        const auto word = event->isRepeat                          ? u"repeat"_s
+                          : event->kind == HotKeyEvent::pressed    ? u"pressed"_s
+                          : event->kind == HotKeyEvent::released   ? u"released"_s
                           : event->kind == HotKeyEvent::rawKeyDown ? u"raw"_s
                                                                    : u"other"_s;
         told.append(u"%1 #%2"_s.arg(word).arg(number));
@@ -129,9 +130,12 @@ private:
         const auto registration = _keys->registerHotKey(request);
         return registration.handle.value_or(0);
     }
-    /// One question to the portal and back: whatever was under way before has arrived.
+    /// What the portal was told is done, and whatever was under way has arrived.
     void settle()
     {
+        const auto marks = count(u"mark"_s);
+        _portal.tell("mark");
+        QTRY_COMPARE_WITH_TIMEOUT(count(u"mark"_s), marks + 1, slow);
         for (int i = 0; i < 2; ++i) {
             auto message = QDBusMessage::createMethodCall(u"org.freedesktop.portal.Desktop"_s,
                 u"/org/freedesktop/portal/desktop"_s, u"org.freedesktop.host.portal.Registry"_s,
@@ -159,9 +163,8 @@ private Q_SLOTS:
         _portal.stop();
         // The bus may need a moment to see that the portal is gone.
         auto bus = QDBusConnection::connectToBus(QDBusConnection::SessionBus, u"cleanup"_s);
-        QTRY_VERIFY_WITH_TIMEOUT(!bus.interface()->isServiceRegistered(
-                                     u"org.freedesktop.portal.Desktop"_s),
-            slow);
+        QTRY_VERIFY_WITH_TIMEOUT(
+            !bus.interface()->isServiceRegistered(u"org.freedesktop.portal.Desktop"_s), slow);
     }
 
     void aHotKeyIsAskedForByNameTextAndKey()
@@ -174,15 +177,14 @@ private Q_SLOTS:
         QTRY_COMPARE_WITH_TIMEOUT(stateOf(show), State::active, slow);
         QCOMPARE(_keys->report(u"show"_s),
             (HotKeyReport{State::active, HotKeyFacility::portal, u"Press Ctrl+Space"_s, {}, 0}));
-        QCOMPARE(methods(), (QStringList{u"Register"_s, u"Get"_s, u"CreateSession"_s,
-                                u"BindShortcuts"_s}));
+        QCOMPARE(methods(),
+            (QStringList{u"Register"_s, u"Get"_s, u"CreateSession"_s, u"BindShortcuts"_s}));
         QCOMPARE(lastArguments(u"Register"_s).at(0).toString(), applicationId);
         const auto asked = lastArguments(u"BindShortcuts"_s);
         const auto shortcut = asked.at(1).toArray().at(0).toArray();
         QCOMPARE(shortcut.at(0).toString(), u"show"_s);
-        QCOMPARE(shortcut.at(1).toObject(),
-            (QJsonObject{{u"description"_s, u"Does show"_s},
-                {u"preferred_trigger"_s, u"CTRL+space"_s}}));
+        QCOMPARE(shortcut.at(1).toObject(), (QJsonObject{{u"description"_s, u"Does show"_s},
+                                                {u"preferred_trigger"_s, u"CTRL+space"_s}}));
         QCOMPARE(asked.at(2).toString(), QString());
         QVERIFY(_handler.told.isEmpty());
     }
@@ -258,9 +260,9 @@ private Q_SLOTS:
         QTRY_COMPARE_WITH_TIMEOUT(stateOf(load), State::active, slow);
         QCOMPARE(stateOf(show), State::active);
         QCOMPARE(lastIds(), (QStringList{u"load"_s, u"show"_s}));
-        QCOMPARE(methods().mid(2), (QStringList{u"CreateSession"_s, u"BindShortcuts"_s,
-                                       u"Session.Close"_s, u"CreateSession"_s,
-                                       u"BindShortcuts"_s}));
+        QCOMPARE(
+            methods().mid(2), (QStringList{u"CreateSession"_s, u"BindShortcuts"_s,
+                                  u"Session.Close"_s, u"CreateSession"_s, u"BindShortcuts"_s}));
         _portal.tell("activated show");
         QTRY_COMPARE_WITH_TIMEOUT(_handler.told, QStringList{u"pressed #1"_s}, slow);
     }
@@ -379,17 +381,34 @@ private Q_SLOTS:
         start({u"trigger show Ctrl+Space"_s});
         take(show);
         QTRY_COMPARE_WITH_TIMEOUT(stateOf(show), State::active, slow);
+        _portal.tell("set bind known");
+        settle();
+
+        take(load);
+        QTRY_COMPARE_WITH_TIMEOUT(_handler.told, QStringList{u"refused #2 -128"_s}, slow);
+
+        QTRY_COMPARE_WITH_TIMEOUT(stateOf(show), State::active, slow);
+        QCOMPARE(stateOf(load), State::refused);
+        QCOMPARE(count(u"BindShortcuts"_s), 3);
+        QCOMPARE(lastIds(), QStringList{u"show"_s});
+        _portal.tell("activated show");
+        QTRY_COMPARE_WITH_TIMEOUT(_handler.told.value(1), u"pressed #1"_s, slow);
+    }
+
+    void aNoToWhatHadBeenGrantedIsFinalToo()
+    {
+        start({u"trigger show Ctrl+Space"_s});
+        take(show);
+        QTRY_COMPARE_WITH_TIMEOUT(stateOf(show), State::active, slow);
         _portal.tell("set bind code:1");
         settle();
 
         take(load);
-        QTRY_COMPARE_WITH_TIMEOUT(_handler.told.value(0), u"refused #2 -128"_s, slow);
-        // What had been granted is asked for once more, and refused for good the second time.
-        QTRY_COMPARE_WITH_TIMEOUT(_handler.told.value(1), u"refused #1 -128"_s, slow);
-        settle();
 
+        const QStringList refusals{u"refused #2 -128"_s, u"refused #1 -128"_s};
+        QTRY_COMPARE_WITH_TIMEOUT(_handler.told, refusals, slow);
+        settle();
         QCOMPARE(count(u"BindShortcuts"_s), 3);
-        QCOMPARE(lastIds(), QStringList{u"show"_s});
     }
 
     void aShortcutThatTheUserLeftOutIsRefusedAlone()
@@ -434,8 +453,7 @@ private Q_SLOTS:
 
         take(show);
 
-        QTRY_COMPARE_WITH_TIMEOUT(
-            _handler.told, QStringList{u"refused #1 %1"_s.arg(status)}, slow);
+        QTRY_COMPARE_WITH_TIMEOUT(_handler.told, QStringList{u"refused #1 %1"_s.arg(status)}, slow);
         QCOMPARE(_keys->report(u"show"_s),
             (HotKeyReport{State::refused, HotKeyFacility::portal, {}, {}, status}));
     }
@@ -467,20 +485,25 @@ private Q_SLOTS:
 
     void nothingCountsBeforeTheUserHasAnswered()
     {
-        _timing.answerLimit = 500ms;  // of which a person knows nothing
+        _timing.answerLimit = 1s;
         start({u"set bind hold"_s, u"trigger show Ctrl+Space"_s});
         take(show);
         QTRY_COMPARE_WITH_TIMEOUT(count(u"BindShortcuts"_s), 1, slow);
+        settle();
+        QElapsedTimer clock;
+        clock.start();
 
         _portal.tell("changed");
         _portal.tell("activated show");
+        // The limit is for programs, not for people.
+        QTRY_VERIFY_WITH_TIMEOUT(clock.hasExpired(2 * _timing.answerLimit.count()), slow);
         settle();
         QCOMPARE(stateOf(show), State::waiting);
         QVERIFY(_handler.told.isEmpty());
+        QCOMPARE(count(u"BindShortcuts"_s), 1);
         _portal.tell("respond");
 
         QTRY_COMPARE_WITH_TIMEOUT(stateOf(show), State::active, slow);
-        QCOMPARE(count(u"CreateSession"_s), 1);
     }
 
     void theAnswerIsFoundWhereverItComesFrom_data()
@@ -538,38 +561,36 @@ private Q_SLOTS:
     void aPortalThatFailsIsTriedAFewTimesOnly_data()
     {
         QTest::addColumn<QString>("manner");
-        QTest::addColumn<QString>("method");
-        QTest::newRow("no session") << u"set create code:2"_s << u"CreateSession"_s;
-        QTest::newRow("a session without its path") << u"set create bare"_s << u"CreateSession"_s;
-        QTest::newRow("no answer") << u"set create hang"_s << u"CreateSession"_s;
-        QTest::newRow("a call that returns and no response")
-            << u"set create hold"_s << u"CreateSession"_s;
-        QTest::newRow("no answer to the shortcuts") << u"set bind hang"_s << u"BindShortcuts"_s;
+        QTest::newRow("no session") << u"set create code:2"_s;
+        QTest::newRow("a session without its path") << u"set create bare"_s;
+        QTest::newRow("no answer") << u"set create hang"_s;
+        QTest::newRow("a call that returns and no response") << u"set create hold"_s;
+        QTest::newRow("no answer to the shortcuts") << u"set bind hang"_s;
         QTest::newRow("an error of the bus")
-            << u"set bind error:org.freedesktop.DBus.Error.AccessDenied"_s << u"BindShortcuts"_s;
+            << u"set bind error:org.freedesktop.DBus.Error.AccessDenied"_s;
     }
 
     void aPortalThatFailsIsTriedAFewTimesOnly()
     {
         QFETCH(QString, manner);
-        QFETCH(QString, method);
         _timing.answerLimit = 1s;
         _timing.firstBackOff = 1ms;
+        _timing.quietTime = 1h;
         start({manner, u"trigger show Ctrl+Space"_s});
-        QTest::ignoreMessage(QtWarningMsg,
-            "the portal for global shortcuts does not answer, or ends what it began");
+        QTest::ignoreMessage(
+            QtWarningMsg, "the portal for global shortcuts does not answer, or ends what it began");
 
         const auto handle = take(show);
         QCOMPARE(stateOf(show), State::waiting);
 
         QTRY_COMPARE_WITH_TIMEOUT(stateOf(show), State::refused, slow);
         QCOMPARE(_keys->report(u"show"_s).status, Answer::internalError);
-        QCOMPARE(count(method), 4);
+        QCOMPARE(count(u"CreateSession"_s), 4);
         // A menu that opens and closes starts nothing.
         _keys->unregisterHotKey(handle);
         take(show);
         settle();
-        QCOMPARE(count(method), 4);
+        QCOMPARE(count(u"CreateSession"_s), 4);
         QCOMPARE(stateOf(show), State::refused);
         QVERIFY(_handler.told.isEmpty());
 
@@ -602,16 +623,16 @@ private Q_SLOTS:
     void aDesktopThatEndsEverySessionIsLeftAlone()
     {
         _timing.firstBackOff = 1ms;
+        _timing.quietTime = 1h;
         start({u"trigger show Ctrl+Space"_s});
         take(show);
-        QTest::ignoreMessage(QtWarningMsg,
-            "the portal for global shortcuts does not answer, or ends what it began");
+        QTest::ignoreMessage(
+            QtWarningMsg, "the portal for global shortcuts does not answer, or ends what it began");
 
         for (int i = 1; i <= 4; ++i) {
             QTRY_COMPARE_WITH_TIMEOUT(count(u"BindShortcuts"_s), i, slow);
             QTRY_COMPARE_WITH_TIMEOUT(stateOf(show), State::active, slow);
             _portal.tell("closed");
-            QTRY_VERIFY_WITH_TIMEOUT(stateOf(show) != State::active, slow);
         }
 
         QTRY_COMPARE_WITH_TIMEOUT(stateOf(show), State::refused, slow);
@@ -630,9 +651,9 @@ private Q_SLOTS:
             QTRY_COMPARE_WITH_TIMEOUT(count(u"BindShortcuts"_s), i, slow);
             QTRY_COMPARE_WITH_TIMEOUT(stateOf(show), State::active, slow);
             _portal.tell("closed");
-            QTRY_VERIFY_WITH_TIMEOUT(stateOf(show) != State::active, slow);
         }
 
+        QTRY_COMPARE_WITH_TIMEOUT(count(u"BindShortcuts"_s), 7, slow);
         QTRY_COMPARE_WITH_TIMEOUT(stateOf(show), State::active, slow);
     }
 
@@ -696,8 +717,11 @@ private Q_SLOTS:
         const auto log = _portal.logPath();
         QFile service(QDir(qEnvironmentVariable("TEST_BUS_SERVICES")).filePath(u"p.service"_s));
         QVERIFY(service.open(QIODevice::WriteOnly));
-        service.write("[D-BUS Service]\nName=org.freedesktop.portal.Desktop\nExec=/usr/bin/python3 "
-                      PEERS_FOLDER "/shortcuts_portal.py " + log.toUtf8() + " own\n");
+        service.write(
+            "[D-BUS "
+            "Service]\nName=org.freedesktop.portal.Desktop\nExec=/usr/bin/python3 " PEERS_FOLDER
+            "/shortcuts_portal.py " +
+            log.toUtf8() + " own\n");
         service.close();
         auto bus = QDBusConnection::sessionBus();
         const auto reload = QDBusMessage::createMethodCall(u"org.freedesktop.DBus"_s,

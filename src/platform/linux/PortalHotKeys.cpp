@@ -13,9 +13,9 @@ namespace vellumhound::platform {
 
 using namespace Qt::StringLiterals;
 
-Q_LOGGING_CATEGORY(log, "vellumhound.platform.portal")
-
 namespace {
+
+Q_LOGGING_CATEGORY(log, "vellumhound.platform")
 
 /// More would be a storm of questions on the user's screen.
 constexpr int mostAttempts = 3;
@@ -109,10 +109,7 @@ void PortalHotKeys::unregisterHotKey(Handle handle)
     if (found == _entries.end())
         return;
     found->second.handle.reset();
-    if (!found->second.isAsked && !found->second.isAccepted)
-        _entries.erase(found);
-    else
-        _forgetting.start();
+    _forgetting.start();
     announceReports();
 }
 
@@ -342,14 +339,17 @@ void PortalHotKeys::forgetWithdrawn()
         _forgetting.start();
         return;
     }
-    const auto count = std::erase_if(_entries,
-        [&](const auto &entry) { return !isRegistered(entry) && !entry.second.isGivenUp; });
-    if (count == 0)
+    bool isSessionTooLarge = false;
+    std::erase_if(_entries, [&](const auto &entry) {
+        const bool isForgotten = !isRegistered(entry) && !entry.second.isGivenUp;
+        isSessionTooLarge = isSessionTooLarge || (isForgotten && entry.second.isAsked);
+        return isForgotten;
+    });
+    if (!isSessionTooLarge)
         return;
     for (auto &[name, entry] : _entries)
         entry.isAsked = false;
-    if (!_retry.isActive())
-        askForMissing();
+    askForMissing();
 }
 
 void PortalHotKeys::shortcutsChanged(const QList<PortalSession::Bound> &shortcuts)

@@ -135,9 +135,8 @@ bool recoloursSymbolicIcons(QStringView currentDesktop)
 {
     static constexpr std::array desktops{
         "KDE"_L1, "GNOME"_L1, "Unity"_L1, "X-Cinnamon"_L1, "Budgie"_L1, "COSMIC"_L1};
-    return std::any_of(desktops.begin(), desktops.end(), [&](QLatin1StringView desktop) {
-        return currentDesktop.split(u':').contains(desktop);
-    });
+    return std::any_of(desktops.begin(), desktops.end(),
+        [&](QLatin1StringView desktop) { return currentDesktop.split(u':').contains(desktop); });
 }
 
 QIcon menubarIcon(const MenubarIconStyle &style)

@@ -31,7 +31,8 @@ TrayItem::TrayItem(Environment environment)
     connect(&_menu, &TrayMenu::chosen, this,
         [this](MenuRow::Kind kind) { _environment.actions.perform(kind); });
     connect(&_environment.host, &platform::TrayHost::kindChanged, this, &TrayItem::update);
-    connect(&_environment.host, &platform::TrayHost::foregroundChanged, this, &TrayItem::updateIcon);
+    connect(
+        &_environment.host, &platform::TrayHost::foregroundChanged, this, &TrayItem::updateIcon);
     _environment.settings.appSettings.onChange(this, [this] { update(); });
     _shortcutDidChange = _environment.notificationCenter.addObserver(
         QString::fromUtf16(base::Notifications::KeyboardShortcuts_shortcutByNameDidChange), nullptr,

@@ -19,8 +19,8 @@ class QSystemTrayIcon;
 namespace vellumhound::shell {
 
 /// The program's item in the desktop's tray, there while `showMenuBarIcon` is true and the desktop
-/// has a tray. A click on it presents the panel, as items of programs that are there to be opened do
-/// on this platform, in each kind of tray; the other button has the menu.
+/// has a tray. A click on it presents the panel, as items of programs that are there to be opened
+/// do on this platform, in each kind of tray; the other button has the menu.
 ///
 /// No tray can take the item away for good: where one hides it, it says nothing of it, so nothing
 /// here ever writes `showMenuBarIcon`.

@@ -41,9 +41,10 @@ QString nameOf(MenuRow::Kind kind)
 
 QIcon iconOf(const QString &symbol, const QPalette &palette)
 {
-    return symbol.isEmpty() ? QIcon()
-                            : QIcon(base::symbolPixmap(symbol, symbolSizePx, qGuiApp->devicePixelRatio(),
-                                  palette.color(QPalette::WindowText)));
+    return symbol.isEmpty()
+               ? QIcon()
+               : QIcon(base::symbolPixmap(symbol, symbolSizePx, qGuiApp->devicePixelRatio(),
+                     palette.color(QPalette::WindowText)));
 }
 
 bool areAlike(const QList<MenuRow> &one, const QList<MenuRow> &other)
@@ -68,8 +69,8 @@ QKeySequence toKeySequence(const keyboard::KeyShortcut &shortcut)
             {base::ModifierFlags::control, Qt::ControlModifier},
             {base::ModifierFlags::option, Qt::AltModifier},
             {base::ModifierFlags::command, Qt::MetaModifier}}};
-    const auto *special = std::find_if(named.begin(), named.end(),
-        [&](const auto &entry) { return entry.first == shortcut.key; });
+    const auto *special = std::find_if(
+        named.begin(), named.end(), [&](const auto &entry) { return entry.first == shortcut.key; });
     const auto key = special != named.end()
                          ? special->second
                          : Qt::Key(QString::fromUcs4(&shortcut.key, 1).toUpper().at(0).unicode());
@@ -84,6 +85,10 @@ TrayMenu::TrayMenu(base::NotificationCenter &notificationCenter)
 {
     setObjectName(u"TrayMenu"_s);
     setAccessibleName(u"Vellumhound"_s);
+    // Some styles draw what cannot be chosen twice, as if etched, which on dark reads badly.
+    QPalette plain;
+    plain.setColor(QPalette::Disabled, QPalette::Light, Qt::transparent);
+    setPalette(plain);
 }
 
 TrayMenu::~TrayMenu()
@@ -118,7 +123,8 @@ void TrayMenu::makeActions(const QList<MenuRow> &rows)
         action->setMenuRole(QAction::NoRole);
         action->setIconVisibleInMenu(true);
         action->setShortcutVisibleInContextMenu(true);
-        connect(action, &QAction::triggered, this, [this, kind = row.kind] { Q_EMIT chosen(kind); });
+        connect(
+            action, &QAction::triggered, this, [this, kind = row.kind] { Q_EMIT chosen(kind); });
     }
 }
 

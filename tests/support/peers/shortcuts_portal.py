@@ -18,6 +18,7 @@ standard input later, is one of:
                                 earlyelsewhere  both of these
                                 bare          a response without its results
                                 garbage       a response of the wrong shape
+                                known         yes to what was bound before, no to anything more
                             a version is also a number or a text
     respond                 sends what "hold" has held
     trigger ID TEXT         the keys of a shortcut, in the desktop's words; nothing for none
@@ -26,10 +27,12 @@ standard input later, is one of:
     activated ID [TOKEN]    the shortcut is pressed
     deactivated ID          and let go
     changed                 the keys are announced
+    mark                    one line in LOG, to show that all before it is done
     foreign                 presses of a session that is not the caller's, and nonsense
     closed                  ends the session
 """
 import json
+import os
 import shlex
 import sys
 
@@ -127,7 +130,11 @@ class Portal:
             place += "t/"
         request = place + options["handle_token"]
         code = int(manner[5:]) if manner.startswith("code:") else 0
-        results = {} if manner == "bare" or code else self.results(method, parameters)
+        if manner == "known" and {name for name, _ in parameters.unpack()[1]} - set(self.bound):
+            code = 1
+        results = {} if code else self.results(method, parameters)
+        if manner == "bare":
+            results = {}
         self.export(request, REQUEST)
 
         def respond():
@@ -207,6 +214,8 @@ class Portal:
                       GLib.Variant.new_tuple(GLib.Variant("o", self.session), self.shortcuts()))
         elif verb == "foreign":
             self.foreign()
+        elif verb == "mark":
+            self.note("mark", GLib.Variant("()", ()))
         elif verb == "closed":
             path, self.session = self.session, None
             self.unexport(path)
@@ -215,16 +224,19 @@ class Portal:
             raise ValueError(line)
 
 
-def on_line(_channel, _condition):
-    line = sys.stdin.readline()
-    if line:
-        portal.act(line)
-    return bool(line)
+def on_input(channel, _condition):
+    # Unbuffered: a line that waits in a buffer would wake nobody.
+    chunk = os.read(channel, 65536)
+    *lines, pending[0] = (pending[0] + chunk).split(b"\n")
+    for line in lines:
+        portal.act(line.decode())
+    return bool(chunk)
 
 
+pending = [b""]
 portal = Portal(sys.argv[1])
 for argument in sys.argv[2:]:
     portal.act(argument)
-GLib.io_add_watch(sys.stdin.fileno(), GLib.IO_IN | GLib.IO_HUP, on_line)
+GLib.io_add_watch(sys.stdin.fileno(), GLib.IO_IN | GLib.IO_HUP, on_input)
 print("ready", flush=True)
 GLib.MainLoop().run()
