@@ -124,7 +124,7 @@ int main(int argc, char **argv)
     QApplication::setQuitOnLastWindowClosed(false);
     bench::Launcher launcher(home);
     launcher.delegate.launcher();
-    auto &tables = launcher.services.shortcuts;
+    auto &tables = launcher.services.hotKeys.tables();
     const Keyboard keyboard;
 
     shell::bindHotKeys(shell::BoundHotKeys::launcher, tables, launcher.services.notificationCenter,
