@@ -252,8 +252,18 @@ class TestOutputsThatComeAndGo(DesktopCase):
         self.wait_until_away(program)
         self.session.activate()
         new = self.session.plug_in()
-        program.present()
+        self.present_until_there(program)
         self.check_that_it_works(program, new)
+
+    def present_until_there(self, program: Program) -> None:
+        """The call may come before the program has heard of the output; a panel in front stays as it is."""
+
+        def is_there() -> bool:
+            self.session.call_activate()
+            return program.is_panel_visible
+
+        wait_until(is_there, "the panel is on screen")
+        program.wait_for_panel()
 
     def start_and_ask_where(self) -> tuple[Program, str, str]:
         """The program with the panel shown, the output that has the panel, and the other."""
