@@ -22,8 +22,8 @@ MenuRow updateRow(const MenuState &state)
         return {MenuRow::Kind::checkForUpdates, u"Update Available"_s,
             u"square.and.arrow.down.fill"_s, {}, true};
     }
-    return {MenuRow::Kind::checkForUpdates, u"Check for Updates"_s, {}, {},
-        state.canCheckForUpdates};
+    return {
+        MenuRow::Kind::checkForUpdates, u"Check for Updates"_s, {}, {}, state.canCheckForUpdates};
 }
 
 }  // namespace

@@ -52,7 +52,8 @@ struct MenuRow {
 
 /// What the menu depends on, at the moment at which it is built.
 struct MenuState {
-    std::optional<keyboard::KeyShortcut> launchShortcut;  ///< what is recorded for launchVellumhound
+    std::optional<keyboard::KeyShortcut>
+        launchShortcut;  ///< what is recorded for launchVellumhound
     base::BundleInfo bundle;
     bool canOpenSettings = false;  ///< there is a settings window
     bool canCheckForUpdates = false;

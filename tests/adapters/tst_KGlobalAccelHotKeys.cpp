@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// Against a service that does what the test says; tst_KGlobalAccelX11 has the real one.
+// Against a service that does what the test says; tst_KGlobalAccel has the real one.
 #include "platform/linux/KGlobalAccelHotKeys.h"
 #include "support/Peer.h"
 
@@ -332,7 +332,7 @@ private Q_SLOTS:
         QTest::addColumn<QStringList>("told");
         QTest::newRow("told as presses")
             << QStringList{u"press:launch:1000"_s, u"press:launch:1500"_s, u"press:launch:1530"_s,
-                   u"release:launch:1530"_s, u"press:launch:1600"_s}
+                   u"release:launch:1530"_s, u"press:launch:1700"_s}
             << QStringList{u"down 1"_s, u"repeat 1"_s, u"repeat 1"_s, u"up 1"_s, u"down 1"_s};
         QTest::newRow("told apart")
             << QStringList{u"press:launch:0"_s, u"repeat:launch:0"_s, u"release:launch:0"_s}
@@ -340,6 +340,10 @@ private Q_SLOTS:
         QTest::newRow("told as presses without a time")
             << QStringList{u"press:launch:0"_s, u"press:launch:0"_s, u"release:launch:0"_s}
             << QStringList{u"down 1"_s, u"repeat 1"_s, u"up 1"_s};
+        QTest::newRow("the release overtook a repetition")
+            << QStringList{u"press:launch:1000"_s, u"press:launch:1500"_s, u"release:launch:1500"_s,
+                   u"press:launch:1530"_s}
+            << QStringList{u"down 1"_s, u"repeat 1"_s, u"up 1"_s, u"repeat 1"_s};
         QTest::newRow("the release was lost")
             << QStringList{u"press:launch:1000"_s, u"press:launch:4001"_s}
             << QStringList{u"down 1"_s, u"down 1"_s};

@@ -72,8 +72,8 @@ private:
     }
     void sync()
     {
-        std::free(xcb_get_input_focus_reply(
-            _connection, xcb_get_input_focus(_connection), nullptr));
+        std::free(
+            xcb_get_input_focus_reply(_connection, xcb_get_input_focus(_connection), nullptr));
     }
 
     xcb_connection_t *_connection;

@@ -1,10 +1,12 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // The item in the tray of a desktop that draws item and menu by itself: a scripted one, in a
 // process of its own.
-#include "TrayFixture.h"
 #include "support/Peer.h"
+#include "TrayFixture.h"
 
 #include <QApplication>
+#include <QDir>
+#include <QIcon>
 #include <QJsonArray>
 #include <QTest>
 
@@ -58,6 +60,40 @@ QStringList textsOf(const QJsonArray &rows)
     return texts;
 }
 
+/// The desktop's icon themes for as long as it lives, with our symbolic picture or without.
+class IconThemes {
+public:
+    explicit IconThemes(bool hasPicture)
+    {
+        const QDir folder(_folder.path());
+        folder.mkpath(u"hicolor/symbolic/apps"_s);
+        QFile index(folder.filePath(u"hicolor/index.theme"_s));
+        if (index.open(QIODevice::WriteOnly)) {
+            index.write("[Icon Theme]\nName=hicolor\nDirectories=symbolic/apps\n"
+                        "[symbolic/apps]\nSize=16\nMinSize=8\nMaxSize=512\nType=Scalable\n");
+        }
+        const auto picture = u"org.vellumhound.Vellumhound-symbolic.svg"_s;
+        if (hasPicture) {
+            QFile::copy(u":/tray/MenubarIcon.svg"_s,
+                folder.filePath(u"hicolor/symbolic/apps/"_s + picture));
+        }
+        QIcon::setThemeSearchPaths({folder.path()});
+        QIcon::setThemeName(u"hicolor"_s);
+    }
+    ~IconThemes()
+    {
+        QIcon::setThemeSearchPaths(_paths);
+        QIcon::setThemeName(_name);
+        qunsetenv("XDG_CURRENT_DESKTOP");
+    }
+    Q_DISABLE_COPY_MOVE(IconThemes)
+
+private:
+    QTemporaryDir _folder;
+    QStringList _paths = QIcon::themeSearchPaths();
+    QString _name = QIcon::themeName();
+};
+
 }  // namespace
 
 class tst_TrayItem : public QObject {
@@ -83,6 +119,36 @@ private Q_SLOTS:
         QVERIFY(fixture.item.isShown());
     }
 
+    void onlyATrayThatColoursPicturesIsGivenTheName_data()
+    {
+        QTest::addColumn<QByteArray>("desktop");
+        QTest::addColumn<bool>("isInstalled");
+        QTest::addColumn<QString>("name");
+        const auto picture = u"org.vellumhound.Vellumhound-symbolic"_s;
+        QTest::newRow("it does") << QByteArray("ubuntu:GNOME") << true << picture;
+        QTest::newRow("not installed") << QByteArray("ubuntu:GNOME") << false << QString();
+        QTest::newRow("it does not") << QByteArray("sway") << true << QString();
+    }
+    void onlyATrayThatColoursPicturesIsGivenTheName()
+    {
+        QFETCH(QByteArray, desktop);
+        QFETCH(bool, isInstalled);
+        QFETCH(QString, name);
+        const IconThemes themes(isInstalled);
+        qputenv("XDG_CURRENT_DESKTOP", desktop);
+        Peer tray;
+        QVERIFY(start(tray));
+        const TrayFixture fixture;
+        QTRY_COMPARE(noted(tray, u"registered"_s).size(), 1);
+
+        tray.tell("properties");
+
+        QTRY_COMPARE(noted(tray, u"properties"_s).size(), 1);
+        const auto properties = noted(tray, u"properties"_s).constFirst();
+        QCOMPARE(properties.value("IconName"_L1).toString(), name);
+        QVERIFY(!properties.value("IconPixmap"_L1).toArray().isEmpty());
+    }
+
     void theMenuHasItsRows()
     {
         Peer tray;
@@ -92,10 +158,9 @@ private Q_SLOTS:
 
         const auto rows = menuOf(tray);
 
-        QCOMPARE(textsOf(rows),
-            (QStringList{u"Open Vellumhound"_s, u"-"_s, u"Settings"_s, u"-"_s,
-                u"(Version 1.2.3 (45))"_s, u"(Check for Updates)"_s, u"About Vellumhound"_s, u"-"_s,
-                u"Quit"_s}));
+        QCOMPARE(textsOf(rows), (QStringList{u"Open Vellumhound"_s, u"-"_s, u"Settings"_s, u"-"_s,
+                                    u"(Version 1.2.3 (45))"_s, u"(Check for Updates)"_s,
+                                    u"About Vellumhound"_s, u"-"_s, u"Quit"_s}));
         const auto keyOf = [&](int row) { return rows.at(row).toObject().value("shortcut"_L1); };
         QCOMPARE(keyOf(0).toArray(), QJsonArray({QJsonArray({u"Control"_s, u"Space"_s})}));
         QCOMPARE(keyOf(2).toArray(), QJsonArray({QJsonArray({u"Super"_s, u","_s})}));

@@ -40,9 +40,9 @@ private:
 /// Without waiting for the pointer to move: it may stand there already.
 void point(const QPoint &place, const QStringList &action)
 {
-    QProcess::execute(u"xdotool"_s, QStringList{u"mousemove"_s,
-                                        QString::number(place.x()), QString::number(place.y())} +
-                                        action);
+    QProcess::execute(u"xdotool"_s,
+        QStringList{u"mousemove"_s, QString::number(place.x()), QString::number(place.y())} +
+            action);
 }
 
 /// The window that the toolkit has put into the tray; null while there is none.
@@ -69,8 +69,9 @@ class tst_TrayItemX11 : public QObject {
     std::unique_ptr<Tray> _tray;
     std::unique_ptr<TrayFixture> _fixture;
 
-    /// Where the item has come to rest: the tray moves and resizes what it takes in. Clicks `button`
-    /// there until `isDone`; the first click can come while the tray still arranges its items.
+    /// Where the item has come to rest: the tray moves and resizes what it takes in. Clicks
+    /// `button` there until `isDone`; the first click can come while the tray still arranges its
+    /// items.
     void clickItem(int button, const std::function<bool()> &isDone)
     {
         for (int attempt = 0; attempt < 10; ++attempt) {

@@ -15,7 +15,7 @@ import tempfile
 import unittest
 
 sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[1] / "support"))
-from desktop_session import DesktopSession, Program, missing_tools, wait_until  # noqa: E402,F401
+from desktop_session import PANEL_TITLE, DesktopSession, Program, missing_tools, wait_until  # noqa: E402,F401
 from sample_home import SampleHome  # noqa: E402
 
 options = argparse.Namespace(program=None, all_hot_keys=None, failures=None)
@@ -51,6 +51,8 @@ class DesktopCase(unittest.TestCase):
         self.addCleanup(shutil.rmtree, self.home.path, ignore_errors=True)
         self.session.move_pointer_away()
         wait_until(lambda: not self.session.is_service_there(), "the program of the test before has ended")
+        # It gives up its name first.
+        wait_until(lambda: not self.session.windows(PANEL_TITLE), "the panel of the test before is gone")
 
     def tearDown(self):
         for program in self.programs:

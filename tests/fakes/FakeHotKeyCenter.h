@@ -22,7 +22,7 @@ public:
         platform::HotKeyId id;
     };
 
-    bool isSupported() const override { return true; }
+    bool isSupported() const override { return isThere; }
     Registration registerHotKey(const platform::HotKeyRequest &request) override
     {
         const auto &[keyCode, modifiers, id, name] = request;
@@ -42,6 +42,16 @@ public:
                          : QStringLiteral("unregister #%1").arg(found->second.id.number));
         if (found != grabs.end())
             grabs.erase(found);
+    }
+    platform::HotKeyReport report(const QString &name) const override
+    {
+        return reports.value(name);
+    }
+    /// As the desktop would tell it, at any time.
+    void setReport(const QString &name, const platform::HotKeyReport &report)
+    {
+        reports.insert(name, report);
+        announceReports();
     }
     bool installEventHandler(EventHandler &newHandler) override
     {
@@ -95,6 +105,8 @@ public:
     QStringList names;                         // of the requests, in order
     QHash<std::pair<int, int>, int> refusals;  // key code and modifiers to status
     bool canInstall = true;
+    bool isThere = true;
+    QHash<QString, platform::HotKeyReport> reports;  // by name
     std::map<Handle, Grab> grabs;
     EventHandler *handler = nullptr;
     QSet<int> kinds;

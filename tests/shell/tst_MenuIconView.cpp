@@ -65,24 +65,23 @@ private Q_SLOTS:
         state.canOpenSettings = true;
         state.canCheckForUpdates = true;
 
-        QCOMPARE(dump(state),
-            (QStringList{u"Open Vellumhound"_s, u"-"_s, u"Settings"_s, u"-"_s,
-                u"(Version 1.2.3 (45))"_s, u"Check for Updates"_s, u"About Vellumhound"_s, u"-"_s,
-                u"Quit"_s}));
+        QCOMPARE(dump(state), (QStringList{u"Open Vellumhound"_s, u"-"_s, u"Settings"_s, u"-"_s,
+                                  u"(Version 1.2.3 (45))"_s, u"Check for Updates"_s,
+                                  u"About Vellumhound"_s, u"-"_s, u"Quit"_s}));
     }
 
     void whatTheProgramDoesNotHaveCannotBeChosen()
     {
-        QCOMPARE(dump(usualState()),
-            (QStringList{u"Open Vellumhound"_s, u"-"_s, u"(Settings)"_s, u"-"_s,
-                u"(Version 1.2.3 (45))"_s, u"(Check for Updates)"_s, u"(About Vellumhound)"_s,
-                u"-"_s, u"Quit"_s}));
+        QCOMPARE(
+            dump(usualState()), (QStringList{u"Open Vellumhound"_s, u"-"_s, u"(Settings)"_s, u"-"_s,
+                                    u"(Version 1.2.3 (45))"_s, u"(Check for Updates)"_s,
+                                    u"(About Vellumhound)"_s, u"-"_s, u"Quit"_s}));
     }
 
     void theVersionLineNeedsBothParts()
     {
-        for (const auto &bundle : {base::BundleInfo{u"1.2.3"_s, {}}, base::BundleInfo{{}, u"45"_s},
-                 base::BundleInfo{}}) {
+        for (const auto &bundle :
+            {base::BundleInfo{u"1.2.3"_s, {}}, base::BundleInfo{{}, u"45"_s}, base::BundleInfo{}}) {
             auto state = usualState();
             state.bundle = bundle;
 
@@ -153,9 +152,8 @@ private Q_SLOTS:
         for (const auto &row : describeMenu(usualState()))
             actions.perform(row.kind);
 
-        QCOMPARE(done,
-            (QStringList{u"present"_s, u"tab %1"_s.arg(int(SettingsTab::general)), u"check"_s,
-                u"tab %1"_s.arg(int(SettingsTab::about)), u"terminate"_s}));
+        QCOMPARE(done, (QStringList{u"present"_s, u"tab %1"_s.arg(int(SettingsTab::general)),
+                           u"check"_s, u"tab %1"_s.arg(int(SettingsTab::about)), u"terminate"_s}));
     }
 
     void aRowWithoutAnActionDoesNothing()
@@ -184,8 +182,7 @@ private Q_SLOTS:
         QVERIFY(!keys.perform(
             press(u"q"_s, base::ModifierFlags::command | base::ModifierFlags::shift)));
 
-        QCOMPARE(done,
-            (QStringList{u"tab %1"_s.arg(int(SettingsTab::general)), u"terminate"_s}));
+        QCOMPARE(done, (QStringList{u"tab %1"_s.arg(int(SettingsTab::general)), u"terminate"_s}));
     }
 
     void theKeyOfARowThatCanDoNothingGoesOn()
@@ -204,8 +201,9 @@ private Q_SLOTS:
     {
         QStringList done;
         keyboard::KeyEquivalents keys;
-        const auto button = keys.add({u"q"_s, base::KeyCode::unknown, base::ModifierFlags::command},
-            [] { return true; }, [&] { done.append(u"button"_s); });
+        const auto button = keys.add(
+            {u"q"_s, base::KeyCode::unknown, base::ModifierFlags::command}, [] { return true; },
+            [&] { done.append(u"button"_s); });
         const MenuActions actions{{}, {}, {}, [&] { done.append(u"terminate"_s); }};
         const MenuKeys menuKeys(keys, actions);
 

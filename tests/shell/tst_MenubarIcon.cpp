@@ -65,7 +65,8 @@ private Q_SLOTS:
         QCOMPARE(image.height(), qRound(22 * scale));
         const auto part = drawnPart(image);
         // The drawing leaves half a pixel of its grid above and below.
-        QVERIFY2(qAbs(part.height() - 17 * scale) <= scale, qPrintable(QString::number(part.height())));
+        QVERIFY2(
+            qAbs(part.height() - 17 * scale) <= scale, qPrintable(QString::number(part.height())));
         QVERIFY(qAbs(part.center().x() - image.width() / 2.0) <= 1);
         QVERIFY2(solidShare(image) > 0.6, qPrintable(QString::number(solidShare(image))));
     }

@@ -30,12 +30,12 @@ class tst_TrayMenu : public QObject {
 
     base::NotificationCenter _center;
     QStringList _events;
-    base::NotificationCenter::Token _begin =
-        _center.addObserver(QString::fromUtf16(base::Notifications::NSMenuDidBeginTrackingNotification),
-            nullptr, [this] { _events.append(u"begin"_s); });
-    base::NotificationCenter::Token _end =
-        _center.addObserver(QString::fromUtf16(base::Notifications::NSMenuDidEndTrackingNotification),
-            nullptr, [this] { _events.append(u"end"_s); });
+    base::NotificationCenter::Token _begin = _center.addObserver(
+        QString::fromUtf16(base::Notifications::NSMenuDidBeginTrackingNotification), nullptr,
+        [this] { _events.append(u"begin"_s); });
+    base::NotificationCenter::Token _end = _center.addObserver(
+        QString::fromUtf16(base::Notifications::NSMenuDidEndTrackingNotification), nullptr,
+        [this] { _events.append(u"end"_s); });
 
 private Q_SLOTS:
     void init() { _events.clear(); }

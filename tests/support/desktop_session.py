@@ -180,7 +180,13 @@ class DesktopSession:
     def places_by_class(self, name: str) -> list[tuple[int, int, int, int]]:
         """Where the windows of that class are, those without a title too: menus, and what is in a tray."""
         found = self._output("xdotool", "search", "--onlyvisible", "--class", f"^{name}$").split()
-        return [self.geometry(window) for window in found]
+        places = []
+        for window in found:
+            try:
+                places.append(self.geometry(window))
+            except KeyError:
+                pass  # it has gone since
+        return places
 
     def window_class(self, window: str) -> str:
         return self._output("xprop", "-id", window, "WM_CLASS").strip()

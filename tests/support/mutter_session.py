@@ -29,13 +29,27 @@ def missing_mutter_tools() -> list[str]:
     return tools + (["gir1.2-gtk-3.0"] if modules.returncode else [])
 
 
-class MutterSession(WaylandSession):
+class ToldByPrograms:
+    """Who has the keyboard, as the programs themselves tell, where a compositor tells nobody."""
+
+    _programs: tuple[Program, ...] = ()
+
+    def start_program(self, *arguments, **options) -> Program:
+        program = super().start_program(*arguments, **options)
+        self._programs = (*(other for other in self._programs if other.is_running), program)
+        return program
+
+    def active_window_title(self) -> str:
+        fields = [program.part("Search", "text") for program in self._programs if program.is_running]
+        return PANEL_TITLE if any(field and field.is_focused for field in fields) else ""
+
+
+class MutterSession(ToldByPrograms, WaylandSession):
     """mutter, with a keyboard and a pointer of ours."""
 
     def __init__(self, folder: pathlib.Path, screen: tuple[int, int] = (1280, 720)):
         super().__init__(folder, screen)
         self._remote: dbus.Interface | None = None
-        self._programs: list[Program] = []
 
     def stop(self) -> None:
         self._remote = None
@@ -71,19 +85,10 @@ class MutterSession(WaylandSession):
             return []
         return [PANEL_TITLE] if any(self._is_panel_shown(program) for program in self._programs) else []
 
-    def active_window_title(self) -> str:
-        fields = [program.part("Search", "text") for program in self._programs if program.is_running]
-        return PANEL_TITLE if any(field and field.is_focused for field in fields) else ""
-
     def picture(self, file: pathlib.Path, window: str | None = None, margin: int = 0) -> None:
-        raise OSError("mutter hands out no pictures")
+        """It hands out none."""
 
     # --- programs ---
-
-    def start_program(self, *arguments, **options) -> Program:
-        program = super().start_program(*arguments, **options)
-        self._programs = [other for other in self._programs if other.is_running] + [program]
-        return program
 
     def start_other_window(self) -> str:
         self._spawn("other", sys.executable, "-B", str(TOKEN_GIVER))

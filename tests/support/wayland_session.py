@@ -7,6 +7,7 @@ picture: it is light, and all else on these desktops is dark.
 from __future__ import annotations
 
 import contextlib
+import itertools
 import json
 import os
 import pathlib
@@ -52,9 +53,9 @@ class Picture:
     """The pixels of a part of the desktop."""
 
     def __init__(self, ppm: bytes):
-        kind, size, _depth, self._pixels = ppm.split(b"\n", 3)
-        if kind != b"P6":
-            raise ValueError("not a picture of grim's")
+        kind, size, largest, self._pixels = ppm.split(b"\n", 3)
+        if kind != b"P6" or largest != b"255":
+            raise ValueError("not a picture with three bytes a pixel")
         self.width, self.height = (int(number) for number in size.split())
 
     def is_light(self, x: int, y: int) -> bool:
@@ -93,7 +94,45 @@ def missing_wayland_tools() -> list[str]:
     return [tool for tool in ("sway", "swaymsg", "swaylock", "grim", "weston", "weston-terminal") if not shutil.which(tool)]
 
 
-class WaylandSession(DesktopSession):
+class DraggedByPicture:
+    """For a session that has `panel_rectangle`, `move_pointer`, `hold_button` and `let_button_go`."""
+
+    def drag_panel(self, handle: tuple[int, int], dx: int, dy: int) -> tuple[tuple[int, int], tuple[int, int]]:
+        """By the handle; gives the place of the panel's corner before and after the pointer moved by `dx` and `dy`.
+
+        How soon after the press the panel follows is for the program to say, so it is waited for in small steps.
+        """
+        start, steps = self.panel_rectangle(), itertools.count(1)
+        x, y = handle
+        self.move_pointer(x, y)
+        self.hold_button()
+
+        def does_follow() -> bool:
+            nonlocal x
+            x = handle[0] + next(steps)
+            self.move_pointer(x, y)
+            return self.panel_rectangle() != start
+
+        wait_until(does_follow, "the panel follows the pointer")
+        before = self._panel_at_rest()
+        self.move_pointer(x + dx, y + dy)
+        wait_until(lambda: self.panel_rectangle() != before, "the panel moves on")
+        after = self._panel_at_rest()
+        self.let_button_go()
+        return before[:2], after[:2]
+
+    def _panel_at_rest(self) -> tuple[int, int, int, int]:
+        seen = [None, None]
+
+        def is_at_rest() -> bool:
+            seen[:] = seen[1], self.panel_rectangle()
+            return seen[0] is not None and seen[0] == seen[1]
+
+        wait_until(is_at_rest, "the panel is where it was a moment ago")
+        return seen[1]
+
+
+class WaylandSession(DraggedByPicture, DesktopSession):
     """sway, with a keyboard and a pointer of ours; a second output is to the right of the first."""
 
     def __init__(self, folder: pathlib.Path, screen: tuple[int, int] = (1600, 900), has_two_outputs: bool = False,
@@ -159,12 +198,10 @@ class WaylandSession(DesktopSession):
         self._seat.button(True)
         self._seat.button(False)
 
-    def drag(self, *places: tuple[int, int]) -> None:
-        """Presses at the first place and lets go at the last."""
-        self.move_pointer(*places[0])
+    def hold_button(self) -> None:
         self._seat.button(True)
-        for place in places[1:]:
-            self.move_pointer(*place)
+
+    def let_button_go(self) -> None:
         self._seat.button(False)
 
     def move_pointer_away(self) -> None:
@@ -273,16 +310,17 @@ class WaylandSession(DesktopSession):
                    ("WAYLAND_DISPLAY", "DBUS_SESSION_BUS_ADDRESS", "DISPLAY", "SWAYSOCK") if name not in variables]
         user = ["setpriv", f"--reuid={NOBODY}", f"--regid={NOBODY}", "--clear-groups"] if self._is_root else []
         known = set(self._sockets())
-        process = self._spawn(command[0], "env", f"--chdir={self._shared}", *without,
+        name = pathlib.Path(command[0]).name
+        process = self._spawn(name, "env", f"--chdir={self._shared}", *without,
                               *(f"{name}={value}" for name, value in values.items()), *user, *command)
 
         def is_listening() -> bool:
             if process.poll() is not None:
-                log = (self.folder / f"{command[0]}.log").read_text(encoding="utf-8", errors="replace")
-                raise RuntimeError(f"{command[0]} does not start:\n{log[-2000:]}")
+                log = (self.folder / f"{name}.log").read_text(encoding="utf-8", errors="replace")
+                raise RuntimeError(f"{name} does not start:\n{log[-2000:]}")
             return bool(set(self._sockets()) - known)
 
-        wait_until(is_listening, f"{command[0]} listens")
+        wait_until(is_listening, f"{name} listens")
         self._socket = (set(self._sockets()) - known).pop()
 
     def _sockets(self) -> list[pathlib.Path]:
@@ -334,3 +372,7 @@ class PlainWaylandSession(WaylandSession):
 
     def move_pointer_away(self) -> None:
         """There is none."""
+
+    def windows(self, title: str) -> list[str]:
+        """Not told, and there are no pictures either."""
+        return []

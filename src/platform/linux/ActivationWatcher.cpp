@@ -5,13 +5,21 @@
 
 #include <QEvent>
 #include <QGuiApplication>
+#include <QTimer>
 #include <QWindow>
 
+#include <chrono>
 #include <utility>
 
 namespace vellumhound::platform {
 
 namespace {
+
+using namespace std::chrono_literals;
+
+/// How long a window system may take to give the keyboard to a panel that it has just taken it
+/// from.
+constexpr auto patience = 400ms;
 
 bool isPopup(const QWindow &window)
 {
@@ -48,9 +56,15 @@ void ActivationWatcher::onFocusWindowChanged(QWindow *window)
     if (isPopup(*window))
         return;
     if (window == _panel)
-        _handlers.keyboardGained();
+        onPanelGained();
     else
         _handlers.keyboardLost();
+}
+
+void ActivationWatcher::onPanelGained()
+{
+    _isFocusOfLastShowing = false;
+    _handlers.keyboardGained();
 }
 
 /// While the keyboard passes from one window to the next nobody has it, and when another program
@@ -68,7 +82,9 @@ void ActivationWatcher::scheduleInactiveCheck()
             if (showing != _showings || QGuiApplication::focusWindow() ||
                 QGuiApplication::applicationState() == Qt::ApplicationActive)
                 return;
-            if (!std::exchange(_isInactiveReported, true))
+            if (std::exchange(_isFocusOfLastShowing, false))
+                QTimer::singleShot(patience, this, &ActivationWatcher::scheduleInactiveCheck);
+            else if (!std::exchange(_isInactiveReported, true))
                 _handlers.applicationInactive();
         },
         Qt::QueuedConnection);
@@ -85,8 +101,14 @@ bool ActivationWatcher::nativeEventFilter(const QByteArray &eventType, void *mes
 
 bool ActivationWatcher::eventFilter(QObject *watched, QEvent *event)
 {
-    if (event->type() == QEvent::Show && watched == _panel)
+    if (event->type() == QEvent::Show && watched == _panel) {
         ++_showings;
+        // The window system has not told yet that the last showing has ended.
+        _isFocusOfLastShowing = QGuiApplication::focusWindow() == _panel;
+    }
+    // On Wayland the toolkit tells who has the keyboard a round trip late; a key is proof enough.
+    if (event->type() == QEvent::KeyPress && watched == _panel)
+        onPanelGained();
     if (event->type() == QEvent::Hide && watched->isWindowType() && watched != _panel &&
         !isPopup(*static_cast<QWindow *>(watched)) &&
         static_cast<QWindow *>(watched)->isTopLevel()) {

@@ -41,11 +41,13 @@ protected:
 
 private:
     void onFocusWindowChanged(QWindow *window);
+    void onPanelGained();
     void scheduleInactiveCheck();
 
     Handlers _handlers;
-    const QWindow *_panel = nullptr;  // compared, never followed
-    unsigned _showings = 0;           // of the panel
+    const QWindow *_panel = nullptr;     // compared, never followed
+    unsigned _showings = 0;              // of the panel
+    bool _isFocusOfLastShowing = false;  // its loss is still to be told and says nothing
     bool _isCheckScheduled = false;
     bool _isInactiveReported = false;
 };

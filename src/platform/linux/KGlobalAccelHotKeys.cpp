@@ -34,6 +34,9 @@ constexpr uint defaults = 8;  // they are those that the user gets back on reque
 /// No keyboard waits as long before it repeats a key: whoever presses after it presses anew, even
 /// if the release was lost.
 constexpr std::chrono::milliseconds longestRepeatPause{3000};
+/// Nobody presses one key twice as fast; the service on X11, which learns of releases by another
+/// road than of presses, may tell a release before the last repetitions.
+constexpr std::chrono::milliseconds quickestPresses{75};
 
 bool isError(const QDBusMessage &answer)
 {
@@ -173,6 +176,7 @@ void KGlobalAccelHotKeys::begin(Handle handle, Entry &entry)
     entry.defaultKeys.reset();
     entry.isSettled = false;
     entry.isDown = false;
+    entry.lastPress.reset();
     const auto action = actionOf(entry.request.name);
     ask(handle, entry, u"doRegister"_s, {action}, [](Entry &, const QDBusMessage &) {});
     ask(handle, entry, u"shortcut"_s, {action},
@@ -216,13 +220,14 @@ void KGlobalAccelHotKeys::setKey(Handle handle, Entry &entry, bool isForced)
         });
 }
 
-/// Some services refuse a key that somebody else has, others let the first one have it.
+/// Some services refuse a key that somebody else has, others let the first one have it. What they
+/// give may be written in another way than what was asked for.
 void KGlobalAccelHotKeys::findHolder(Handle handle, Entry &entry)
 {
     ask(handle, entry, u"getGlobalShortcutsByKey"_s, {entry.key},
         [=, this](Entry &current, const QDBusMessage &answer) {
             const auto holder = holderIn(answer);
-            if (holder.isEmpty() && current.keys->contains(current.key))
+            if (holder.isEmpty() && !withoutRefused(*current.keys).isEmpty())
                 settle(current);
             else
                 refuseTaken(handle, holder);
@@ -321,9 +326,10 @@ void KGlobalAccelHotKeys::beginAll()
 /// A service that ended is not started from here: the desktop does that if it wants it.
 void KGlobalAccelHotKeys::endAll()
 {
+    if (_entries.empty())
+        return;
     for (auto &[handle, entry] : _entries) {
         entry.conversation = 0;
-        entry.isDown = false;
         _reports.insert(entry.request.name,
             {HotKeyReport::State::waiting, HotKeyFacility::kGlobalAccel, {}, {}, {}});
     }
@@ -340,7 +346,8 @@ void KGlobalAccelHotKeys::onPressed(const QString &name, qlonglong time)
     const auto now = time != 0
                          ? Milliseconds(time)
                          : duration_cast<Milliseconds>(steady_clock::now().time_since_epoch());
-    const bool isRepeat = entry.isDown && now - entry.lastPress < longestRepeatPause;
+    const auto longest = entry.isDown ? longestRepeatPause : quickestPresses;
+    const bool isRepeat = entry.lastPress && now - *entry.lastPress < longest;
     entry.isDown = true;
     entry.lastPress = now;
     if (!isRepeat)

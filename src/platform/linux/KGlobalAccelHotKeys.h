@@ -63,7 +63,7 @@ private:
         std::optional<QList<int>> defaultKeys;
         bool isSettled = false;
         bool isDown = false;
-        Milliseconds lastPress{0};
+        std::optional<Milliseconds> lastPress;  // or repetition
     };
 
     // The conversation, in this order.

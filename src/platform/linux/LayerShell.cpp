@@ -127,7 +127,7 @@ bool LayerShell::eventFilter(QObject *watched, QEvent *event)
             QPlatformSurfaceEvent::SurfaceCreated)
             follow(window);
         else
-            release(window);
+            onSurfaceGoing(window);
         break;
     case QEvent::Expose:
         return window->isExposed() && !place(window);
@@ -231,6 +231,17 @@ void LayerShell::onClosed(QWindow *window)
         _handlers.closed();
     else
         window->close();
+}
+
+/// With its output the toolkit makes a window anew and shows it elsewhere. That the compositor took
+/// the panel away is heard by nobody then, as the role has ended.
+void LayerShell::onSurfaceGoing(QWindow *window)
+{
+    const bool isShownPanel = window == _panel && _placed.contains(window) && window->isVisible();
+    release(window);
+    if (isShownPanel && _handlers.closed)
+        QMetaObject::invokeMethod(
+            this, [this] { _handlers.closed(); }, Qt::QueuedConnection);
 }
 
 /// Ends the roles of `window` and of what stands on it, which goes with it.

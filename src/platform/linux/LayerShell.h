@@ -78,6 +78,7 @@ private:
     bool place(QWindow *window);
     Placed makeLayer(QWindow *window, Place place, wl_surface *surface);
     Placed makePopup(QWindow *window, wl_surface *surface);
+    void onSurfaceGoing(QWindow *window);
     void release(QWindow *window);
     void onConfigured(QWindow *window);
     void onClosed(QWindow *window);

@@ -80,8 +80,8 @@ TrayHost::~TrayHost() = default;
 
 void TrayHost::followWatcher()
 {
-    auto *watcher = new QDBusServiceWatcher(
-        watcherName, _bus, QDBusServiceWatcher::WatchForOwnerChange, this);
+    auto *watcher =
+        new QDBusServiceWatcher(watcherName, _bus, QDBusServiceWatcher::WatchForOwnerChange, this);
     connect(watcher, &QDBusServiceWatcher::serviceRegistered, this, &TrayHost::askForHost);
     connect(watcher, &QDBusServiceWatcher::serviceUnregistered, this, [this] {
         ++_question;
@@ -98,24 +98,22 @@ void TrayHost::askForHost()
     if (_kind != Kind::none)
         return;
     _isWatcherThere = true;  // as long as nothing says otherwise, so that the X11 tray waits
-    auto message =
-        QDBusMessage::createMethodCall(watcherName, watcherPath, properties, u"Get"_s);
+    auto message = QDBusMessage::createMethodCall(watcherName, watcherPath, properties, u"Get"_s);
     message << watcherInterface << hostProperty;
     // Nobody is started for this: a desktop that wants the watcher starts it.
     message.setAutoStartService(false);
     auto *call = new QDBusPendingCallWatcher(_bus.asyncCall(message), this);
-    connect(call, &QDBusPendingCallWatcher::finished, this,
-        [this, call, question = ++_question] {
-            call->deleteLater();
-            if (question != _question)
-                return;
-            const QDBusPendingReply<QDBusVariant> reply(*call);
-            _isWatcherThere = !reply.isError();
-            if (reply.isValid() && reply.value().variant().toBool())
-                settle(Kind::statusNotifier);
-            else
-                lookForX11Tray();
-        });
+    connect(call, &QDBusPendingCallWatcher::finished, this, [this, call, question = ++_question] {
+        call->deleteLater();
+        if (question != _question)
+            return;
+        const QDBusPendingReply<QDBusVariant> reply(*call);
+        _isWatcherThere = !reply.isError();
+        if (reply.isValid() && reply.value().variant().toBool())
+            settle(Kind::statusNotifier);
+        else
+            lookForX11Tray();
+    });
 }
 
 void TrayHost::followX11Tray()
@@ -154,8 +152,8 @@ void TrayHost::readColors()
         // Changes of the property shall be told. The window is not ours: the toolkit may listen to
         // it as well, on the same connection, so its choice of events is kept.
         const std::unique_ptr<xcb_get_window_attributes_reply_t, Free> attributes(
-            xcb_get_window_attributes_reply(_atoms->connection,
-                xcb_get_window_attributes(_atoms->connection, _tray), nullptr));
+            xcb_get_window_attributes_reply(
+                _atoms->connection, xcb_get_window_attributes(_atoms->connection, _tray), nullptr));
         if (attributes) {
             const std::uint32_t events =
                 attributes->your_event_mask | XCB_EVENT_MASK_PROPERTY_CHANGE;
@@ -199,8 +197,7 @@ bool TrayHost::nativeEventFilter(const QByteArray &type, void *message, qintptr 
     switch (event->response_type & ~0x80) {
     case XCB_CLIENT_MESSAGE: {
         const auto *announced = reinterpret_cast<const xcb_client_message_event_t *>(event);
-        if (announced->type == _atoms->manager &&
-            announced->data.data32[1] == _atoms->selection)
+        if (announced->type == _atoms->manager && announced->data.data32[1] == _atoms->selection)
             lookForX11Tray();
         break;
     }

@@ -86,7 +86,8 @@ public:
 
     int run(const StartRequest &request)
     {
-        bindHotKeys(request.hotKeys, _services.shortcuts, _services.notificationCenter, _delegate);
+        bindHotKeys(
+            request.hotKeys, _services.hotKeys.tables(), _services.notificationCenter, _delegate);
         _services.queue.post([this, isByPerson = request.isByPerson] {
             _delegate.launcher();
             _delegate.applicationDidFinishLaunching();
@@ -121,7 +122,7 @@ private:
         MenuState state;
         state.launchShortcut =
             keyboard::GlobalShortcut{keyboard::GlobalShortcut::launchVellumhound()}.keyShortcut(
-                _services.shortcuts);
+                _services.hotKeys.tables());
         state.bundle = base::mainBundle();
         return state;
     }

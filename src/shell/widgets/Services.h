@@ -9,17 +9,15 @@
 #include "index/FileIndex.h"
 #include "index/IndexQuery.h"
 #include "keyboard/KeyboardMonitor.h"
-#include "keyboard/KeyboardShortcuts/Tables.h"
 #include "keyboard/KeyEquivalents.h"
 #include "platform/Clock.h"
-#include "platform/HotKeyCenter.h"
 #include "platform/linux/DesktopPowerState.h"
 #include "platform/linux/GioWorkspace.h"
 #include "platform/linux/KeyTranslator.h"
-#include "platform/linux/XkbKeyCharacters.h"
 #include "platform/PreviewPanel.h"
 #include "preview/PreviewPanelManager.h"
 #include "settings/AppSettings.h"
+#include "shell/widgets/HotKeys.h"
 #include "shell/widgets/MenuTracking.h"
 #include "shell/widgets/PanelKeyFilter.h"
 #include "store/PersistenceController.h"
@@ -64,9 +62,7 @@ struct Services {
     PanelKeyFilter keyFilter{keyTranslator, keyEquivalents};
     keyboard::KeyboardMonitor keyboardMonitor{keyFilter, queue};
 
-    platform::XkbKeyCharacters keyCharacters;
-    std::unique_ptr<platform::HotKeyCenter> hotKeyCenter;
-    keyboard::KeyboardShortcuts::Tables shortcuts;
+    HotKeys hotKeys;
     MenuTracking menuTracking{notificationCenter};
 
 private:

@@ -85,6 +85,10 @@ TrayMenu::TrayMenu(base::NotificationCenter &notificationCenter)
 {
     setObjectName(u"TrayMenu"_s);
     setAccessibleName(u"Vellumhound"_s);
+    // Some styles draw what cannot be chosen twice, as if etched, which on dark reads badly.
+    QPalette plain;
+    plain.setColor(QPalette::Disabled, QPalette::Light, Qt::transparent);
+    setPalette(plain);
 }
 
 TrayMenu::~TrayMenu()
