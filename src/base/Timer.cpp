@@ -14,6 +14,9 @@ public:
     QtWait(std::chrono::milliseconds delay, std::function<void()> block)
     {
         _timer.setSingleShot(true);
+        // A twentieth of the delay, as coarse timers have it, is more than the panel takes to
+        // appear.
+        _timer.setTimerType(Qt::PreciseTimer);
         _timer.callOnTimeout([block = std::move(block)] {
             auto kept = block;  // the block may destroy this wait
             kept();

@@ -29,6 +29,17 @@ const Name &GlobalShortcut::browseFinderWindows()
     return name;
 }
 
+QString GlobalShortcut::label(const QString &rawValue)
+{
+    if (rawValue == launchVellumhound().rawValue)
+        return u"Open Vellumhound"_s;
+    if (rawValue == loadSelectedFilesFromFinder().rawValue)
+        return u"Show the files selected in the file manager"_s;
+    if (rawValue == browseFinderWindows().rawValue)
+        return u"Show the folders open in the file manager"_s;
+    return {};
+}
+
 void GlobalShortcut::createNames(KeyboardShortcuts::Tables &tables)
 {
     for (const auto *name :

@@ -19,6 +19,10 @@ struct GlobalShortcut {
     /// Loads the folders of the file manager's windows into the panel; Option and F.
     static const KeyboardShortcuts::Name &browseFinderWindows();
 
+    /// What the hot key of that name does, as the desktop's own lists of hot keys show it; empty
+    /// for a name that is none of the three.
+    static QString label(const QString &rawValue);
+
     /// Brings the three names into being, in the order above. Before any action is bound to them.
     static void createNames(KeyboardShortcuts::Tables &tables);
 

@@ -1,18 +1,24 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // A window with recorders over real hot keys, for test_recorder.py. Tells on standard output, one
 // line each, what a user would notice without seeing it: "ready", "hot key NAME", "bell",
-// "recording yes", "recording no", "told FIELD SHORTCUT", "window got KEY", "button".
+// "recording yes", "recording no", "told FIELD SHORTCUT", "window got KEY", "button", and "server
+// pressed CODE" for each press that the X server tells us, by whatever road, repeats included.
 //
 //   RecorderWindow [--dark] [--scale F] [--sandboxed] [--menu TITLE KEY MASK]…
 //                  [--system KEYCODE MODIFIERS]… [--held KEYCODE MODIFIERS HOLDER]…
+//                  [--ask-desktop]
+//
+// With --ask-desktop it is the real desktop that says which keys are spoken for.
 #include "fakes/FakeSystemShortcuts.h"
 #include "keyboard/KeyboardShortcuts/KeyNames.h"
 #include "keyboard/KeyboardShortcuts/widgets/LocalEventFilter.h"
 #include "keyboard/KeyboardShortcuts/widgets/Recorder.h"
+#include "platform/linux/DesktopShortcuts.h"
 #include "platform/linux/KeyTranslator.h"
 #include "platform/linux/X11HotKeys.h"
 #include "platform/linux/XkbKeyCharacters.h"
 
+#include <QAbstractNativeEventFilter>
 #include <QApplication>
 #include <QKeyEvent>
 #include <QPushButton>
@@ -20,6 +26,7 @@
 #include <QVBoxLayout>
 
 #include <cstdio>
+#include <xcb/xcb.h>
 
 using namespace vellumhound;
 using namespace vellumhound::keyboard::KeyboardShortcuts;
@@ -43,6 +50,7 @@ public:
 struct Options {
     bool isDark = false;
     bool isSandboxed = false;
+    bool isDesktopAsked = false;
     double scale = 1;
     WrittenMenu menu;
     fakes::FakeSystemShortcuts system;
@@ -58,6 +66,8 @@ struct Options {
                 isDark = true;
             } else if (word == u"--sandboxed"_s) {
                 isSandboxed = true;
+            } else if (word == u"--ask-desktop"_s) {
+                isDesktopAsked = true;
             } else if (word == u"--scale"_s) {
                 scale = next().toDouble();
             } else if (word == u"--menu"_s) {
@@ -73,6 +83,17 @@ struct Options {
                 system.held.append({keyCode, modifiers, true, next()});
             }
         }
+    }
+};
+
+class PressProbe final : public QAbstractNativeEventFilter {
+public:
+    bool nativeEventFilter(const QByteArray &eventType, void *message, qintptr *) override
+    {
+        const auto *event = static_cast<const xcb_key_press_event_t *>(message);
+        if (eventType == "xcb_generic_event_t" && (event->response_type & 0x7F) == XCB_KEY_PRESS)
+            say(u"server pressed %1"_s.arg(event->detail));
+        return false;
     }
 };
 
@@ -100,6 +121,8 @@ int main(int argumentCount, char **arguments)
     platform::KeyTranslator translator;
     platform::XkbKeyCharacters characters;
     platform::X11HotKeys hotKeys;
+    PressProbe probe;  // behind the hot keys, so that it sees each press before them
+    application.installNativeEventFilter(&probe);
     Tables tables({defaults, notifications, hotKeys, nullptr, characters});
     const auto first = tables.createName(u"launchVellumhound"_s, Shortcut(Key::space, 0x40000));
     const auto second = tables.createName(u"browseFinderWindows"_s);
@@ -111,9 +134,14 @@ int main(int argumentCount, char **arguments)
             say(info.value(u"isActive"_s).toBool() ? u"recording yes"_s : u"recording no"_s);
         });
 
+    const platform::NullDesktopSession session;
+    const platform::DesktopShortcuts desktop(session, characters, QDBusConnection::sessionBus());
+    const platform::SystemShortcuts &system =
+        options.isDesktopAsked ? static_cast<const platform::SystemShortcuts &>(desktop)
+                               : options.system;
     LocalEventFilter events(translator);
     const RecorderCocoa::Environment environment{tables, notifications, mainQueue, events,
-        characters, options.menu, options.system, [&] { return options.isSandboxed; }};
+        characters, options.menu, system, [&] { return options.isSandboxed; }};
     Window window;
     window.setWindowTitle(u"Recorders"_s);
     auto *layout = new QVBoxLayout(&window);

@@ -3,8 +3,10 @@
 """The hot keys, pressed in another program's window, under several window managers."""
 import json
 import pathlib
+import shutil
 import subprocess
 import sys
+import unittest
 
 import desktop_case
 from desktop_case import DesktopCase, wait_until
@@ -235,14 +237,23 @@ class TestHotKeys(HotKeyCase):
                 self.put_away(program)
 
 
-class TestHotKeysUnderXfwm4(HotKeyCase):
-    window_manager = "xfwm4"
+class EveryWindowManager:
+    """What has to be so whatever the window manager holds of programs that take the keyboard."""
 
     test_the_key_brings_up_the_panel_from_another_programs_window = (
         TestHotKeys.test_the_key_brings_up_the_panel_from_another_programs_window)
     test_the_key_does_so_again_and_again = TestHotKeys.test_the_key_does_so_again_and_again
     test_a_held_key_shows_the_panel_and_types_nothing = TestHotKeys.test_a_held_key_shows_the_panel_and_types_nothing
     test_all_three_keys_bring_up_the_panel = TestHotKeys.test_all_three_keys_bring_up_the_panel
+
+
+class TestHotKeysUnderXfwm4(EveryWindowManager, HotKeyCase):
+    window_manager = "xfwm4"
+
+
+@unittest.skipUnless(shutil.which("kwin_x11"), "missing: kwin_x11")  # style: a window manager is not there
+class TestHotKeysUnderKWin(EveryWindowManager, HotKeyCase):
+    window_manager = "kwin_x11"
 
 
 class TestAnotherProgramsMenu(HotKeyCase):

@@ -20,7 +20,9 @@ struct MenuItem {
     QList<MenuItem> submenu;
 };
 
-/// The application's own menu, whose keys act while the program has the keyboard. Main thread.
+/// The application's own menu, whose keys act while the program has the keyboard. An item that only
+/// shows the hot key of a name has no key here, or that hot key could not be recorded again. Main
+/// thread.
 class MainMenu {
 public:
     virtual ~MainMenu() = default;

@@ -9,7 +9,9 @@
 
 namespace vellumhound::platform {
 
-Q_LOGGING_CATEGORY(log, "vellumhound.platform.hotkeys")
+namespace {
+Q_LOGGING_CATEGORY(log, "vellumhound.platform")
+}
 
 using Presence = HotKeyBackend::Presence;
 

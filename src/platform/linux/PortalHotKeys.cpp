@@ -13,9 +13,9 @@ namespace vellumhound::platform {
 
 using namespace Qt::StringLiterals;
 
-Q_LOGGING_CATEGORY(log, "vellumhound.platform.portal")
-
 namespace {
+
+Q_LOGGING_CATEGORY(log, "vellumhound.platform")
 
 /// More would be a storm of questions on the user's screen.
 constexpr int mostAttempts = 3;

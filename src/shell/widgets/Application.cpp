@@ -2,6 +2,7 @@
 #include "shell/widgets/Application.h"
 
 #include "base/widgets/Symbols.h"
+#include "keyboard/GlobalShortcut.h"
 #include "platform/linux/DesktopAppearance.h"
 #include "platform/linux/LayerShell.h"
 #include "platform/linux/SingleInstance.h"
@@ -40,6 +41,19 @@ void reportFatalError(const base::Error &error)
     box.exec();
 }
 
+struct StartRequest {
+    BoundHotKeys hotKeys = BoundHotKeys::launcher;
+    bool isByPerson = false;  ///< who started us left us the focus: the panel is to be shown
+};
+
+/// What starts programs by a person's act lets them take the focus; what does so at login has no
+/// focus to give.
+bool isStartedByPerson()
+{
+    return qEnvironmentVariableIsSet("XDG_ACTIVATION_TOKEN") ||
+           qEnvironmentVariableIsSet("DESKTOP_STARTUP_ID");
+}
+
 /// The running program: the services, the delegate over them, and the ways in from outside.
 class Application {
 public:
@@ -59,8 +73,8 @@ public:
               })
         , _instance(handlers())
         , _trayHost(QDBusConnection::sessionBus(), _services.timer)
-        , _tray({_services.settings, _services.notificationCenter, _trayHost, menuState,
-              _menuActions})
+        , _tray({_services.settings, _services.notificationCenter, _trayHost,
+              [this] { return menuState(); }, _menuActions})
     {
         _tray.setAppearance(_appearance.current());
     }
@@ -70,12 +84,14 @@ public:
         return _instance.claim(QDBusConnection::sessionBus());
     }
 
-    int run(BoundHotKeys hotKeys)
+    int run(const StartRequest &request)
     {
-        bindHotKeys(hotKeys, _services.shortcuts, _services.notificationCenter, _delegate);
-        _services.queue.post([this] {
+        bindHotKeys(request.hotKeys, _services.shortcuts, _services.notificationCenter, _delegate);
+        _services.queue.post([this, isByPerson = request.isByPerson] {
             _delegate.launcher();
             _delegate.applicationDidFinishLaunching();
+            if (isByPerson)
+                _delegate.applicationShouldHandleReopen();
         });
         return QApplication::exec();
     }
@@ -100,9 +116,12 @@ private:
         return handlers;
     }
 
-    static MenuState menuState()
+    MenuState menuState()
     {
         MenuState state;
+        state.launchShortcut =
+            keyboard::GlobalShortcut{keyboard::GlobalShortcut::launchVellumhound()}.keyShortcut(
+                _services.shortcuts);
         state.bundle = base::mainBundle();
         return state;
     }
@@ -126,6 +145,7 @@ int runApplication(int &argc, char **argv, BoundHotKeys hotKeys)
 {
     if (platform::SingleInstance::handOver())
         return 0;
+    const StartRequest request{hotKeys, isStartedByPerson()};
     platform::LayerShell::prepare();
     QGuiApplication::setDesktopFileName(u"org.vellumhound.Vellumhound"_s);
     QApplication application(argc, argv);
@@ -146,7 +166,7 @@ int runApplication(int &argc, char **argv, BoundHotKeys hotKeys)
         platform::SingleInstance::handOver();
         return 0;
     }
-    return running.run(hotKeys);
+    return running.run(request);
 }
 
 }  // namespace vellumhound::shell

@@ -8,7 +8,8 @@ namespace vellumhound::shell {
 /// Runs the program to its end; the result is its exit code. A second start hands over to the
 /// running one and ends with 0. A store that does not load ends it with 1.
 ///
-/// The first start waits in the background for a hot key or a call; nothing is shown.
+/// The first start waits in the background for a hot key or a call, unless a person's act started
+/// it: then it shows the panel.
 int runApplication(int &argc, char **argv, BoundHotKeys hotKeys = BoundHotKeys::launcher);
 
 }  // namespace vellumhound::shell

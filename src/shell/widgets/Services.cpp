@@ -2,11 +2,16 @@
 #include "shell/widgets/Services.h"
 
 #include "index/DesktopEntries.h"
+#include "keyboard/GlobalShortcut.h"
 #include "platform/linux/Activation.h"
+#include "platform/linux/DesktopHotKeys.h"
+#include "platform/linux/KGlobalAccelHotKeys.h"
 #include "platform/linux/LinuxFileSystem.h"
+#include "platform/linux/PortalHotKeys.h"
 #include "platform/linux/X11HotKeys.h"
 
 #include <QDBusConnection>
+#include <QGuiApplication>
 #include <QLocale>
 #include <QProcessEnvironment>
 #include <QStandardPaths>
@@ -66,12 +71,22 @@ QByteArrayList ownVariables()
     return names;
 }
 
-std::unique_ptr<platform::HotKeyCenter> makeHotKeyCenter()
+std::unique_ptr<platform::HotKeyCenter> makeHotKeyCenter(
+    const platform::KeyCharacters &keyCharacters)
 {
-    auto x11 = std::make_unique<platform::X11HotKeys>();
-    if (x11->isSupported())
+    if (auto x11 = std::make_unique<platform::X11HotKeys>(); x11->isSupported())
         return x11;
-    return std::make_unique<platform::NullHotKeyCenter>();
+    const platform::HotKeyLabels labels = keyboard::GlobalShortcut::label;
+    std::vector<std::unique_ptr<platform::HotKeyBackend>> backends;
+    platform::KGlobalAccelHotKeys::Options options;
+    options.isPartOfCompositor = true;
+    backends.push_back(std::make_unique<platform::KGlobalAccelHotKeys>(
+        QDBusConnection::sessionBus(), keyCharacters, labels, options));
+    // The portal learns who we are before the first call on a connection, so it has one of its own.
+    backends.push_back(std::make_unique<platform::PortalHotKeys>(
+        QDBusConnection::connectToBus(QDBusConnection::SessionBus, u"hot keys"_s),
+        QGuiApplication::desktopFileName(), labels, keyCharacters));
+    return std::make_unique<platform::DesktopHotKeys>(std::move(backends));
 }
 
 }  // namespace
@@ -83,7 +98,7 @@ Services::Services(std::unique_ptr<store::PersistenceController> loadedStore)
     , fileSystem(std::make_shared<platform::LinuxFileSystem>(applicationName()))
     , workspace(background, timer, QDBusConnection::sessionBus(), applicationName())
     , fileSearchService({queue, background, notificationCenter, query, fileSystem, userDefaults})
-    , hotKeyCenter(makeHotKeyCenter())
+    , hotKeyCenter(makeHotKeyCenter(keyCharacters))
     , shortcuts({userDefaults, notificationCenter, *hotKeyCenter, nullptr, keyCharacters})
 {
     workspace.setTokenSource(platform::makeStartupId);

@@ -87,7 +87,7 @@ void *RecorderAccessible::interface_cast(QAccessible::InterfaceType type)
 
 QString RecorderAccessible::text(QAccessible::Text text) const
 {
-    const auto shown = recorder().text();
+    auto shown = recorder().text();
     if (text == QAccessible::Value)
         return shown;
     if (text != QAccessible::Description)

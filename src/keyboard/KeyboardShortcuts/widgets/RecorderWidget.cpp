@@ -349,7 +349,7 @@ void RecorderWidget::paintEvent(QPaintEvent *)
     const auto colors = _theme.palette();
     const bool isFocused = hasFocus();
     const double width = isFocused ? metrics::focusLine : metrics::line;
-    const auto edge = _theme.isDark ? QColor(255, 255, 255, 48) : QColor(0, 0, 0, 41);
+    const auto edge = _theme.isDark ? QColor(255, 255, 255, 60) : QColor(0, 0, 0, 41);
     painter.setPen(QPen(isFocused ? _theme.accent : edge, width));
     painter.setBrush(colors.color(QPalette::Base));
     painter.drawRoundedRect(QRectF(rect()).adjusted(width / 2, width / 2, -width / 2, -width / 2),
