@@ -133,8 +133,8 @@ class TestTray(DesktopCase):
         tray.wait_for_item()
         self.assertEqual(tray.menu()[0].get("shortcut"), [["Control", "Space"]])
 
-        self.home.set_setting("KeyboardShortcuts_launchVellumhound", {"carbonKeyCode": 49, "carbonModifiers": 2304})
-        wait_until(lambda: tray.menu()[0].get("shortcut") == [["Alt", "Super", "Space"]], "the menu shows the new key")
+        self.home.set_setting("KeyboardShortcuts_launchVellumhound", {"carbonKeyCode": 49, "carbonModifiers": 2048})
+        wait_until(lambda: tray.menu()[0].get("shortcut") == [["Alt", "Space"]], "the menu shows the new key")
         self.home.set_setting("KeyboardShortcuts_launchVellumhound", False)
 
         wait_until(lambda: "shortcut" not in tray.menu()[0], "the menu shows no key")
