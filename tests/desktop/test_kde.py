@@ -81,6 +81,23 @@ class TestPanelOnKWin(DesktopCase):
 
             program.present()
 
+    def test_the_hot_key_brings_up_the_panel_again_and_again(self):
+        program = self.start()
+        wait_until(self.session.is_service_there, "the program is on the bus")
+        # KDE's service is asked without waiting for it: nothing tells when it has taken the key.
+        self.press_until_shown(program)
+        self.session.type("report")
+        program.wait_for_box("report")
+        self.press_beside(program)
+
+        self.press_until_shown(program)
+
+        self.assertNotIn("Error registering hotkey", program.output)
+
+    def press_until_shown(self, program: Program) -> None:
+        wait_until(lambda: (self.session.keys("ctrl+space"), program.is_panel_visible)[-1], "the panel is shown")
+        program.wait_for_panel()
+
     def press_beside(self, program: Program) -> None:
         self.session.click(*BESIDE_PANEL)
         program.wait_until_hidden()

@@ -127,6 +127,18 @@ class TestTray(DesktopCase):
         self.assertEqual(program.wait_for_end(), 0)
         wait_until(lambda: tray.noted("gone"), "the item is gone")
 
+    def test_the_menu_shows_the_shortcut_that_is_stored(self):
+        tray = self.start_tray()
+        self.start_and_present()
+        tray.wait_for_item()
+        self.assertEqual(tray.menu()[0].get("shortcut"), [["Control", "Space"]])
+
+        self.home.set_setting("KeyboardShortcuts_launchVellumhound", {"carbonKeyCode": 49, "carbonModifiers": 2048})
+        wait_until(lambda: tray.menu()[0].get("shortcut") == [["Alt", "Space"]], "the menu shows the new key")
+        self.home.set_setting("KeyboardShortcuts_launchVellumhound", False)
+
+        wait_until(lambda: "shortcut" not in tray.menu()[0], "the menu shows no key")
+
     def test_a_click_on_the_item_presents_the_panel(self):
         tray = self.start_tray()
         program = self.start_and_present()
