@@ -31,7 +31,7 @@ class WaylandHotKeyCase(DesktopCase):
 @unittest.skipIf(MISSING, f"missing: {' '.join(MISSING)}")  # style: a compositor is not there
 class TestKeyOfTheCompositor(WaylandHotKeyCase):
     def test_a_key_that_starts_the_program_shows_the_panel_of_the_one_that_runs(self):
-        program = self.start()
+        program = self.start(**self.session.control())
         wait_until(self.session.is_service_there, "the program is on the bus")
         wait_until(lambda: "bindsym Ctrl+space exec" in program.errors, "the log tells what to do")
         line = next(line for line in program.errors.splitlines() if "bindsym Ctrl+space exec" in line)
@@ -55,8 +55,9 @@ class TestKeyOfThePortal(WaylandHotKeyCase):
         self.assertEqual(self.portal.stdout.readline(), "ready\n")
 
     def end_portal(self) -> None:
-        self.portal.stdin.close()
+        self.portal.kill()  # it knows no end of its own
         self.portal.wait(20)
+        self.portal.stdin.close()
         self.portal.stdout.close()
 
     def tell(self, line: str) -> None:

@@ -56,6 +56,8 @@ void DesktopHotKeys::choose()
         qCInfo(log) << "the desktop has no way to hot keys; they are kept for one that comes";
     if (best != _current)
         moveTo(best);
+    else
+        announceReports();  // what is still hoped for differs
 }
 
 void DesktopHotKeys::moveTo(HotKeyBackend *backend)

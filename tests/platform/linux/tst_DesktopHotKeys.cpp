@@ -169,6 +169,17 @@ private Q_SLOTS:
         QCOMPARE(_other->calls, QStringList{u"register show"_s});
     }
 
+    void thatNoneIsThereIsAnnounced()
+    {
+        make(Presence::unknown, Presence::absent);
+        bool isSupported = true;
+        _center->setReportObserver([&] { isSupported = _center->isSupported(); });
+
+        _best->setPresence(Presence::absent);
+
+        QVERIFY(!isSupported);
+    }
+
     void requestsSurviveThatNoneIsThereForAWhile()
     {
         make(Presence::present, Presence::absent);
