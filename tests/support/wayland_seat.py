@@ -16,7 +16,7 @@ import time
 # The codes of the keys that the tests press, as in linux/input-event-codes.h.
 KEY_ROWS = {16: "qwertyuiop", 30: "asdfghjkl", 44: "zxcvbnm", 2: "1234567890"}
 KEY_CODES = {char: first + place for first, row in KEY_ROWS.items() for place, char in enumerate(row)}
-KEY_CODES |= {" ": 57, "-": 12, "/": 53, ".": 52, "Escape": 1, "BackSpace": 14, "Tab": 15, "Return": 28, "Up": 103,
+KEY_CODES |= {" ": 57, "space": 57, "-": 12, "/": 53, ".": 52, "Escape": 1, "BackSpace": 14, "Tab": 15, "Return": 28, "Up": 103,
               "Left": 105, "Right": 106, "Down": 108, "F1": 59, "F2": 60, "F4": 62}
 # Code of the key, and its bit among the modifiers of every usual layout.
 MODIFIERS = {"shift": (42, 1), "ctrl": (29, 4), "alt": (56, 8), "super": (125, 64)}

@@ -173,7 +173,7 @@ private Q_SLOTS:
     {
         make(Presence::unknown, Presence::absent);
         bool isSupported = true;
-        _center->setReportObserver([&] { isSupported = _center->isSupported(); });
+        _keys->setReportObserver([&] { isSupported = _keys->isSupported(); });
 
         _best->setPresence(Presence::absent);
 
