@@ -177,6 +177,10 @@ class WaylandSession(DraggedByPicture, DesktopSession):
         """What swaymsg has to know to reach the compositor."""
         return {"SWAYSOCK": str(self._control)} if self._control else {}
 
+    def shared_file(self, name: str) -> pathlib.Path:
+        """Where the compositor may write."""
+        return self._shared / name
+
     # --- what a user does ---
 
     def keys(self, *names: str) -> None:
