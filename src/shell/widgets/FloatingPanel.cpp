@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "shell/widgets/FloatingPanel.h"
 
-#include "platform/linux/X11Desktop.h"
+#include "platform/linux/x11/X11Desktop.h"
 
 #include <QBitmap>
 #include <QCloseEvent>

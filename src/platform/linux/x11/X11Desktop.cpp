@@ -1,0 +1,169 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "platform/linux/x11/X11Desktop.h"
+
+#include "platform/linux/x11/X11Connection.h"
+
+#include <QCursor>
+#include <QGuiApplication>
+#include <QScreen>
+
+#include <array>
+#include <cstdlib>
+#include <cstring>
+#include <memory>
+#include <string_view>
+#include <xcb/xcb.h>
+
+namespace vellumhound::platform {
+
+namespace {
+
+struct Free {
+    void operator()(void *memory) const { std::free(memory); }
+};
+template <class T> using Reply = std::unique_ptr<T, Free>;
+
+xcb_window_t rootWindow(xcb_connection_t *connection)
+{
+    return xcb_setup_roots_iterator(xcb_get_setup(connection)).data->root;
+}
+
+xcb_atom_t atom(xcb_connection_t *connection, std::string_view name)
+{
+    const Reply<xcb_intern_atom_reply_t> reply(xcb_intern_atom_reply(connection,
+        xcb_intern_atom(connection, 0, std::uint16_t(name.size()), name.data()), nullptr));
+    return reply ? reply->atom : xcb_atom_t(XCB_ATOM_NONE);
+}
+
+/// Atoms never change while the server runs, and neither does our connection to it.
+xcb_atom_t activeWindowAtom(xcb_connection_t *connection)
+{
+    static const auto value = atom(connection, "_NET_ACTIVE_WINDOW");
+    return value;
+}
+
+xcb_atom_t stateAtom(xcb_connection_t *connection)
+{
+    static const auto value = atom(connection, "_NET_WM_STATE");
+    return value;
+}
+
+const std::array<xcb_atom_t, 3> &panelStates(xcb_connection_t *connection)
+{
+    static const std::array values{atom(connection, "_NET_WM_STATE_SKIP_TASKBAR"),
+        atom(connection, "_NET_WM_STATE_SKIP_PAGER"), atom(connection, "_NET_WM_STATE_ABOVE")};
+    return values;
+}
+
+QRect nativeGeometry(const QScreen &screen)
+{
+    const auto geometry = screen.geometry();
+    return {geometry.topLeft(), (QSizeF(geometry.size()) * screen.devicePixelRatio()).toSize()};
+}
+
+}  // namespace
+
+bool isComposited()
+{
+    auto *connection = x11Connection();
+    if (!connection)
+        return true;
+    static const auto manager = atom(connection, "_NET_WM_CM_S0");
+    const Reply<xcb_get_selection_owner_reply_t> reply(xcb_get_selection_owner_reply(
+        connection, xcb_get_selection_owner(connection, manager), nullptr));
+    return reply && reply->owner != XCB_WINDOW_NONE;
+}
+
+void writePanelState(WId window)
+{
+    auto *connection = x11Connection();
+    if (!connection)
+        return;
+    const auto &states = panelStates(connection);
+    xcb_change_property(connection, XCB_PROP_MODE_REPLACE, xcb_window_t(window),
+        stateAtom(connection), XCB_ATOM_ATOM, 32, std::uint32_t(states.size()), states.data());
+}
+
+void requestPanelState(WId window)
+{
+    auto *connection = x11Connection();
+    if (!connection)
+        return;
+    constexpr std::uint32_t add = 1;
+    constexpr std::uint32_t fromApplication = 1;
+    for (const auto state : panelStates(connection)) {
+        xcb_client_message_event_t message{};
+        message.response_type = XCB_CLIENT_MESSAGE;
+        message.format = 32;
+        message.window = xcb_window_t(window);
+        message.type = stateAtom(connection);
+        message.data.data32[0] = add;
+        message.data.data32[1] = state;
+        message.data.data32[3] = fromApplication;
+        xcb_send_event(connection, 0, rootWindow(connection),
+            XCB_EVENT_MASK_SUBSTRUCTURE_REDIRECT | XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY,
+            reinterpret_cast<const char *>(&message));
+    }
+    xcb_flush(connection);
+}
+
+std::optional<QRect> activeWindowGeometry()
+{
+    auto *connection = x11Connection();
+    if (!connection)
+        return std::nullopt;
+    const auto root = rootWindow(connection);
+    const Reply<xcb_get_property_reply_t> property(xcb_get_property_reply(connection,
+        xcb_get_property(connection, 0, root, activeWindowAtom(connection), XCB_ATOM_WINDOW, 0, 1),
+        nullptr));
+    if (!property || xcb_get_property_value_length(property.get()) < int(sizeof(xcb_window_t)))
+        return std::nullopt;
+    xcb_window_t window = XCB_WINDOW_NONE;
+    std::memcpy(&window, xcb_get_property_value(property.get()), sizeof window);
+    if (window == XCB_WINDOW_NONE)
+        return std::nullopt;
+    const auto geometryCookie = xcb_get_geometry(connection, window);
+    const auto placeCookie = xcb_translate_coordinates(connection, window, root, 0, 0);
+    const Reply<xcb_get_geometry_reply_t> geometry(
+        xcb_get_geometry_reply(connection, geometryCookie, nullptr));
+    const Reply<xcb_translate_coordinates_reply_t> place(
+        xcb_translate_coordinates_reply(connection, placeCookie, nullptr));
+    if (!geometry || !place)
+        return std::nullopt;
+    return QRect(place->dst_x, place->dst_y, geometry->width, geometry->height);
+}
+
+QScreen *mainScreen()
+{
+    if (const auto active = activeWindowGeometry()) {
+        for (auto *screen : QGuiApplication::screens()) {
+            if (nativeGeometry(*screen).contains(active->center()))
+                return screen;
+        }
+    }
+    if (auto *screen = QGuiApplication::screenAt(QCursor::pos()))
+        return screen;
+    return QGuiApplication::primaryScreen();
+}
+
+bool isActiveWindowChange(const void *event)
+{
+    const auto *head = static_cast<const xcb_generic_event_t *>(event);
+    if ((head->response_type & 0x7F) != XCB_PROPERTY_NOTIFY)
+        return false;
+    auto *connection = x11Connection();
+    const auto *change = static_cast<const xcb_property_notify_event_t *>(event);
+    return connection && change->atom == activeWindowAtom(connection);
+}
+
+bool isFocusGrabEvent(const void *event)
+{
+    const auto *head = static_cast<const xcb_generic_event_t *>(event);
+    const int type = head->response_type & 0x7F;
+    if (type != XCB_FOCUS_IN && type != XCB_FOCUS_OUT)
+        return false;
+    const auto mode = static_cast<const xcb_focus_in_event_t *>(event)->mode;
+    return mode == XCB_NOTIFY_MODE_GRAB || mode == XCB_NOTIFY_MODE_UNGRAB;
+}
+
+}  // namespace vellumhound::platform
