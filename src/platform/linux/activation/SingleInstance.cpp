@@ -3,8 +3,7 @@
 
 #include "platform/linux/activation/Activation.h"
 #include "platform/linux/activation/ApplicationInterface.h"
-
-#include <QLoggingCategory>
+#include "platform/Logging.h"
 
 #include <gio/gio.h>
 #include <memory>
@@ -15,8 +14,6 @@ namespace vellumhound::platform {
 using namespace Qt::StringLiterals;
 
 namespace {
-
-Q_LOGGING_CATEGORY(log, "vellumhound.platform")
 
 constexpr char busName[] = "org.vellumhound.Vellumhound";
 constexpr char objectPath[] = "/org/vellumhound/Vellumhound";
@@ -74,14 +71,14 @@ SingleInstance::~SingleInstance() = default;
 SingleInstance::Claim SingleInstance::claim(QDBusConnection bus)
 {
     if (!bus.isConnected()) {
-        qCWarning(log) << "no session bus: a second start will not find this one";
+        qCWarning(logPlatform) << "no session bus: a second start will not find this one";
         return Claim::withoutBus;
     }
     // The object stands before the name is owned, or an early caller would find nothing there.
     auto *interface = new ApplicationInterface(_handlers, this);
     if (!bus.registerObject(
             QString::fromLatin1(objectPath), interface, QDBusConnection::ExportScriptableSlots)) {
-        qCWarning(log) << "the application's object could not be put on the session bus";
+        qCWarning(logPlatform) << "the application's object could not be put on the session bus";
         return Claim::withoutBus;
     }
     if (bus.registerService(QString::fromLatin1(busName)))

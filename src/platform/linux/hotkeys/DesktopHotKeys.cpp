@@ -1,8 +1,9 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/linux/hotkeys/DesktopHotKeys.h"
 
+#include "platform/Logging.h"
+
 #include <QList>
-#include <QLoggingCategory>
 
 #include <algorithm>
 #include <utility>
@@ -10,7 +11,6 @@
 namespace vellumhound::platform {
 
 namespace {
-Q_LOGGING_CATEGORY(log, "vellumhound.platform")
 }
 
 using Presence = HotKeyBackend::Presence;
@@ -53,7 +53,8 @@ void DesktopHotKeys::choose()
         break;
     }
     if (!isSupported() && !std::exchange(_isLackTold, true))
-        qCInfo(log) << "the desktop has no way to hot keys; they are kept for one that comes";
+        qCInfo(logPlatform)
+            << "the desktop has no way to hot keys; they are kept for one that comes";
     if (best != _current)
         moveTo(best);
     else

@@ -3,11 +3,11 @@
 
 #include "platform/linux/activation/Activation.h"
 #include "platform/linux/keyboard/ShortcutText.h"
+#include "platform/Logging.h"
 
 #include <QDBusArgument>
 #include <QDBusError>
 #include <QKeySequence>
-#include <QLoggingCategory>
 
 #include <algorithm>
 #include <utility>
@@ -17,8 +17,6 @@ namespace vellumhound::platform {
 using namespace Qt::StringLiterals;
 
 namespace {
-
-Q_LOGGING_CATEGORY(log, "vellumhound.platform")
 
 /// By these the service knows us again, and the user.
 const auto component = u"org.vellumhound.Vellumhound"_s;
@@ -286,7 +284,7 @@ void KGlobalAccelHotKeys::ask(Handle handle, const Entry &entry, const QString &
                 answer(found->second, message);
                 return;
             }
-            qCWarning(log, "KGlobalAccel did not answer %s: %s", qUtf8Printable(method),
+            qCWarning(logPlatform, "KGlobalAccel did not answer %s: %s", qUtf8Printable(method),
                 qUtf8Printable(message.errorMessage()));
             refuse(handle, {HotKeyReport::State::refused, HotKeyFacility::kGlobalAccel, {}, {},
                                HotKeyAnswer::internalError});

@@ -3,8 +3,7 @@
 
 #include "platform/linux/activation/Activation.h"
 #include "platform/linux/keyboard/ShortcutText.h"
-
-#include <QLoggingCategory>
+#include "platform/Logging.h"
 
 #include <algorithm>
 #include <utility>
@@ -14,8 +13,6 @@ namespace vellumhound::platform {
 using namespace Qt::StringLiterals;
 
 namespace {
-
-Q_LOGGING_CATEGORY(log, "vellumhound.platform")
 
 /// More would be a storm of questions on the user's screen.
 constexpr int mostAttempts = 3;
@@ -314,7 +311,8 @@ void PortalHotKeys::retryLater()
             pause *= backOffFactor;
         _retry.start(pause);
     } else {
-        qCWarning(log) << "the portal for global shortcuts does not answer, or ends what it began";
+        qCWarning(logPlatform)
+            << "the portal for global shortcuts does not answer, or ends what it began";
         setReports(HotKeyReport::State::refused, HotKeyAnswer::internalError);
     }
     announceReports();

@@ -2,8 +2,7 @@
 #include "platform/linux/shortcuts/SettingsFile.h"
 
 #include "base/NativePath.h"
-
-#include <QLoggingCategory>
+#include "platform/Logging.h"
 
 #include <cerrno>
 #include <cstring>
@@ -12,8 +11,6 @@
 #include <unistd.h>
 
 namespace vellumhound::platform {
-
-Q_LOGGING_CATEGORY(settingsFileLog, "vellumhound.platform")
 
 namespace {
 
@@ -55,7 +52,7 @@ std::optional<QByteArray> allOf(int descriptor)
 
 std::nullopt_t refused(const char *reason)
 {
-    qCWarning(settingsFileLog).noquote() << "settings of the desktop were not read:" << reason;
+    qCWarning(logPlatform).noquote() << "settings of the desktop were not read:" << reason;
     return std::nullopt;
 }
 

@@ -3,10 +3,10 @@
 
 #include "platform/linux/wayland/ClickCatcher.h"
 #include "platform/linux/wayland/PointerMotion.h"
+#include "platform/Logging.h"
 
 #include <QEvent>
 #include <QGuiApplication>
-#include <QLoggingCategory>
 #include <QPlatformSurfaceEvent>
 #include <QScreen>
 #include <QWindow>
@@ -16,8 +16,6 @@
 namespace vellumhound::platform {
 
 namespace {
-
-Q_LOGGING_CATEGORY(log, "vellumhound.platform")
 
 constexpr int leastVisiblePx = 64;  // of a panel that is dragged beyond its output
 
@@ -167,7 +165,7 @@ bool LayerShell::place(QWindow *window)
         _placed[window] = std::move(placed);
         onConfigured(window);
     } else {
-        qCWarning(log) << "the compositor has no place for a window";
+        qCWarning(logPlatform) << "the compositor has no place for a window";
         placed.role.reset();
         QMetaObject::invokeMethod(
             window, [window] { window->close(); }, Qt::QueuedConnection);
