@@ -2,6 +2,7 @@
 #include "platform/linux/hotkeys/RawKeyFeed.h"
 
 #include "base/KeyTable.h"
+#include "platform/linux/keyboard/XkbCode.h"
 
 #include <QCoreApplication>
 #include <QKeyEvent>
@@ -11,8 +12,6 @@
 namespace vellumhound::platform {
 
 namespace {
-
-constexpr int xkbOffset = 8;  // a key's native code is its Linux code plus this
 
 bool isRaw(int kind)
 {

@@ -3,12 +3,12 @@
 
 #include "base/KeyTable.h"
 #include "platform/linux/activation/Activation.h"
+#include "platform/linux/keyboard/XkbCode.h"
 #include "platform/linux/x11/X11Connection.h"
+#include "platform/linux/x11/X11Request.h"
 
 #include <QCoreApplication>
 
-#include <cstdlib>
-#include <memory>
 #include <string_view>
 #include <utility>
 #include <xcb/xcb.h>
@@ -17,7 +17,6 @@ namespace vellumhound::platform {
 
 namespace {
 
-constexpr int xkbOffset = 8;   // a key's code in the X server is its Linux code plus this
 constexpr int badValue = 2;    // what the server answers to a key that it cannot have
 constexpr int badAccess = 10;  // and to one that another program has
 /// No keyboard waits as long before it repeats a key: whoever presses after it presses anew, even
@@ -32,16 +31,11 @@ struct XkbEventHead {
 constexpr std::uint8_t newKeyboardNotify = 0;
 constexpr std::uint8_t mapNotify = 1;
 
-struct Free {
-    void operator()(void *memory) const { std::free(memory); }
-};
-
 unsigned firstXkbEvent(xcb_connection_t *connection)
 {
     constexpr std::string_view name = "XKEYBOARD";
-    const std::unique_ptr<xcb_query_extension_reply_t, Free> reply(
-        xcb_query_extension_reply(connection,
-            xcb_query_extension(connection, std::uint16_t(name.size()), name.data()), nullptr));
+    const X11Reply<xcb_query_extension_reply_t> reply(xcb_query_extension_reply(connection,
+        xcb_query_extension(connection, std::uint16_t(name.size()), name.data()), nullptr));
     return reply && reply->present ? reply->first_event : 0;
 }
 
@@ -53,7 +47,7 @@ X11HotKeys::X11HotKeys(QObject *parent)
 {
     if (!_connection)
         return;
-    _root = xcb_setup_roots_iterator(xcb_get_setup(_connection)).data->root;
+    _root = x11RootWindow(_connection);
     _firstXkbEvent = firstXkbEvent(_connection);
     _mapping = X11Modifiers::ofServer(_connection);
     _releases.setSingleShot(true);
@@ -109,7 +103,7 @@ HotKeyCenter::Registration X11HotKeys::refuse(const HotKeyRequest &request, int 
 
 bool X11HotKeys::isHeldDown(std::uint8_t code) const
 {
-    const std::unique_ptr<xcb_query_keymap_reply_t, Free> reply(
+    const X11Reply<xcb_query_keymap_reply_t> reply(
         xcb_query_keymap_reply(_connection, xcb_query_keymap(_connection), nullptr));
     return reply && (reply->keys[code / 8] >> (code % 8) & 1) != 0;
 }
@@ -137,8 +131,7 @@ int X11HotKeys::grab(const Grab &entry) const
     }
     int first = 0;
     for (const auto &request : std::as_const(requests)) {
-        const std::unique_ptr<xcb_generic_error_t, Free> error(
-            xcb_request_check(_connection, request));
+        const X11Reply<xcb_generic_error_t> error(xcb_request_check(_connection, request));
         if (error && first == 0)
             first = error->error_code;
     }

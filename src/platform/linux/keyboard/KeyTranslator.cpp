@@ -3,6 +3,7 @@
 
 #include "base/KeyTable.h"
 #include "platform/linux/keyboard/KeyboardLayout.h"
+#include "platform/linux/keyboard/XkbCode.h"
 
 #include <QCoreApplication>
 #include <QKeyEvent>
@@ -19,7 +20,6 @@ using base::KeyCode::unknown;
 
 namespace {
 
-constexpr int xkbOffset = 8;
 constexpr std::uint32_t lockMask = 0x2;  // the same on X11 and Wayland
 
 bool isModifierAlone(int key)

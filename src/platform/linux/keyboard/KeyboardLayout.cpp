@@ -2,10 +2,9 @@
 #include "platform/linux/keyboard/KeyboardLayout.h"
 
 #include "base/KeyTable.h"
+#include "platform/linux/keyboard/XkbCode.h"
 #include "platform/linux/wayland/WaylandKeyboard.h"
 #include "platform/linux/x11/X11Connection.h"
-
-#include <QLoggingCategory>
 
 #include <xcb/xcb.h>
 #include <xkbcommon/xkbcommon-keysyms.h>
@@ -18,7 +17,6 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-constexpr int xkbOffset = 8;               // a key's code in XKB is its Linux code plus this
 constexpr int lettersOfALatinLayout = 20;  // as few as some national layouts keep unshifted
 
 /// The first two bytes of every event of the XKB extension.

@@ -3,6 +3,7 @@
 
 #include "base/KeyTable.h"
 #include "platform/HotKeyCenter.h"
+#include "platform/linux/keyboard/XkbCode.h"
 
 #include <QKeySequence>
 #include <QList>
@@ -16,8 +17,6 @@ namespace {
 using namespace Qt::StringLiterals;
 namespace KeyTable = base::KeyTable;
 
-constexpr int xkbOffset =
-    8;  // a key's code in the X keyboard extension is its Linux code plus this
 /// Longer than any combination that a desktop writes.
 constexpr qsizetype longestText = 128;
 
@@ -271,6 +270,16 @@ std::optional<KeyCombination> joined(
     return combination;
 }
 
+/// The same the other way; empty for a key that has no name.
+template <std::size_t count>
+QString joinedText(const KeyCombination &combination, const ModifierName (&names)[count],
+    const KeyCharacters &characters)
+{
+    const auto name = xkbName(combination.keyCode, characters);
+    auto parts = namesOf(combination.modifiers, names);
+    return name.isEmpty() ? QString() : (parts << name).join(u'+');
+}
+
 struct QtModifier {
     Qt::KeyboardModifier flag;
     int bit;
@@ -397,9 +406,7 @@ std::optional<KeyCombination> fromGtk(QStringView text, const KeyCharacters &cha
 
 QString toPortal(const KeyCombination &combination, const KeyCharacters &characters)
 {
-    const auto name = xkbName(combination.keyCode, characters);
-    auto parts = namesOf(combination.modifiers, portalModifiers);
-    return name.isEmpty() ? QString() : (parts << name).join(u'+');
+    return joinedText(combination, portalModifiers, characters);
 }
 
 std::optional<KeyCombination> fromPortal(QStringView text, const KeyCharacters &characters)
@@ -410,9 +417,7 @@ std::optional<KeyCombination> fromPortal(QStringView text, const KeyCharacters &
 
 QString toSway(const KeyCombination &combination, const KeyCharacters &characters)
 {
-    const auto name = xkbName(combination.keyCode, characters);
-    auto parts = namesOf(combination.modifiers, swayModifiers);
-    return name.isEmpty() ? QString() : (parts << name).join(u'+');
+    return joinedText(combination, swayModifiers, characters);
 }
 
 std::optional<KeyCombination> fromSway(QStringView text, const KeyCharacters &characters)

@@ -2,7 +2,9 @@
 #include "platform/linux/shortcuts/KeyHolders.h"
 
 #include "base/KeyTable.h"
+#include "platform/linux/keyboard/XkbCode.h"
 #include "platform/linux/x11/X11Modifiers.h"
+#include "platform/linux/x11/X11Request.h"
 
 #include <QDBusArgument>
 #include <QDBusMessage>
@@ -17,13 +19,9 @@ namespace {
 
 using namespace Qt::StringLiterals;
 
-constexpr int xkbOffset = 8;      // a key's code in the X server is its Linux code plus this
 constexpr int badAccess = 10;     // what the server answers for a key that another program has
 constexpr int longestWait = 200;  // for KDE's service, in milliseconds
 
-struct Free {
-    void operator()(void *memory) const { std::free(memory); }
-};
 struct Disconnect {
     void operator()(xcb_connection_t *connection) const { xcb_disconnect(connection); }
 };
@@ -79,7 +77,7 @@ bool isHeldOnX11(xcb_connection_t *ours, const KeyCombination &combination)
     const auto *setup = xcb_get_setup(own.get());
     if (key->linuxCode + xkbOffset > setup->max_keycode)
         return false;
-    const auto root = xcb_setup_roots_iterator(setup).data->root;
+    const auto root = x11RootWindow(own.get());
     const auto mapping = X11Modifiers::ofServer(own.get());
     const auto state = mapping.stateOf(combination.modifiers);
     bool isHeld = false;
@@ -87,8 +85,7 @@ bool isHeldOnX11(xcb_connection_t *ours, const KeyCombination &combination)
     for (const auto lock : locks) {
         const auto request = xcb_grab_key_checked(own.get(), 0, root, std::uint16_t(state | lock),
             std::uint8_t(key->linuxCode + xkbOffset), XCB_GRAB_MODE_ASYNC, XCB_GRAB_MODE_ASYNC);
-        const std::unique_ptr<xcb_generic_error_t, Free> error(
-            xcb_request_check(own.get(), request));
+        const X11Reply<xcb_generic_error_t> error(xcb_request_check(own.get(), request));
         isHeld = isHeld || (error && error->error_code == badAccess);
     }
     // The grabs go with the connection; whoever asks for the key next must find them gone.

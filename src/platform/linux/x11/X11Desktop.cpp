@@ -2,56 +2,38 @@
 #include "platform/linux/x11/X11Desktop.h"
 
 #include "platform/linux/x11/X11Connection.h"
+#include "platform/linux/x11/X11Request.h"
 
 #include <QCursor>
 #include <QGuiApplication>
 #include <QScreen>
 
 #include <array>
-#include <cstdlib>
 #include <cstring>
-#include <memory>
-#include <string_view>
 #include <xcb/xcb.h>
 
 namespace vellumhound::platform {
 
 namespace {
 
-struct Free {
-    void operator()(void *memory) const { std::free(memory); }
-};
-template <class T> using Reply = std::unique_ptr<T, Free>;
-
-xcb_window_t rootWindow(xcb_connection_t *connection)
-{
-    return xcb_setup_roots_iterator(xcb_get_setup(connection)).data->root;
-}
-
-xcb_atom_t atom(xcb_connection_t *connection, std::string_view name)
-{
-    const Reply<xcb_intern_atom_reply_t> reply(xcb_intern_atom_reply(connection,
-        xcb_intern_atom(connection, 0, std::uint16_t(name.size()), name.data()), nullptr));
-    return reply ? reply->atom : xcb_atom_t(XCB_ATOM_NONE);
-}
-
 /// Atoms never change while the server runs, and neither does our connection to it.
 xcb_atom_t activeWindowAtom(xcb_connection_t *connection)
 {
-    static const auto value = atom(connection, "_NET_ACTIVE_WINDOW");
+    static const auto value = x11Atom(connection, "_NET_ACTIVE_WINDOW");
     return value;
 }
 
 xcb_atom_t stateAtom(xcb_connection_t *connection)
 {
-    static const auto value = atom(connection, "_NET_WM_STATE");
+    static const auto value = x11Atom(connection, "_NET_WM_STATE");
     return value;
 }
 
 const std::array<xcb_atom_t, 3> &panelStates(xcb_connection_t *connection)
 {
-    static const std::array values{atom(connection, "_NET_WM_STATE_SKIP_TASKBAR"),
-        atom(connection, "_NET_WM_STATE_SKIP_PAGER"), atom(connection, "_NET_WM_STATE_ABOVE")};
+    static const std::array values{x11Atom(connection, "_NET_WM_STATE_SKIP_TASKBAR"),
+        x11Atom(connection, "_NET_WM_STATE_SKIP_PAGER"),
+        x11Atom(connection, "_NET_WM_STATE_ABOVE")};
     return values;
 }
 
@@ -68,8 +50,8 @@ bool isComposited()
     auto *connection = x11Connection();
     if (!connection)
         return true;
-    static const auto manager = atom(connection, "_NET_WM_CM_S0");
-    const Reply<xcb_get_selection_owner_reply_t> reply(xcb_get_selection_owner_reply(
+    static const auto manager = x11Atom(connection, "_NET_WM_CM_S0");
+    const X11Reply<xcb_get_selection_owner_reply_t> reply(xcb_get_selection_owner_reply(
         connection, xcb_get_selection_owner(connection, manager), nullptr));
     return reply && reply->owner != XCB_WINDOW_NONE;
 }
@@ -100,7 +82,7 @@ void requestPanelState(WId window)
         message.data.data32[0] = add;
         message.data.data32[1] = state;
         message.data.data32[3] = fromApplication;
-        xcb_send_event(connection, 0, rootWindow(connection),
+        xcb_send_event(connection, 0, x11RootWindow(connection),
             XCB_EVENT_MASK_SUBSTRUCTURE_REDIRECT | XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY,
             reinterpret_cast<const char *>(&message));
     }
@@ -112,8 +94,8 @@ std::optional<QRect> activeWindowGeometry()
     auto *connection = x11Connection();
     if (!connection)
         return std::nullopt;
-    const auto root = rootWindow(connection);
-    const Reply<xcb_get_property_reply_t> property(xcb_get_property_reply(connection,
+    const auto root = x11RootWindow(connection);
+    const X11Reply<xcb_get_property_reply_t> property(xcb_get_property_reply(connection,
         xcb_get_property(connection, 0, root, activeWindowAtom(connection), XCB_ATOM_WINDOW, 0, 1),
         nullptr));
     if (!property || xcb_get_property_value_length(property.get()) < int(sizeof(xcb_window_t)))
@@ -124,9 +106,9 @@ std::optional<QRect> activeWindowGeometry()
         return std::nullopt;
     const auto geometryCookie = xcb_get_geometry(connection, window);
     const auto placeCookie = xcb_translate_coordinates(connection, window, root, 0, 0);
-    const Reply<xcb_get_geometry_reply_t> geometry(
+    const X11Reply<xcb_get_geometry_reply_t> geometry(
         xcb_get_geometry_reply(connection, geometryCookie, nullptr));
-    const Reply<xcb_translate_coordinates_reply_t> place(
+    const X11Reply<xcb_translate_coordinates_reply_t> place(
         xcb_translate_coordinates_reply(connection, placeCookie, nullptr));
     if (!geometry || !place)
         return std::nullopt;

@@ -2,11 +2,10 @@
 #include "platform/linux/x11/X11Modifiers.h"
 
 #include "platform/HotKeyCenter.h"
+#include "platform/linux/x11/X11Request.h"
 
 #include <algorithm>
-#include <cstdlib>
 #include <initializer_list>
-#include <memory>
 #include <utility>
 #include <xcb/xcb.h>
 #include <xkbcommon/xkbcommon-keysyms.h>
@@ -21,15 +20,10 @@ constexpr std::uint16_t controlMask = XCB_MOD_MASK_CONTROL;
 constexpr std::uint16_t allModifiers = 0xFF;
 constexpr int modifierCount = 8;
 
-struct Free {
-    void operator()(void *memory) const { std::free(memory); }
-};
-template <class T> using Reply = std::unique_ptr<T, Free>;
-
 /// What the server tells of modifiers and symbols.
 struct Mappings {
-    Reply<xcb_get_modifier_mapping_reply_t> modifiers;
-    Reply<xcb_get_keyboard_mapping_reply_t> symbols;
+    X11Reply<xcb_get_modifier_mapping_reply_t> modifiers;
+    X11Reply<xcb_get_keyboard_mapping_reply_t> symbols;
     xcb_keycode_t firstCode = 0;
 
     bool prints(xcb_keycode_t code, xcb_keysym_t symbol) const
