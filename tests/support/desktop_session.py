@@ -55,7 +55,8 @@ SERVICES_OF_WINDOW_MANAGERS = {
     "kwin_x11": pathlib.Path("/usr/share/dbus-1/services/org.kde.kglobalaccel.service"),
 }
 # Without frames, which need parts of the desktop that are not installed.
-KWIN_SETTINGS = "[org.kde.kdecoration2]\nNoPlugin=true\n"
+# As strict as it gets about windows that take the keyboard.
+KWIN_SETTINGS = "[Windows]\nFocusStealingPreventionLevel=4\n[org.kde.kdecoration2]\nNoPlugin=true\n"
 ACCESSIBILITY_SERVICE = "[D-BUS Service]\nName=org.a11y.Bus\nExec=/usr/libexec/at-spi-bus-launcher\n"
 
 

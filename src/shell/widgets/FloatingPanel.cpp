@@ -163,6 +163,7 @@ void FloatingPanel::orderFront()
             _layerShell->placePanel();
     }
     askForKeyboard();
+    platform::requestKeyboard(winId());
 }
 
 void FloatingPanel::askForKeyboard()

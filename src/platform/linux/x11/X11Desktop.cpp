@@ -3,11 +3,13 @@
 
 #include "platform/linux/x11/X11Connection.h"
 #include "platform/linux/x11/X11Request.h"
+#include "platform/linux/x11/X11Time.h"
 
 #include <QCursor>
 #include <QGuiApplication>
 #include <QScreen>
 
+#include <algorithm>
 #include <array>
 #include <cstring>
 #include <xcb/xcb.h>
@@ -43,6 +45,20 @@ QRect nativeGeometry(const QScreen &screen)
     return {geometry.topLeft(), (QSizeF(geometry.size()) * screen.devicePixelRatio()).toSize()};
 }
 
+void askWindowManager(xcb_connection_t *connection, WId window, xcb_atom_t request,
+    const std::array<std::uint32_t, 5> &arguments)
+{
+    xcb_client_message_event_t message{};
+    message.response_type = XCB_CLIENT_MESSAGE;
+    message.format = 32;
+    message.window = xcb_window_t(window);
+    message.type = request;
+    std::copy(arguments.begin(), arguments.end(), message.data.data32);
+    xcb_send_event(connection, 0, x11RootWindow(connection),
+        XCB_EVENT_MASK_SUBSTRUCTURE_REDIRECT | XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY,
+        reinterpret_cast<const char *>(&message));
+}
+
 }  // namespace
 
 bool isComposited()
@@ -73,19 +89,19 @@ void requestPanelState(WId window)
         return;
     constexpr std::uint32_t add = 1;
     constexpr std::uint32_t fromApplication = 1;
-    for (const auto state : panelStates(connection)) {
-        xcb_client_message_event_t message{};
-        message.response_type = XCB_CLIENT_MESSAGE;
-        message.format = 32;
-        message.window = xcb_window_t(window);
-        message.type = stateAtom(connection);
-        message.data.data32[0] = add;
-        message.data.data32[1] = state;
-        message.data.data32[3] = fromApplication;
-        xcb_send_event(connection, 0, x11RootWindow(connection),
-            XCB_EVENT_MASK_SUBSTRUCTURE_REDIRECT | XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY,
-            reinterpret_cast<const char *>(&message));
-    }
+    for (const auto state : panelStates(connection))
+        askWindowManager(
+            connection, window, stateAtom(connection), {add, state, 0, fromApplication});
+    xcb_flush(connection);
+}
+
+void requestKeyboard(WId window)
+{
+    auto *connection = x11Connection();
+    if (!connection)
+        return;
+    constexpr std::uint32_t fromUser = 2;
+    askWindowManager(connection, window, activeWindowAtom(connection), {fromUser, lastEventTime()});
     xcb_flush(connection);
 }
 
