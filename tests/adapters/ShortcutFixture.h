@@ -2,9 +2,9 @@
 #pragma once
 
 #include "platform/HotKeyCenter.h"
-#include "platform/linux/KeyboardLayout.h"
-#include "platform/linux/ShortcutText.h"
-#include "platform/linux/XkbKeyCharacters.h"
+#include "platform/linux/keyboard/KeyboardLayout.h"
+#include "platform/linux/keyboard/ShortcutText.h"
+#include "platform/linux/keyboard/XkbKeyCharacters.h"
 #include "platform/SystemShortcuts.h"
 
 #include <QDir>

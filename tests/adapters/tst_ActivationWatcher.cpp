@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // What is made of the window system's news of the keyboard, in the orders in which they come.
-#include "platform/linux/ActivationWatcher.h"
+#include "platform/linux/activation/ActivationWatcher.h"
 
 #include <QGuiApplication>
 #include <QKeyEvent>

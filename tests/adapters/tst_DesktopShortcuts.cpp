@@ -3,10 +3,10 @@
 // no desktop would write.
 #include "adapters/ShortcutFixture.h"
 #include "fakes/FakeDesktopSession.h"
-#include "platform/linux/DesktopShortcuts.h"
-#include "platform/linux/KdeShortcuts.h"
-#include "platform/linux/SettingsFile.h"
-#include "platform/linux/XfceShortcuts.h"
+#include "platform/linux/shortcuts/DesktopShortcuts.h"
+#include "platform/linux/shortcuts/KdeShortcuts.h"
+#include "platform/linux/shortcuts/SettingsFile.h"
+#include "platform/linux/shortcuts/XfceShortcuts.h"
 
 #include <QElapsedTimer>
 #include <QRandomGenerator>

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // The panel on a real X server, with a window manager and a second program.
 #include "fakes/ManualTimer.h"
-#include "platform/linux/X11Desktop.h"
+#include "platform/linux/x11/X11Desktop.h"
 #include "shell/widgets/FloatingPanel.h"
 
 #include <QApplication>

@@ -2,8 +2,8 @@
 // GNOME's own schemas: our entries in memory, and the commands that a user is told, run by a shell.
 #include "fakes/FakeDesktopSession.h"
 #include "keyboard/DesktopKeySetting.h"
-#include "platform/linux/GnomeKeybinding.h"
-#include "platform/linux/GnomeSettings.h"
+#include "platform/linux/shortcuts/GnomeKeybinding.h"
+#include "platform/linux/shortcuts/GnomeSettings.h"
 
 #include <QProcess>
 #include <QTemporaryDir>

@@ -2,8 +2,8 @@
 // The program's hot keys from the key on a real X server to the action.
 #include "base/NotificationCenter.h"
 #include "keyboard/GlobalShortcut.h"
-#include "platform/linux/X11HotKeys.h"
-#include "platform/linux/XkbKeyCharacters.h"
+#include "platform/linux/hotkeys/X11HotKeys.h"
+#include "platform/linux/keyboard/XkbKeyCharacters.h"
 #include "support/CapturedOutput.h"
 
 #include <QGuiApplication>

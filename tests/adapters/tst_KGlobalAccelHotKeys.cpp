@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // Against a service that does what the test says; tst_KGlobalAccel has the real one.
-#include "platform/linux/KGlobalAccelHotKeys.h"
+#include "platform/linux/hotkeys/KGlobalAccelHotKeys.h"
 #include "support/Peer.h"
 
 #include <QDBusConnection>

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "base/KeyTable.h"
-#include "platform/linux/KeyboardLayout.h"
-#include "platform/linux/KeyTranslator.h"
+#include "platform/linux/keyboard/KeyboardLayout.h"
+#include "platform/linux/keyboard/KeyTranslator.h"
 
 #include <QGuiApplication>
 #include <QKeyEvent>

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // Real presses in a real Wayland compositor, with the layouts that people use, and what keys print
 // there.
-#include "platform/linux/KeyTranslator.h"
-#include "platform/linux/XkbKeyCharacters.h"
+#include "platform/linux/keyboard/KeyTranslator.h"
+#include "platform/linux/keyboard/XkbKeyCharacters.h"
 
 #include <QGuiApplication>
 #include <QKeyEvent>

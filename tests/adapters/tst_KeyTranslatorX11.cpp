@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // Real presses on a real X server, with the layouts that people use.
-#include "platform/linux/KeyTranslator.h"
+#include "platform/linux/keyboard/KeyTranslator.h"
 
 #include <QGuiApplication>
 #include <QKeyEvent>

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "platform/linux/LayerShell.h"
+#include "platform/linux/wayland/LayerShell.h"
 
 #include <QApplication>
 #include <QDialog>

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "fakes/FakeKeyCharacters.h"
-#include "platform/linux/PortalHotKeys.h"
+#include "platform/linux/hotkeys/PortalHotKeys.h"
 #include "support/Peer.h"
 
 #include <QDBusConnectionInterface>

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // Hot keys through the real desktop portal, with a scripted desktop behind it.
 #include "fakes/FakeKeyCharacters.h"
-#include "platform/linux/PortalHotKeys.h"
+#include "platform/linux/hotkeys/PortalHotKeys.h"
 #include "support/Peer.h"
 
 #include <QDBusConnectionInterface>

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "platform/linux/RawKeyFeed.h"
+#include "platform/linux/hotkeys/RawKeyFeed.h"
 
 #include <QAction>
 #include <QApplication>

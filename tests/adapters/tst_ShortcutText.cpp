@@ -2,9 +2,9 @@
 // How the desktops write keys, on real layouts and against the toolkits' own names.
 #include "base/KeyTable.h"
 #include "platform/HotKeyCenter.h"
-#include "platform/linux/KeyboardLayout.h"
-#include "platform/linux/ShortcutText.h"
-#include "platform/linux/XkbKeyCharacters.h"
+#include "platform/linux/keyboard/KeyboardLayout.h"
+#include "platform/linux/keyboard/ShortcutText.h"
+#include "platform/linux/keyboard/XkbKeyCharacters.h"
 
 #include <QTest>
 

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "platform/linux/Activation.h"
-#include "platform/linux/SingleInstance.h"
+#include "platform/linux/activation/Activation.h"
+#include "platform/linux/activation/SingleInstance.h"
 #include "support/Peer.h"
 
 #include <QDBusConnection>

@@ -2,8 +2,8 @@
 // What a running sway says of its configuration.
 #include "adapters/ShortcutFixture.h"
 #include "fakes/FakeDesktopSession.h"
-#include "platform/linux/DesktopShortcuts.h"
-#include "platform/linux/SwayConnection.h"
+#include "platform/linux/shortcuts/DesktopShortcuts.h"
+#include "platform/linux/shortcuts/SwayConnection.h"
 
 #include <QFile>
 #include <QTemporaryDir>

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // Real presses on a real X server, some with a second client that holds keys of its own.
-#include "platform/linux/X11HotKeys.h"
+#include "platform/linux/hotkeys/X11HotKeys.h"
 
 #include <QGuiApplication>
 #include <QKeyEvent>

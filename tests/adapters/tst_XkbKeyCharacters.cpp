@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // What keys print, on the layouts that people use and on a real X server.
-#include "platform/linux/KeyboardLayout.h"
-#include "platform/linux/XkbKeyCharacters.h"
+#include "platform/linux/keyboard/KeyboardLayout.h"
+#include "platform/linux/keyboard/XkbKeyCharacters.h"
 
 #include <QGuiApplication>
 #include <QProcess>

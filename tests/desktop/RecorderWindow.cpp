@@ -13,10 +13,10 @@
 #include "keyboard/KeyboardShortcuts/KeyNames.h"
 #include "keyboard/KeyboardShortcuts/widgets/LocalEventFilter.h"
 #include "keyboard/KeyboardShortcuts/widgets/Recorder.h"
-#include "platform/linux/DesktopShortcuts.h"
-#include "platform/linux/KeyTranslator.h"
-#include "platform/linux/X11HotKeys.h"
-#include "platform/linux/XkbKeyCharacters.h"
+#include "platform/linux/hotkeys/X11HotKeys.h"
+#include "platform/linux/keyboard/KeyTranslator.h"
+#include "platform/linux/keyboard/XkbKeyCharacters.h"
+#include "platform/linux/shortcuts/DesktopShortcuts.h"
 
 #include <QAbstractNativeEventFilter>
 #include <QApplication>

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-#include "platform/linux/HotKeyBackend.h"
+#include "platform/linux/hotkeys/HotKeyBackend.h"
 
 #include <QHash>
 #include <QSet>

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-#include "platform/linux/KGlobalAccelHotKeys.h"
-#include "platform/linux/XkbKeyCharacters.h"
+#include "platform/linux/hotkeys/KGlobalAccelHotKeys.h"
+#include "platform/linux/keyboard/XkbKeyCharacters.h"
 
 #include <QDBusConnection>
 #include <QDBusMessage>

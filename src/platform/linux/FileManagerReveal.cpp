@@ -1,10 +1,11 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/linux/FileManagerReveal.h"
 
+#include "platform/Logging.h"
+
 #include <QDBusMessage>
 #include <QDBusPendingCallWatcher>
 #include <QDBusPendingReply>
-#include <QLoggingCategory>
 
 #include <algorithm>
 #include <utility>
@@ -15,8 +16,6 @@ using namespace Qt::StringLiterals;
 using namespace std::chrono_literals;
 
 namespace {
-
-Q_LOGGING_CATEGORY(log, "vellumhound.platform")
 
 constexpr auto limit = 5000ms;
 constexpr auto retryPause = 100ms;  // a file manager owns its name before its objects are there
@@ -169,13 +168,13 @@ void FileManagerReveal::onAnswer(const QString &busName, const QDBusMessage &ans
         _retry = _timer.after(retryPause, [this, busName] { ask(busName); });
         return;
     }
-    qCInfo(log).noquote() << busName << "did not show the file:" << error;
+    qCInfo(logPlatform).noquote() << busName << "did not show the file:" << error;
     askNext();
 }
 
 void FileManagerReveal::onTimeUp()
 {
-    qCInfo(log) << "no file manager showed the file in time";
+    qCInfo(logPlatform) << "no file manager showed the file in time";
     _retry.reset();
     giveUp();
 }

@@ -2,8 +2,7 @@
 #include "platform/linux/GioLaunch.h"
 
 #include "base/NativePath.h"
-
-#include <QLoggingCategory>
+#include "platform/Logging.h"
 
 #include <gio/gdesktopappinfo.h>
 #include <gio/gio.h>
@@ -15,8 +14,6 @@ namespace vellumhound::platform {
 using namespace Qt::StringLiterals;
 
 namespace {
-
-Q_LOGGING_CATEGORY(log, "vellumhound.platform")
 
 struct Release {
     void operator()(gpointer object) const { g_object_unref(object); }
@@ -112,8 +109,8 @@ bool launch(GDesktopAppInfo *application, GList *uris, const LaunchOptions &opti
     if (g_desktop_app_info_launch_uris_as_manager(application, uris, context.get(), flags,
             leaveOurSession, nullptr, nullptr, nullptr, failure.place()))
         return true;
-    qCWarning(log) << "an application was not started";
-    qCDebug(log).noquote() << failure.text();
+    qCWarning(logPlatform) << "an application was not started";
+    qCDebug(logPlatform).noquote() << failure.text();
     return false;
 }
 
@@ -124,13 +121,13 @@ Object<GAppInfo> defaultApplicationOf(GFile *file)
         G_FILE_QUERY_INFO_NONE, nullptr, failure.place()));
     const char *type = info ? g_file_info_get_content_type(info.get()) : nullptr;
     if (!type) {
-        qCWarning(log) << "the type of a file could not be read";
-        qCDebug(log).noquote() << failure.text();
+        qCWarning(logPlatform) << "the type of a file could not be read";
+        qCDebug(logPlatform).noquote() << failure.text();
         return {};
     }
     Object<GAppInfo> application(g_app_info_get_default_for_type(type, FALSE));
     if (!application)
-        qCWarning(log) << "no application opens files of type" << type;
+        qCWarning(logPlatform) << "no application opens files of type" << type;
     return application;
 }
 
@@ -153,7 +150,7 @@ bool launchDesktopEntry(const QString &path, const LaunchOptions &options)
     const Object<GDesktopAppInfo> application(
         g_desktop_app_info_new_from_filename(base::pathToBytes(path).constData()));
     if (!application) {
-        qCWarning(log) << "a desktop entry cannot be used, or its program is not there";
+        qCWarning(logPlatform) << "a desktop entry cannot be used, or its program is not there";
         return false;
     }
     return launch(application.get(), nullptr, options);

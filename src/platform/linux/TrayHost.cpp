@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/linux/TrayHost.h"
 
-#include "platform/linux/X11Connection.h"
+#include "platform/linux/x11/X11Connection.h"
+#include "platform/linux/x11/X11Request.h"
 
 #include <QCoreApplication>
 #include <QDBusMessage>
@@ -11,8 +12,6 @@
 #include <QDBusVariant>
 
 #include <algorithm>
-#include <cstdlib>
-#include <string>
 #include <xcb/xcb.h>
 
 namespace vellumhound::platform {
@@ -27,17 +26,6 @@ const auto watcherInterface = u"org.kde.StatusNotifierWatcher"_s;
 const auto hostProperty = u"IsStatusNotifierHostRegistered"_s;
 const auto properties = u"org.freedesktop.DBus.Properties"_s;
 
-struct Free {
-    void operator()(void *memory) const { std::free(memory); }
-};
-
-xcb_atom_t atom(xcb_connection_t *connection, const std::string &name)
-{
-    const std::unique_ptr<xcb_intern_atom_reply_t, Free> reply(xcb_intern_atom_reply(connection,
-        xcb_intern_atom(connection, 0, std::uint16_t(name.size()), name.data()), nullptr));
-    return reply ? reply->atom : xcb_atom_t(XCB_ATOM_NONE);
-}
-
 /// The property says 16 bits a share.
 double share(std::uint32_t value)
 {
@@ -49,10 +37,10 @@ double share(std::uint32_t value)
 struct TrayHost::X11Atoms {
     explicit X11Atoms(xcb_connection_t *server)
         : connection(server)
-        , root(xcb_setup_roots_iterator(xcb_get_setup(server)).data->root)
-        , selection(atom(server, "_NET_SYSTEM_TRAY_S0"))
-        , manager(atom(server, "MANAGER"))
-        , colors(atom(server, "_NET_SYSTEM_TRAY_COLORS"))
+        , root(x11RootWindow(server))
+        , selection(x11Atom(server, "_NET_SYSTEM_TRAY_S0"))
+        , manager(x11Atom(server, "MANAGER"))
+        , colors(x11Atom(server, "_NET_SYSTEM_TRAY_COLORS"))
     {
     }
 
@@ -128,7 +116,7 @@ void TrayHost::lookForX11Tray()
 {
     if (!_atoms)
         return;
-    const std::unique_ptr<xcb_get_selection_owner_reply_t, Free> reply(
+    const X11Reply<xcb_get_selection_owner_reply_t> reply(
         xcb_get_selection_owner_reply(_atoms->connection,
             xcb_get_selection_owner(_atoms->connection, _atoms->selection), nullptr));
     _tray = reply ? reply->owner : 0;
@@ -151,7 +139,7 @@ void TrayHost::readColors()
     if (_tray != 0) {
         // Changes of the property shall be told. The window is not ours: the toolkit may listen to
         // it as well, on the same connection, so its choice of events is kept.
-        const std::unique_ptr<xcb_get_window_attributes_reply_t, Free> attributes(
+        const X11Reply<xcb_get_window_attributes_reply_t> attributes(
             xcb_get_window_attributes_reply(
                 _atoms->connection, xcb_get_window_attributes(_atoms->connection, _tray), nullptr));
         if (attributes) {
@@ -163,11 +151,10 @@ void TrayHost::readColors()
             xcb_discard_reply(_atoms->connection, cookie.sequence);
         }
         constexpr std::uint32_t sharesOfForeground = 3;
-        const std::unique_ptr<xcb_get_property_reply_t, Free> reply(
-            xcb_get_property_reply(_atoms->connection,
-                xcb_get_property(_atoms->connection, 0, _tray, _atoms->colors, XCB_ATOM_CARDINAL, 0,
-                    sharesOfForeground),
-                nullptr));
+        const X11Reply<xcb_get_property_reply_t> reply(xcb_get_property_reply(_atoms->connection,
+            xcb_get_property(_atoms->connection, 0, _tray, _atoms->colors, XCB_ATOM_CARDINAL, 0,
+                sharesOfForeground),
+            nullptr));
         if (reply && reply->format == 32 && reply->value_len >= sharesOfForeground) {
             const auto *values =
                 static_cast<const std::uint32_t *>(xcb_get_property_value(reply.get()));

@@ -3,9 +3,9 @@
 
 #include "base/widgets/Symbols.h"
 #include "keyboard/GlobalShortcut.h"
+#include "platform/linux/activation/SingleInstance.h"
 #include "platform/linux/DesktopAppearance.h"
-#include "platform/linux/LayerShell.h"
-#include "platform/linux/SingleInstance.h"
+#include "platform/linux/wayland/LayerShell.h"
 #include "shell/VellumhoundAppDelegate.h"
 #include "shell/widgets/LauncherWindow.h"
 #include "shell/widgets/Services.h"

@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "shell/widgets/FloatingPanel.h"
 
-#include "platform/linux/X11Desktop.h"
+#include "platform/linux/activation/Activation.h"
+#include "platform/linux/x11/X11Desktop.h"
 
 #include <QBitmap>
 #include <QCloseEvent>
@@ -163,7 +164,7 @@ void FloatingPanel::orderFront()
             _layerShell->placePanel();
     }
     askForKeyboard();
-    platform::requestKeyboard(winId());
+    platform::requestKeyboard(winId(), platform::lastEventTime());
 }
 
 void FloatingPanel::askForKeyboard()

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-#include "platform/linux/ActivationWatcher.h"
-#include "platform/linux/LayerShell.h"
+#include "platform/linux/activation/ActivationWatcher.h"
+#include "platform/linux/wayland/LayerShell.h"
 #include "shell/PanelAppearance.h"
 #include "shell/PanelLogic.h"
 #include "shell/widgets/PanelSurface.h"

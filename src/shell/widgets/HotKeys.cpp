@@ -2,10 +2,10 @@
 #include "shell/widgets/HotKeys.h"
 
 #include "keyboard/GlobalShortcut.h"
-#include "platform/linux/DesktopHotKeys.h"
-#include "platform/linux/KGlobalAccelHotKeys.h"
-#include "platform/linux/PortalHotKeys.h"
-#include "platform/linux/X11HotKeys.h"
+#include "platform/linux/hotkeys/DesktopHotKeys.h"
+#include "platform/linux/hotkeys/KGlobalAccelHotKeys.h"
+#include "platform/linux/hotkeys/PortalHotKeys.h"
+#include "platform/linux/hotkeys/X11HotKeys.h"
 
 #include <QCoreApplication>
 #include <QDBusConnection>

@@ -5,10 +5,10 @@
 #include "keyboard/HotKeyStatus.h"
 #include "keyboard/KeyboardShortcuts/Tables.h"
 #include "platform/HotKeyCenter.h"
-#include "platform/linux/DesktopShortcutWriter.h"
-#include "platform/linux/GnomeKeybinding.h"
+#include "platform/linux/keyboard/DesktopShortcutWriter.h"
+#include "platform/linux/keyboard/XkbKeyCharacters.h"
 #include "platform/linux/LinuxDesktopSession.h"
-#include "platform/linux/XkbKeyCharacters.h"
+#include "platform/linux/shortcuts/GnomeKeybinding.h"
 #include "settings/UserDefaults.h"
 
 #include <memory>

@@ -3,7 +3,7 @@
 
 #include "keyboard/KeyEquivalents.h"
 #include "platform/KeyEventSource.h"
-#include "platform/linux/KeyTranslator.h"
+#include "platform/linux/keyboard/KeyTranslator.h"
 
 #include <QObject>
 #include <QPointer>

@@ -2,7 +2,7 @@
 #include "shell/widgets/Services.h"
 
 #include "index/DesktopEntries.h"
-#include "platform/linux/Activation.h"
+#include "platform/linux/activation/Activation.h"
 #include "platform/linux/LinuxFileSystem.h"
 
 #include <QDBusConnection>

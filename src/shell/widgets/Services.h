@@ -13,7 +13,7 @@
 #include "platform/Clock.h"
 #include "platform/linux/DesktopPowerState.h"
 #include "platform/linux/GioWorkspace.h"
-#include "platform/linux/KeyTranslator.h"
+#include "platform/linux/keyboard/KeyTranslator.h"
 #include "platform/PreviewPanel.h"
 #include "preview/PreviewPanelManager.h"
 #include "settings/AppSettings.h"

@@ -3,7 +3,7 @@
 #include "keyboard/KeyboardShortcuts/widgets/LocalEventFilter.h"
 #include "keyboard/KeyboardShortcuts/widgets/Recorder.h"
 #include "keyboard/KeyboardShortcuts/widgets/RecorderAccessible.h"
-#include "platform/linux/KeyTranslator.h"
+#include "platform/linux/keyboard/KeyTranslator.h"
 
 #include <QAccessible>
 #include <QApplication>

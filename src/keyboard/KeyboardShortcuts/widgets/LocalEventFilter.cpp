@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "keyboard/KeyboardShortcuts/widgets/LocalEventFilter.h"
 
-#include "platform/linux/KeyTranslator.h"
+#include "platform/linux/keyboard/KeyTranslator.h"
 
 #include <QCoreApplication>
 #include <QKeyEvent>

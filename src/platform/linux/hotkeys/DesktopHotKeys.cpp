@@ -1,0 +1,197 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "platform/linux/hotkeys/DesktopHotKeys.h"
+
+#include "platform/Logging.h"
+
+#include <QList>
+
+#include <algorithm>
+#include <utility>
+
+namespace vellumhound::platform {
+
+namespace {
+}
+
+using Presence = HotKeyBackend::Presence;
+
+DesktopHotKeys::DesktopHotKeys(std::vector<std::unique_ptr<HotKeyBackend>> backends)
+    : _backends(std::move(backends))
+{
+    for (const auto &backend : _backends) {
+        backend->setPresenceObserver([this] { choose(); });
+        backend->setReportObserver([this, backend = backend.get()] {
+            if (backend == _current)
+                announceReports();
+        });
+    }
+    choose();
+}
+
+DesktopHotKeys::~DesktopHotKeys()
+{
+    detach();
+}
+
+bool DesktopHotKeys::isSupported() const
+{
+    return std::any_of(_backends.begin(), _backends.end(),
+        [](const auto &backend) { return backend->presence() != Presence::absent; });
+}
+
+void DesktopHotKeys::choose()
+{
+    HotKeyBackend *best = nullptr;
+    for (const auto &backend : _backends) {
+        const auto presence = backend->presence();
+        if (presence == Presence::absent)
+            continue;
+        // A better one may come of it; until then the one in use will do.
+        const bool isOpen = presence == Presence::unknown;
+        const bool keepsCurrent = _current && _current->presence() == Presence::present;
+        best = !isOpen ? backend.get() : keepsCurrent ? _current : nullptr;
+        break;
+    }
+    if (!isSupported() && !std::exchange(_isLackTold, true))
+        qCInfo(logPlatform)
+            << "the desktop has no way to hot keys; they are kept for one that comes";
+    if (best != _current)
+        moveTo(best);
+    else
+        announceReports();  // what is still hoped for differs
+}
+
+void DesktopHotKeys::moveTo(HotKeyBackend *backend)
+{
+    if (_current) {
+        detach();
+        for (auto &[handle, request] : _requests) {
+            if (const auto old = std::exchange(request.handle, std::nullopt))
+                _current->unregisterHotKey(*old);
+        }
+    }
+    _current = backend;
+    QList<std::pair<HotKeyId, int>> refused;
+    if (_current) {
+        _isLackTold = false;
+        attach();
+        for (auto &[handle, request] : _requests) {
+            const auto registration = _current->registerHotKey(request.request);
+            request.handle = registration.handle;
+            if (registration.status != HotKeyAnswer::noError)
+                refused.append({request.request.id, registration.status});
+        }
+    }
+    for (const auto &[id, status] : std::as_const(refused))
+        registrationRefused(id, status);
+    announceReports();
+}
+
+void DesktopHotKeys::attach()
+{
+    if (!_handler || !_current || !_current->installEventHandler(*this))
+        return;
+    const QList<int> kinds(_kinds.begin(), _kinds.end());
+    _current->addEventTypes(kinds);
+}
+
+void DesktopHotKeys::detach()
+{
+    if (!_handler || !_current)
+        return;
+    const QList<int> kinds(_kinds.begin(), _kinds.end());
+    _current->removeEventTypes(kinds);
+    _current->removeEventHandler();
+}
+
+HotKeyCenter::Registration DesktopHotKeys::registerHotKey(const HotKeyRequest &request)
+{
+    Request kept{request, std::nullopt};
+    if (_current) {
+        const auto registration = _current->registerHotKey(request);
+        if (registration.status != HotKeyAnswer::noError)
+            return {registration.status, std::nullopt};
+        kept.handle = registration.handle;
+    }
+    _requests.emplace(++_lastHandle, kept);
+    const auto handle = _lastHandle;
+    if (!_current)
+        announceReports();
+    return {HotKeyAnswer::noError, handle};
+}
+
+void DesktopHotKeys::unregisterHotKey(Handle handle)
+{
+    const auto found = _requests.find(handle);
+    if (found == _requests.end())
+        return;
+    const auto given = found->second.handle;
+    _requests.erase(found);
+    if (_current && given)
+        _current->unregisterHotKey(*given);
+    else
+        announceReports();
+}
+
+bool DesktopHotKeys::installEventHandler(EventHandler &handler)
+{
+    if (_handler)
+        return false;
+    _handler = &handler;
+    attach();
+    return true;
+}
+
+void DesktopHotKeys::removeEventHandler()
+{
+    detach();
+    _handler = nullptr;
+}
+
+void DesktopHotKeys::addEventTypes(std::span<const int> kinds)
+{
+    _kinds.unite({kinds.begin(), kinds.end()});
+    if (_current && _handler)
+        _current->addEventTypes(kinds);
+}
+
+void DesktopHotKeys::removeEventTypes(std::span<const int> kinds)
+{
+    _kinds.subtract({kinds.begin(), kinds.end()});
+    if (_current && _handler)
+        _current->removeEventTypes(kinds);
+}
+
+/// Of a request that nobody has got yet it is only known whether somebody still may.
+HotKeyReport DesktopHotKeys::report(const QString &name) const
+{
+    if (_current)
+        return _current->report(name);
+    const bool isKept = std::any_of(_requests.begin(), _requests.end(),
+        [&](const auto &entry) { return entry.second.request.name == name; });
+    HotKeyReport result;
+    if (isKept && isSupported())
+        result.state = HotKeyReport::State::waiting;
+    return result;
+}
+
+int DesktopHotKeys::handleEvent(const HotKeyEvent *event)
+{
+    return _handler ? _handler->handleEvent(event) : HotKeyAnswer::notHandled;
+}
+
+void DesktopHotKeys::registrationRefused(HotKeyId id, int status)
+{
+    const auto count =
+        std::erase_if(_requests, [&](const auto &entry) { return entry.second.request.id == id; });
+    if (count > 0 && _handler)
+        _handler->registrationRefused(id, status);
+}
+
+void DesktopHotKeys::keyboardChanged()
+{
+    if (_handler)
+        _handler->keyboardChanged();
+}
+
+}  // namespace vellumhound::platform

@@ -1,0 +1,108 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "platform/linux/hotkeys/RawKeyFeed.h"
+
+#include "base/KeyTable.h"
+#include "platform/linux/keyboard/XkbCode.h"
+
+#include <QCoreApplication>
+#include <QKeyEvent>
+
+#include <utility>
+
+namespace vellumhound::platform {
+
+namespace {
+
+bool isRaw(int kind)
+{
+    return kind == HotKeyEvent::rawKeyDown || kind == HotKeyEvent::rawKeyRepeat ||
+           kind == HotKeyEvent::rawKeyUp;
+}
+
+std::uint32_t hotKeyModifiersOf(Qt::KeyboardModifiers held)
+{
+    int modifiers = 0;
+    if (held & Qt::ShiftModifier)
+        modifiers |= HotKeyModifiers::shift;
+    if (held & Qt::ControlModifier)
+        modifiers |= HotKeyModifiers::control;
+    if (held & Qt::AltModifier)
+        modifiers |= HotKeyModifiers::option;
+    if (held & Qt::MetaModifier)
+        modifiers |= HotKeyModifiers::command;
+    return std::uint32_t(modifiers);
+}
+
+}  // namespace
+
+RawKeyFeed::RawKeyFeed(Receiver receiver)
+    : _receiver(std::move(receiver))
+{
+}
+
+RawKeyFeed::~RawKeyFeed() = default;
+
+void RawKeyFeed::addEventTypes(std::span<const int> kinds)
+{
+    for (const int kind : kinds) {
+        if (isRaw(kind))
+            _kinds.insert(kind);
+    }
+    update();
+}
+
+void RawKeyFeed::removeEventTypes(std::span<const int> kinds)
+{
+    for (const int kind : kinds)
+        _kinds.remove(kind);
+    update();
+}
+
+/// The filter that was installed last is asked first.
+void RawKeyFeed::update()
+{
+    const bool isNeeded = !_kinds.isEmpty();
+    if (isNeeded == std::exchange(_isWatching, isNeeded))
+        return;
+    _takenKeys.clear();
+    if (isNeeded)
+        QCoreApplication::instance()->installEventFilter(this);
+    else
+        QCoreApplication::instance()->removeEventFilter(this);
+}
+
+/// A key is seen when it reaches a window, before it is handed on to the widget in it.
+bool RawKeyFeed::eventFilter(QObject *watched, QEvent *event)
+{
+    const bool isKey = event->type() == QEvent::KeyPress || event->type() == QEvent::KeyRelease;
+    return isKey && watched->isWindowType() && isTaken(*static_cast<QKeyEvent *>(event));
+}
+
+bool RawKeyFeed::isTaken(const QKeyEvent &event)
+{
+    const bool isPress = event.type() == QEvent::KeyPress;
+    const quint32 code = event.nativeScanCode();
+    const bool wasTaken = !(isPress && !event.isAutoRepeat()) && _takenKeys.contains(code);
+    // Some window systems tell a release before each repetition.
+    if (!isPress && event.isAutoRepeat())
+        return wasTaken;
+    if (!event.isAutoRepeat())
+        _takenKeys.remove(code);
+
+    HotKeyEvent raw;
+    raw.kind = !isPress               ? HotKeyEvent::rawKeyUp
+               : event.isAutoRepeat() ? HotKeyEvent::rawKeyRepeat
+                                      : HotKeyEvent::rawKeyDown;
+    const auto *key =
+        int(code) > xkbOffset ? base::KeyTable::findByLinuxCode(int(code) - xkbOffset) : nullptr;
+    if (!key || !_kinds.contains(raw.kind))
+        return wasTaken;
+    raw.keyCode = std::uint32_t(key->keyCode);
+    raw.modifiers = hotKeyModifiersOf(event.modifiers());
+    const bool isTakenNow = _receiver(raw) == HotKeyAnswer::noError;
+    if (isTakenNow && raw.kind == HotKeyEvent::rawKeyDown && _isWatching)
+        _takenKeys.insert(code);
+    return isTakenNow || wasTaken;
+}
+
+}  // namespace vellumhound::platform

@@ -1,0 +1,281 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "platform/linux/hotkeys/X11HotKeys.h"
+
+#include "base/KeyTable.h"
+#include "platform/linux/activation/Activation.h"
+#include "platform/linux/keyboard/XkbCode.h"
+#include "platform/linux/x11/X11Connection.h"
+#include "platform/linux/x11/X11Request.h"
+
+#include <QCoreApplication>
+
+#include <string_view>
+#include <utility>
+#include <xcb/xcb.h>
+
+namespace vellumhound::platform {
+
+namespace {
+
+constexpr int badValue = 2;    // what the server answers to a key that it cannot have
+constexpr int badAccess = 10;  // and to one that another program has
+/// No keyboard waits as long before it repeats a key: whoever presses after it presses anew, even
+/// if the release went elsewhere.
+constexpr std::uint32_t longestRepeatPause = 3000;
+
+/// The first two bytes of every event of the XKB extension.
+struct XkbEventHead {
+    std::uint8_t responseType;
+    std::uint8_t xkbType;
+};
+constexpr std::uint8_t newKeyboardNotify = 0;
+constexpr std::uint8_t mapNotify = 1;
+
+unsigned firstXkbEvent(xcb_connection_t *connection)
+{
+    constexpr std::string_view name = "XKEYBOARD";
+    const X11Reply<xcb_query_extension_reply_t> reply(xcb_query_extension_reply(connection,
+        xcb_query_extension(connection, std::uint16_t(name.size()), name.data()), nullptr));
+    return reply && reply->present ? reply->first_event : 0;
+}
+
+}  // namespace
+
+X11HotKeys::X11HotKeys(QObject *parent)
+    : QObject(parent)
+    , _connection(x11Connection())
+{
+    if (!_connection)
+        return;
+    _root = x11RootWindow(_connection);
+    _firstXkbEvent = firstXkbEvent(_connection);
+    _mapping = X11Modifiers::ofServer(_connection);
+    _releases.setSingleShot(true);
+    _releases.setInterval(0);
+    connect(&_releases, &QTimer::timeout, this, &X11HotKeys::tellReleases);
+    // One change of the keyboard is told by several events.
+    _keyboardChange.setSingleShot(true);
+    _keyboardChange.setInterval(0);
+    connect(&_keyboardChange, &QTimer::timeout, this, &X11HotKeys::noticeKeyboard);
+    QCoreApplication::instance()->installNativeEventFilter(this);
+}
+
+X11HotKeys::~X11HotKeys()
+{
+    for (const auto &[handle, entry] : _grabs)
+        ungrab(entry);
+}
+
+HotKeyCenter::Registration X11HotKeys::registerHotKey(const HotKeyRequest &request)
+{
+    if (!_connection)
+        return {HotKeyAnswer::unsupported, std::nullopt};
+    const auto *key = base::KeyTable::findByKeyCode(request.keyCode);
+    if (!key || key->linuxCode + xkbOffset > xcb_get_setup(_connection)->max_keycode)
+        return refuse(request, badValue);
+    Grab entry;
+    entry.id = request.id;
+    entry.name = request.name;
+    entry.code = std::uint8_t(key->linuxCode + xkbOffset);
+    entry.modifiers = request.modifiers;
+    entry.mapping = _mapping;
+    if (const int error = grab(entry)) {
+        ungrab(entry);
+        return refuse(request, error);
+    }
+    // Who records a hot key still holds it down: that it repeats is no press of the new hot key.
+    entry.isDown = isHeldDown(entry.code);
+    entry.pressTime = lastEventTime();
+    _grabs.emplace(++_lastHandle, entry);
+    _reports.insert(request.name, {HotKeyReport::State::active, HotKeyFacility::x11, {}, {}, {}});
+    announceReports();
+    return {HotKeyAnswer::noError, _lastHandle};
+}
+
+HotKeyCenter::Registration X11HotKeys::refuse(const HotKeyRequest &request, int status)
+{
+    const auto state =
+        status == badAccess ? HotKeyReport::State::taken : HotKeyReport::State::refused;
+    _reports.insert(request.name, {state, HotKeyFacility::x11, {}, {}, status});
+    announceReports();
+    return {status, std::nullopt};
+}
+
+bool X11HotKeys::isHeldDown(std::uint8_t code) const
+{
+    const X11Reply<xcb_query_keymap_reply_t> reply(
+        xcb_query_keymap_reply(_connection, xcb_query_keymap(_connection), nullptr));
+    return reply && (reply->keys[code / 8] >> (code % 8) & 1) != 0;
+}
+
+void X11HotKeys::unregisterHotKey(Handle handle)
+{
+    const auto found = _grabs.find(handle);
+    if (found == _grabs.end())
+        return;
+    ungrab(found->second);
+    _reports.remove(found->second.name);
+    _grabs.erase(found);
+    announceReports();
+}
+
+/// The first error of the server, 0 if there is none.
+int X11HotKeys::grab(const Grab &entry) const
+{
+    const auto state = entry.mapping.stateOf(entry.modifiers);
+    QList<xcb_void_cookie_t> requests;
+    const auto locks = entry.mapping.lockStates();
+    for (const auto lock : locks) {
+        requests.append(xcb_grab_key_checked(_connection, 0, _root, std::uint16_t(state | lock),
+            entry.code, XCB_GRAB_MODE_ASYNC, XCB_GRAB_MODE_ASYNC));
+    }
+    int first = 0;
+    for (const auto &request : std::as_const(requests)) {
+        const X11Reply<xcb_generic_error_t> error(xcb_request_check(_connection, request));
+        if (error && first == 0)
+            first = error->error_code;
+    }
+    return first;
+}
+
+/// Leaves grabs of other programs alone, as the server does.
+void X11HotKeys::ungrab(const Grab &entry) const
+{
+    const auto state = entry.mapping.stateOf(entry.modifiers);
+    const auto locks = entry.mapping.lockStates();
+    for (const auto lock : locks)
+        xcb_ungrab_key(_connection, entry.code, _root, std::uint16_t(state | lock));
+    xcb_flush(_connection);
+}
+
+bool X11HotKeys::installEventHandler(EventHandler &handler)
+{
+    if (_handler || !_connection)
+        return false;
+    _handler = &handler;
+    return true;
+}
+
+void X11HotKeys::addEventTypes(std::span<const int> kinds)
+{
+    _kinds.unite({kinds.begin(), kinds.end()});
+}
+
+void X11HotKeys::removeEventTypes(std::span<const int> kinds)
+{
+    _kinds.subtract({kinds.begin(), kinds.end()});
+}
+
+bool X11HotKeys::nativeEventFilter(const QByteArray &eventType, void *message, qintptr *)
+{
+    if (eventType != "xcb_generic_event_t")
+        return false;
+    const auto type = static_cast<const xcb_generic_event_t *>(message)->response_type & 0x7F;
+    if (type == XCB_KEY_PRESS || type == XCB_KEY_RELEASE) {
+        const auto *key = static_cast<const xcb_key_press_event_t *>(message);
+        const Press press{key->detail, key->state, key->time, type == XCB_KEY_PRESS};
+        return handleHotKey(press) || handleRawKey(press);
+    }
+    const auto *xkb = static_cast<const XkbEventHead *>(message);
+    const bool isXkb = _firstXkbEvent != 0 && unsigned(type) == _firstXkbEvent;
+    if (type == XCB_MAPPING_NOTIFY ||
+        (isXkb && (xkb->xkbType == newKeyboardNotify || xkb->xkbType == mapNotify))) {
+        _keyboardChange.start();
+    }
+    return false;
+}
+
+bool X11HotKeys::handleHotKey(const Press &press)
+{
+    for (auto &[handle, entry] : _grabs) {
+        if (entry.code != press.code)
+            continue;
+        if (!press.isDown && entry.isDown) {
+            entry.isReleasing = true;
+            entry.releaseTime = press.time;
+            _releases.start();
+            return true;
+        }
+        const auto wanted = entry.mapping.stateOf(entry.modifiers);
+        if (!press.isDown || entry.mapping.withoutLocks(press.state) != wanted)
+            continue;
+        // A key held down comes up and goes down again in the same moment, over and over.
+        const bool isRepeat = entry.releaseTime == press.time ||
+                              (entry.isDown && !entry.isReleasing &&
+                                  press.time - entry.pressTime < longestRepeatPause);
+        tellPress(handle, press.time, isRepeat);
+        return true;
+    }
+    return false;
+}
+
+void X11HotKeys::tellPress(Handle handle, std::uint32_t time, bool isRepeat)
+{
+    if (!isRepeat) {
+        setUserTime(time);
+        tellReleases();
+    }
+    const auto found = _grabs.find(handle);
+    if (found == _grabs.end())
+        return;
+    auto &entry = found->second;
+    entry.isDown = true;
+    entry.isPressTold = entry.isPressTold || !isRepeat;
+    entry.isReleasing = false;
+    entry.pressTime = time;
+    HotKeyEvent event;
+    event.kind = HotKeyEvent::pressed;
+    event.directObject = entry.id;
+    event.isRepeat = isRepeat;
+    if (_handler && _kinds.contains(event.kind))
+        _handler->handleEvent(&event);
+}
+
+void X11HotKeys::tellReleases()
+{
+    QList<HotKeyId> released;
+    for (auto &[handle, entry] : _grabs) {
+        if (!std::exchange(entry.isReleasing, false))
+            continue;
+        entry.isDown = false;
+        if (std::exchange(entry.isPressTold, false))
+            released.append(entry.id);
+    }
+    for (const auto &id : std::as_const(released)) {
+        HotKeyEvent event;
+        event.kind = HotKeyEvent::released;
+        event.directObject = id;
+        if (_handler && _kinds.contains(event.kind))
+            _handler->handleEvent(&event);
+    }
+}
+
+bool X11HotKeys::handleRawKey(const Press &press)
+{
+    const auto last = std::exchange(_lastRaw, press);
+    const bool isRepeat = press.isDown && last.code == press.code && last.time == press.time;
+    const auto *key = base::KeyTable::findByLinuxCode(press.code - xkbOffset);
+    HotKeyEvent event;
+    event.kind = isRepeat       ? HotKeyEvent::rawKeyRepeat
+                 : press.isDown ? HotKeyEvent::rawKeyDown
+                                : HotKeyEvent::rawKeyUp;
+    if (!_handler || !_kinds.contains(event.kind) || !key)
+        return false;
+    event.keyCode = std::uint32_t(key->keyCode);
+    event.modifiers = std::uint32_t(_mapping.hotKeyModifiersOf(press.state));
+    const bool isTaken = _handler->handleEvent(&event) == HotKeyAnswer::noError;
+    if (isTaken && press.isDown)
+        setUserTime(press.time);
+    return isTaken;
+}
+
+void X11HotKeys::noticeKeyboard()
+{
+    const auto mapping = X11Modifiers::ofServer(_connection);
+    if (mapping == std::exchange(_mapping, mapping))
+        return;
+    if (_handler)
+        _handler->keyboardChanged();
+}
+
+}  // namespace vellumhound::platform

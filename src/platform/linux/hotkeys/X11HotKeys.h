@@ -1,0 +1,89 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "platform/HotKeyCenter.h"
+#include "platform/linux/x11/X11Modifiers.h"
+
+#include <QAbstractNativeEventFilter>
+#include <QHash>
+#include <QObject>
+#include <QSet>
+#include <QTimer>
+
+#include <map>
+
+struct xcb_connection_t;
+
+namespace vellumhound::platform {
+
+/// Hot keys by key grabs on the X server's root window. A key is told by its place on the keyboard,
+/// so that another layout changes nothing. A key that another program has grabbed is refused with
+/// the server's error number, 10.
+///
+/// While a menu of another program is open that program has the keyboard and no hot key acts.
+/// Main thread; made after the application object and destroyed before it. On any other window
+/// system nothing is supported.
+class X11HotKeys final : public QObject, public HotKeyCenter, public QAbstractNativeEventFilter {
+    Q_OBJECT
+
+public:
+    explicit X11HotKeys(QObject *parent = nullptr);
+    ~X11HotKeys() override;
+
+    bool isSupported() const override { return _connection != nullptr; }
+    Registration registerHotKey(const HotKeyRequest &request) override;
+    void unregisterHotKey(Handle handle) override;
+    bool installEventHandler(EventHandler &handler) override;
+    void removeEventHandler() override { _handler = nullptr; }
+    void addEventTypes(std::span<const int> kinds) override;
+    void removeEventTypes(std::span<const int> kinds) override;
+    HotKeyReport report(const QString &name) const override { return _reports.value(name); }
+
+    bool nativeEventFilter(const QByteArray &eventType, void *message, qintptr *result) override;
+
+private:
+    struct Grab {
+        HotKeyId id;
+        QString name;
+        std::uint8_t code = 0;  // of the X server
+        int modifiers = 0;      // HotKeyModifiers
+        X11Modifiers mapping;   // with which it was grabbed
+        bool isDown = false;
+        bool isPressTold = false;
+        bool isReleasing = false;     // come up, but a repeat may follow that undoes it
+        std::uint32_t pressTime = 0;  // in milliseconds of the X server
+        std::uint32_t releaseTime = 0;
+    };
+    /// A key as an event of the server tells it.
+    struct Press {
+        std::uint8_t code = 0;
+        std::uint16_t state = 0;
+        std::uint32_t time = 0;
+        bool isDown = false;
+    };
+
+    bool isHeldDown(std::uint8_t code) const;
+    Registration refuse(const HotKeyRequest &request, int status);
+    int grab(const Grab &entry) const;
+    void ungrab(const Grab &entry) const;
+    bool handleHotKey(const Press &press);
+    void tellPress(Handle handle, std::uint32_t time, bool isRepeat);
+    void tellReleases();
+    bool handleRawKey(const Press &press);
+    void noticeKeyboard();
+
+    xcb_connection_t *_connection = nullptr;
+    std::uint32_t _root = 0;
+    unsigned _firstXkbEvent = 0;
+    X11Modifiers _mapping;
+    std::map<Handle, Grab> _grabs;
+    Handle _lastHandle = 0;
+    EventHandler *_handler = nullptr;
+    QSet<int> _kinds;
+    QHash<QString, HotKeyReport> _reports;  // by name
+    Press _lastRaw;
+    QTimer _releases;
+    QTimer _keyboardChange;
+};
+
+}  // namespace vellumhound::platform
