@@ -2,7 +2,7 @@
 #include "index/CrawlPlan.h"
 
 #include "base/NativePath.h"
-#include "index/IndexView.h"
+#include "index/Paths.h"
 
 #include <algorithm>
 #include <utility>

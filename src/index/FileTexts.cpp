@@ -3,6 +3,7 @@
 
 #include "index/LiveIndex.h"
 #include "index/Noise.h"
+#include "index/Paths.h"
 #include "index/Worker.h"
 
 #include <algorithm>

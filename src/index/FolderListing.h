@@ -2,7 +2,7 @@
 #pragma once
 
 #include "index/ChangeSource.h"
-#include "index/NameBlock.h"
+#include "index/EntryKind.h"
 
 #include <chrono>
 #include <cstdint>

@@ -8,7 +8,6 @@
 #include <condition_variable>
 #include <memory>
 #include <mutex>
-#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -90,14 +89,6 @@ struct IndexView {
     /// The folder at an absolute path, if it has been crawled as a folder.
     FolderId findFolder(std::string_view path) const;
 };
-
-/// Joins a folder's path and a name.
-std::string joinedPath(std::string_view folder, std::string_view name);
-/// What of `path` lies below `folder` (without the slash); empty for the folder itself, absent if
-/// it lies elsewhere. By components: /a/bc is not below /a/b.
-std::optional<std::string_view> pathBelow(std::string_view path, std::string_view folder);
-/// Whether one of the components begins with a dot.
-bool hasHiddenComponent(std::string_view relativePath);
 
 /// Where the writer puts the newest view and readers take it from. A reader holds the lock only
 /// while it copies the pointer.

@@ -4,6 +4,7 @@
 
 #include "base/Fold.h"
 #include "index/Noise.h"
+#include "index/Paths.h"
 
 #include <algorithm>
 #include <utility>

@@ -2,6 +2,7 @@
 // How the live index applies what its source of changes tells.
 #include "index/LiveIndex.h"
 #include "index/Logging.h"
+#include "index/Paths.h"
 
 #include <algorithm>
 #include <utility>

@@ -3,6 +3,7 @@
 
 #include "base/NativePath.h"
 #include "index/Logging.h"
+#include "index/Paths.h"
 
 #include <algorithm>
 #include <iterator>

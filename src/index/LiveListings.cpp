@@ -3,6 +3,7 @@
 // come.
 #include "index/LiveIndex.h"
 #include "index/Logging.h"
+#include "index/Paths.h"
 
 #include <algorithm>
 #include <cerrno>

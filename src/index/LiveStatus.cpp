@@ -2,6 +2,7 @@
 // What the live index tells of itself, and what it takes in.
 #include "base/NativePath.h"
 #include "index/LiveIndex.h"
+#include "index/Paths.h"
 
 #include <algorithm>
 #include <utility>

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "index/MountTable.h"
 
-#include "index/IndexView.h"
+#include "index/Paths.h"
 
 #include <algorithm>
 #include <array>

@@ -2,6 +2,7 @@
 // long: one table and how it may be read without locks
 #pragma once
 
+#include "index/EntryKind.h"
 #include "index/NameSummary.h"
 
 #include <atomic>
@@ -12,9 +13,6 @@
 #include <string_view>
 
 namespace vellumhound::index {
-
-/// What an entry is, by its folder's listing alone.
-enum class EntryKind : std::uint8_t { file, folder, link, other };
 
 /// What the ranking needs of an entry beside its name, in one byte.
 struct Traits {

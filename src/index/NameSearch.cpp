@@ -2,6 +2,7 @@
 #include "index/NameSearch.h"
 
 #include "index/Noise.h"
+#include "index/Paths.h"
 
 #include <algorithm>
 #include <optional>

@@ -5,6 +5,7 @@
 #include "base/NativePath.h"
 #include "index/FolderListing.h"
 #include "index/IndexView.h"
+#include "index/Paths.h"
 #include "platform/MetadataQuery.h"
 
 #include <algorithm>

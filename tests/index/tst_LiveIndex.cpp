@@ -3,6 +3,7 @@
 #include "index/InotifySource.h"
 #include "index/LiveIndex.h"
 #include "index/NameSearch.h"
+#include "index/Paths.h"
 #include "TemporaryTree.h"
 
 #include <QObject>

@@ -3,6 +3,7 @@
 #include "index/IndexWriter.h"
 #include "index/NameSearch.h"
 #include "index/Noise.h"
+#include "index/Paths.h"
 
 #include <QObject>
 #include <QTest>

@@ -2,6 +2,7 @@
 #include "index/FileIndex.h"
 #include "index/InotifySource.h"
 #include "index/LiveIndex.h"
+#include "index/Paths.h"
 #include "SnapshotFixture.h"
 #include "TemporaryTree.h"
 
