@@ -81,6 +81,20 @@ private Q_SLOTS:
         QVERIFY(run(QStringLiteral(XKB_GROUP), {u"0"_s}));
     }
 
+    void theServersLayoutCountsWhereNoneAreInstalled()
+    {
+        qputenv("XKB_CONFIG_ROOT", "/nonexistent");
+        const XkbKeyCharacters characters;
+        qunsetenv("XKB_CONFIG_ROOT");
+        QCOMPARE(characters.charactersOf(1), u"s"_s);
+
+        QVERIFY(run(u"setxkbmap"_s, {u"de"_s}));
+        QTRY_COMPARE(characters.charactersOf(6), u"y"_s);
+
+        QVERIFY(run(u"setxkbmap"_s, {u"us"_s}));
+        QTRY_COMPARE(characters.charactersOf(6), u"z"_s);
+    }
+
     void whereTheServersKeysHaveNoNamesThoseOfAUsKeyboardCount()
     {
         const XkbKeyCharacters characters;
