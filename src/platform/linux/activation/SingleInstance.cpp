@@ -94,8 +94,9 @@ SingleInstance::Claim SingleInstance::claim(QDBusConnection bus)
 /// A connection that is gone stays gone; what needs none goes on, the keys of an X11 session too.
 void SingleInstance::noticeEndOfBus() const
 {
-    qCWarning(log) << "the session bus has ended: a second start will not find this one, and what "
-                      "the desktop tells over the bus is not heard until the next start";
+    qCWarning(logPlatform)
+        << "the session bus has ended: a second start will not find this one, and what "
+           "the desktop tells over the bus is not heard until the next start";
 }
 
 ApplicationInterface::ApplicationInterface(
