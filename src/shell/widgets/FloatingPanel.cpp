@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "shell/widgets/FloatingPanel.h"
 
-#include "platform/linux/activation/Activation.h"
 #include "platform/linux/x11/X11Desktop.h"
 
 #include <QBitmap>
@@ -164,7 +163,7 @@ void FloatingPanel::orderFront()
             _layerShell->placePanel();
     }
     askForKeyboard();
-    platform::requestKeyboard(winId(), platform::lastEventTime());
+    platform::requestKeyboard(winId());
 }
 
 void FloatingPanel::askForKeyboard()

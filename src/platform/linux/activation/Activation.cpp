@@ -2,9 +2,9 @@
 #include "platform/linux/activation/Activation.h"
 
 #include "platform/linux/x11/X11Connection.h"
+#include "platform/linux/x11/X11Time.h"
 
 #include <QGuiApplication>
-#include <qpa/qplatformnativeinterface.h>
 #include <QSysInfo>
 
 #include <unistd.h>
@@ -12,24 +12,6 @@
 namespace vellumhound::platform {
 
 using namespace Qt::StringLiterals;
-
-namespace {
-
-using SetTime = void (*)(QScreen *, quint32);
-
-/// The X11 plug-in's own way of being told the time.
-void callWithTime(const char *function, std::uint32_t time)
-{
-    auto *screen = QGuiApplication::primaryScreen();
-    auto *native = QGuiApplication::platformNativeInterface();
-    if (!screen || !native)
-        return;
-    const auto address = native->nativeResourceFunctionForScreen(function);
-    if (const auto set = reinterpret_cast<SetTime>(reinterpret_cast<void (*)()>(address)))
-        set(screen, time);
-}
-
-}  // namespace
 
 std::optional<std::uint32_t> timeOfStartupId(const QString &startupId)
 {
@@ -58,23 +40,6 @@ void takeOverActivation(const QVariantMap &platformData)
     } else {
         qputenv("XDG_ACTIVATION_TOKEN", token.toUtf8());
     }
-}
-
-void setUserTime(std::uint32_t time)
-{
-    if (!x11Connection() || time == 0)
-        return;
-    callWithTime("setapptime", time);
-    callWithTime("setappusertime", time);
-}
-
-std::uint32_t lastEventTime()
-{
-    auto *native = x11Connection() ? QGuiApplication::platformNativeInterface() : nullptr;
-    if (!native)
-        return 0;
-    return std::uint32_t(reinterpret_cast<quintptr>(
-        native->nativeResourceForScreen("apptime", QGuiApplication::primaryScreen())));
 }
 
 QByteArray makeStartupId()

@@ -19,11 +19,6 @@ std::optional<std::uint32_t> timeOfStartupId(const QString &startupId);
 /// empty leave changes nothing. Main thread.
 void takeOverActivation(const QVariantMap &platformData);
 
-/// On X11, makes `time` the time of the user's last action, which window managers compare before
-/// they let a window have the focus. Elsewhere without effect. Main thread.
-void setUserTime(std::uint32_t time);
-/// When the last event of the X server came about, in its milliseconds; 0 elsewhere. Main thread.
-std::uint32_t lastEventTime();
 /// A startup id that lets a program we start take the focus on X11; empty elsewhere. Main thread.
 QByteArray makeStartupId();
 

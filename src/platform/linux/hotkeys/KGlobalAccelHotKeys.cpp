@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/linux/hotkeys/KGlobalAccelHotKeys.h"
 
-#include "platform/linux/activation/Activation.h"
 #include "platform/linux/keyboard/ShortcutText.h"
+#include "platform/linux/x11/X11Time.h"
 #include "platform/Logging.h"
 
 #include <QDBusArgument>

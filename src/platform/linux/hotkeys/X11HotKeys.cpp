@@ -2,10 +2,10 @@
 #include "platform/linux/hotkeys/X11HotKeys.h"
 
 #include "base/KeyTable.h"
-#include "platform/linux/activation/Activation.h"
 #include "platform/linux/keyboard/XkbCode.h"
 #include "platform/linux/x11/X11Connection.h"
 #include "platform/linux/x11/X11Request.h"
+#include "platform/linux/x11/X11Time.h"
 
 #include <QCoreApplication>
 

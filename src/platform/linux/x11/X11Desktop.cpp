@@ -3,6 +3,7 @@
 
 #include "platform/linux/x11/X11Connection.h"
 #include "platform/linux/x11/X11Request.h"
+#include "platform/linux/x11/X11Time.h"
 
 #include <QCursor>
 #include <QGuiApplication>
@@ -94,13 +95,13 @@ void requestPanelState(WId window)
     xcb_flush(connection);
 }
 
-void requestKeyboard(WId window, std::uint32_t time)
+void requestKeyboard(WId window)
 {
     auto *connection = x11Connection();
     if (!connection)
         return;
     constexpr std::uint32_t fromUser = 2;
-    askWindowManager(connection, window, activeWindowAtom(connection), {fromUser, time});
+    askWindowManager(connection, window, activeWindowAtom(connection), {fromUser, lastEventTime()});
     xcb_flush(connection);
 }
 

@@ -24,8 +24,8 @@ void writePanelState(WId window);
 void requestPanelState(WId window);
 /// Asks the window manager to give the window the keyboard as if the user had chosen it in a list
 /// of windows. That is not weighed against what was done last in other windows, so it is for
-/// windows that come up only because the user asked for them. `time` is that of the last event.
-void requestKeyboard(WId window, std::uint32_t time);
+/// windows that come up only because the user asked for them.
+void requestKeyboard(WId window);
 /// Where the desktop's active window lies, in pixels of the X server; absent for none.
 std::optional<QRect> activeWindowGeometry();
 /// The active window's screen, else the pointer's, else the first one; null without any screen.
