@@ -79,6 +79,13 @@ void measureShowings(const char *what, bench::FrameWatch &application, bench::La
         keyboard.pressControlSpace();
         double focus = 0;
         double frame = 0;
+        bool isLost = false;  // the server may lose a key that a new program sends
+        QTimer again;
+        again.callOnTimeout([&] {
+            isLost = true;
+            keyboard.pressControlSpace();
+        });
+        again.start(std::chrono::seconds(1));
         runUntil([&] {
             if (focus == 0 && QGuiApplication::focusWindow())
                 focus = double(clock.nsecsElapsed()) / 1e6;
@@ -86,7 +93,9 @@ void measureShowings(const char *what, bench::FrameWatch &application, bench::La
                 frame = application.milliseconds();
             return focus != 0 && frame != 0;
         });
-        if (round > 0) {  // the first showing ever is another matter
+        if (isLost) {
+            --round;
+        } else if (round > 0) {  // the first showing ever is another matter
             frames.push_back(frame);
             focuses.push_back(focus);
         }

@@ -3,8 +3,8 @@
 // kept for the next run), crawls it without watches, with watches and with change times, all on one
 // thread, then measures how soon a new file can be found: at rest, and within a burst of 20,000.
 #include "Corpus.h"
-#include "index/InotifySource.h"
-#include "index/LiveIndex.h"
+#include "index/disk/InotifySource.h"
+#include "index/live/LiveIndex.h"
 
 #include <algorithm>
 #include <array>

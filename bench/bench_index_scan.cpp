@@ -3,9 +3,9 @@
 // default), and as a multiple of a mere read of the same bytes in the same run; for one text alone
 // if one is given.
 #include "Corpus.h"
-#include "index/IndexWriter.h"
-#include "index/NameSearch.h"
-#include "index/Scan.h"
+#include "index/names/IndexWriter.h"
+#include "index/names/NameSearch.h"
+#include "index/names/Scan.h"
 
 #include <algorithm>
 #include <chrono>

@@ -3,13 +3,13 @@
 // (1,000,000) in the folder and takes it over again, from memory and from the disk; then makes so
 // many real folders there (60,000, kept for the next run) and compares them with a kept index.
 // "x read" is the time over that of reading the same bytes of memory once.
+#include "base/Crc32c.h"
 #include "Corpus.h"
-#include "index/Checksum.h"
-#include "index/InotifySource.h"
-#include "index/LiveIndex.h"
-#include "index/NameSearch.h"
-#include "index/SnapshotFile.h"
-#include "index/SnapshotWriter.h"
+#include "index/disk/InotifySource.h"
+#include "index/live/LiveIndex.h"
+#include "index/names/NameSearch.h"
+#include "index/snapshot/SnapshotFile.h"
+#include "index/snapshot/SnapshotWriter.h"
 
 #include <algorithm>
 #include <chrono>
@@ -17,6 +17,7 @@
 #include <cstdlib>
 #include <fcntl.h>
 #include <functional>
+#include <span>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -151,7 +152,7 @@ void benchFile(const std::string &folder, std::size_t count)
     });
     std::printf("  check of the bulk, off the searching thread: %.1f ms\n", check);
     const auto checksum =
-        best(3, [&] { return millisecondsOf([&] { sink = crc32c(names.data(), names.size()); }); });
+        best(3, [&] { return millisecondsOf([&] { sink = base::crc32c(std::as_bytes(names)); }); });
     std::printf(
         "  checksum of the names alone: %.1f ms = %.1f x read\n", checksum, checksum / read);
     ::unlink(path.c_str());

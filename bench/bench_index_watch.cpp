@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // bench_index_watch <folder> [folders]: makes so many folders (20,000 by default) below the folder,
 // watches them by each of the kernel's two ways, and measures how soon a new file is told.
-#include "index/CombinedSource.h"
+#include "index/disk/CombinedSource.h"
 
 #include <algorithm>
 #include <atomic>

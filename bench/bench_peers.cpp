@@ -4,8 +4,8 @@
 // the panel shows them. One line a query: text, hits, milliseconds, milliseconds. bench/peers.py
 // sets other programs beside it.
 #include "index/IndexItem.h"
-#include "index/LiveIndex.h"
-#include "index/NameSearch.h"
+#include "index/live/LiveIndex.h"
+#include "index/names/NameSearch.h"
 
 #include <algorithm>
 #include <chrono>

@@ -48,7 +48,7 @@ RULES = [
          r"|\bcurrentSecsSinceEpoch\(|system_clock::now", "take platform/Clock.h"),
     Rule(r"^src/.*" + CODE, r"^$", r"#\s*include\s+<QShortcut>|\bnew QShortcut\b", "keys are routed by keyboard/"),
     # The scan is built for each instruction set; which one there is only the compiler tells.
-    Rule(r"^src/.*" + CODE, r"^src/platform/|^src/index/Scan", r"^\s*#\s*if(n?def)?\b(?!.*(__has_include|SANITIZE))",
+    Rule(r"^src/.*" + CODE, r"^src/platform/|^src/index/names/Scan", r"^\s*#\s*if(n?def)?\b(?!.*(__has_include|SANITIZE))",
          "no #if outside platform/"),
     Rule(r"^src/.*" + CODE, r"^$", r"\bfriend class (Test|tst_)", "test through the public interface"),
     Rule(r"^src/.*" + CODE, r"^$", r"#\s*include\s+<(format|ranges)>|std::(views|ranges::views)::",

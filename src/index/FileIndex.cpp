@@ -2,7 +2,7 @@
 #include "index/FileIndex.h"
 
 #include "base/NativePath.h"
-#include "index/Logging.h"
+#include "index/disk/Logging.h"
 #include "platform/MetadataQuery.h"
 
 #include <algorithm>

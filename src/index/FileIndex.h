@@ -1,16 +1,16 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-#include "index/CombinedSource.h"
-#include "index/CrawlPlan.h"
+#include "index/disk/CombinedSource.h"
 #include "index/FileTexts.h"
 #include "index/IndexLimits.h"
-#include "index/IndexStatus.h"
-#include "index/LiveIndex.h"
+#include "index/live/CrawlPlan.h"
+#include "index/live/IndexStatus.h"
+#include "index/live/LiveIndex.h"
+#include "index/live/Throttle.h"
+#include "index/live/WhyNotFound.h"
 #include "index/QueryEngine.h"
 #include "index/RecentlyUsed.h"
-#include "index/Throttle.h"
-#include "index/WhyNotFound.h"
 
 #include <QList>
 #include <QString>

@@ -1,9 +1,10 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "index/FileTexts.h"
 
-#include "index/LiveIndex.h"
-#include "index/Noise.h"
-#include "index/Worker.h"
+#include "index/disk/Paths.h"
+#include "index/live/LiveIndex.h"
+#include "index/live/Worker.h"
+#include "index/names/Noise.h"
 
 #include <algorithm>
 #include <cerrno>

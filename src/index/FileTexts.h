@@ -3,7 +3,7 @@
 
 #include "content/TextIndexer.h"
 #include "extract/TextExtractor.h"
-#include "index/IndexView.h"
+#include "index/names/IndexView.h"
 
 #include <atomic>
 #include <functional>

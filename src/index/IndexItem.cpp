@@ -2,7 +2,7 @@
 #include "index/IndexItem.h"
 
 #include "base/NativePath.h"
-#include "index/NameSearch.h"
+#include "index/names/NameSearch.h"
 
 #include <algorithm>
 #include <cerrno>

@@ -2,7 +2,7 @@
 #pragma once
 
 #include "base/UTType.h"
-#include "index/IndexView.h"
+#include "index/names/IndexView.h"
 #include "platform/MetadataQuery.h"
 
 #include <memory>

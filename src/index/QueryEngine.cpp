@@ -2,6 +2,7 @@
 #include "index/QueryEngine.h"
 
 #include "content/TextSearch.h"
+#include "index/disk/Paths.h"
 
 #include <algorithm>
 #include <deque>

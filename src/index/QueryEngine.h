@@ -4,7 +4,7 @@
 #include "base/Handover.h"
 #include "content/TextState.h"
 #include "index/IndexItem.h"
-#include "index/NameSearch.h"
+#include "index/names/NameSearch.h"
 #include "index/RecentlyUsed.h"
 
 #include <atomic>

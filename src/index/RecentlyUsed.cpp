@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "index/RecentlyUsed.h"
 
-#include "index/Logging.h"
+#include "index/disk/Logging.h"
 
 #include <QByteArray>
 #include <QCryptographicHash>

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-#include "index/UseTable.h"
+#include "index/names/UseTable.h"
 
 #include <chrono>
 #include <cstdint>

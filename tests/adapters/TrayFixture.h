@@ -2,6 +2,7 @@
 #pragma once
 
 #include "base/Timer.h"
+#include "shell/widgets/MenuTracking.h"
 #include "shell/widgets/TrayItem.h"
 
 #include <QDBusConnection>
@@ -31,6 +32,7 @@ struct TrayFixture {
         [this] { done.append(QStringLiteral("check")); },
         [this] { done.append(QStringLiteral("terminate")); }};
     platform::TrayHost host{QDBusConnection::sessionBus(), timer};
+    MenuTracking menuTracking{notificationCenter};
     TrayItem item{{settings, notificationCenter, host, [this] { return state; }, actions}};
 
     static MenuState usualState()

@@ -8,6 +8,7 @@
 #include <QDBusPendingCall>
 #include <QGuiApplication>
 #include <QJsonArray>
+#include <QProcess>
 #include <QTest>
 
 #include <atomic>
@@ -141,6 +142,33 @@ private Q_SLOTS:
         const bool isHandedOver = SingleInstance::handOver();
         qputenv("DBUS_SESSION_BUS_ADDRESS", address);
         QVERIFY(!isHandedOver);
+    }
+
+    void theEndOfTheBusIsToldOnce()
+    {
+        QProcess daemon;
+        daemon.start(u"dbus-daemon"_s, {u"--session"_s, u"--nofork"_s, u"--print-address=1"_s});
+        QVERIFY(daemon.waitForReadyRead());
+        const auto address = QString::fromUtf8(daemon.readLine()).trimmed();
+        const auto name = u"a bus of its own"_s;
+        const auto bus = QDBusConnection::connectToBus(address, name);
+        SingleInstance instance({});
+        QCOMPARE(instance.claim(bus), SingleInstance::Claim::won);
+        static int timesTold = 0;
+        auto *const usual =
+            qInstallMessageHandler([](QtMsgType, const QMessageLogContext &, const QString &text) {
+                timesTold += text.startsWith(u"the session bus has ended"_s);
+            });
+
+        daemon.kill();
+        const bool isTold = QTest::qWaitFor([] { return timesTold > 0; });
+
+        qInstallMessageHandler(usual);
+        QVERIFY(isTold);
+        QCOMPARE(timesTold, 1);
+        QVERIFY(!bus.isConnected());
+        QTRY_COMPARE(daemon.state(), QProcess::NotRunning);
+        QDBusConnection::disconnectFromBus(name);
     }
 
     void filesAreOpened()

@@ -307,6 +307,57 @@ private Q_SLOTS:
         QCOMPARE(_handler->changes, 1);
     }
 
+    void aKeyboardThatIsTakenUpAnewIsNoOtherKeyboard()
+    {
+        add(sKey, Modifiers::option, 1);
+
+        for (int i = 0; i < 3; ++i) {
+            QVERIFY(run(u"setxkbmap"_s, {u"de"_s}));
+            QVERIFY(run(u"setxkbmap"_s, {u"us"_s}));
+        }
+        QVERIFY(isMarked());
+        QVERIFY(xdotool({u"key"_s, u"alt+s"_s}));
+
+        QTRY_COMPARE(told(), (QStringList{u"down 1"_s, u"up 1"_s}));
+        QCOMPARE(_handler->changes, 0);
+    }
+
+    void keysWithoutNamesStillHaveHotKeys_data()
+    {
+        QTest::addColumn<QList<int>>("named");
+        QTest::addColumn<QList<int>>("pressed");
+        QTest::addColumn<QStringList>("said");
+        // A modifier without a name is none for the server itself.
+        QTest::newRow("modifiers have names")
+            << QList{KEY_LEFTCTRL, KEY_LEFTALT} << QList{KEY_LEFTCTRL, KEY_SPACE}
+            << QStringList{u"down 1"_s, u"up 1"_s};
+        QTest::newRow("none has one")
+            << QList<int>() << QList{KEY_F9} << QStringList{u"down 99"_s, u"up 99"_s};
+    }
+    void keysWithoutNamesStillHaveHotKeys()
+    {
+        QFETCH(QList<int>, named);
+        QFETCH(QList<int>, pressed);
+        QFETCH(QStringList, said);
+        add(spaceKey, Modifiers::control, 1);
+        QStringList emptied;
+        for (int code = 8; code < 256; ++code) {
+            if (!named.contains(code - 8))
+                emptied << u"-e"_s << u"keycode %1 ="_s.arg(code);
+        }
+        QStringList chord{u"0"_s};
+        for (const int linuxCode : std::as_const(pressed))
+            chord.append(QString::number(linuxCode + 8));
+
+        QVERIFY(run(u"xmodmap"_s, emptied));
+        QVERIFY(run(QStringLiteral(XKB_GROUP), chord));
+
+        QTRY_COMPARE(_handler->told, said);
+        // What the server does not tell is as usual.
+        QCOMPARE(add(sKey, Modifiers::command, 2).status, Status::noError);
+        QCOMPARE(add(sKey, Modifiers::option, 3).status, Status::noError);
+    }
+
     void aHeldRawKeyIsOnePress()
     {
         KeyWindow window;

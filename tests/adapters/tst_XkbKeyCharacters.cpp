@@ -80,6 +80,37 @@ private Q_SLOTS:
         QTRY_COMPARE(characters.charactersOf(6), u"y"_s);
         QVERIFY(run(QStringLiteral(XKB_GROUP), {u"0"_s}));
     }
+
+    void theServersLayoutCountsWhereNoneAreInstalled()
+    {
+        qputenv("XKB_CONFIG_ROOT", "/nonexistent");
+        const XkbKeyCharacters characters;
+        qunsetenv("XKB_CONFIG_ROOT");
+        QCOMPARE(characters.charactersOf(1), u"s"_s);
+
+        QVERIFY(run(u"setxkbmap"_s, {u"de"_s}));
+        QTRY_COMPARE(characters.charactersOf(6), u"y"_s);
+
+        QVERIFY(run(u"setxkbmap"_s, {u"us"_s}));
+        QTRY_COMPARE(characters.charactersOf(6), u"z"_s);
+    }
+
+    void whereTheServersKeysHaveNoNamesThoseOfAUsKeyboardCount()
+    {
+        const XkbKeyCharacters characters;
+        QVERIFY(run(u"setxkbmap"_s, {u"de"_s}));
+        QTRY_COMPARE(characters.charactersOf(6), u"y"_s);
+        QStringList emptied;
+        for (int code = 8; code < 256; ++code)
+            emptied << u"-e"_s << u"keycode %1 ="_s.arg(code);
+
+        QVERIFY(run(u"xmodmap"_s, emptied));
+
+        QTRY_COMPARE(characters.charactersOf(6), u"z"_s);
+        QCOMPARE(characters.charactersOf(1), u"s"_s);
+        QVERIFY(!characters.charactersOf(53));
+        QVERIFY(run(u"setxkbmap"_s, {u"us"_s}));
+    }
 };
 
 QTEST_MAIN(tst_XkbKeyCharacters)

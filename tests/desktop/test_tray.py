@@ -195,6 +195,24 @@ class TestTray(DesktopCase):
         self.session.type("a")
         program.wait_for_box("a")
 
+    def test_the_hot_key_acts_while_the_menu_of_an_x11_tray_is_open(self):
+        self.start_x11_tray()
+        program = self.start_and_present()
+        wait_until(self.x11_items, "the item is in the tray")
+        self.hide_panel(program)
+        self.click_x11_item(3, self.x11_menu, "the menu is open")
+
+        self.session.keys("ctrl+space")
+
+        program.wait_for_panel()
+        wait_until(lambda: not self.x11_menu(), "the menu has given way")
+        self.wait_for_the_keyboard(program)
+        self.session.type("a")
+        program.wait_for_box("a")
+        self.hide_panel(program)
+        self.session.keys("ctrl+space")  # and it is taken again
+        program.wait_for_panel()
+
     def test_an_x11_tray_that_starts_late_gets_the_item_and_the_setting_takes_it_away(self):
         self.start_and_present()
         self.start_x11_tray()
@@ -211,6 +229,19 @@ class TestTray(DesktopCase):
         self.session.keys("ctrl+q")
 
         self.assertEqual(program.wait_for_end(), 0)
+
+    def test_the_quit_key_ends_the_program_at_each_showing_of_the_panel(self):
+        for _ in range(3):
+            program = self.start_and_present()
+            self.hide_panel(program)
+            self.session.keys("ctrl+space")
+            program.wait_for_panel()
+            self.wait_for_the_keyboard(program)
+
+            self.session.keys("ctrl+q")
+
+            self.assertEqual(program.wait_for_end(), 0)
+            wait_until(lambda: not self.session.is_service_there(), "the program has ended")
 
     def test_the_settings_key_does_nothing_while_there_are_no_settings(self):
         program = self.start_and_present()

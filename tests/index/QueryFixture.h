@@ -2,7 +2,7 @@
 #pragma once
 
 #include "index/IndexQuery.h"
-#include "TemporaryTree.h"
+#include "index/TemporaryTree.h"
 
 #include <functional>
 #include <memory>

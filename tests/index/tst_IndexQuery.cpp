@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "QueryFixture.h"
+#include "index/QueryFixture.h"
 
 #include <QObject>
 #include <QRegularExpression>

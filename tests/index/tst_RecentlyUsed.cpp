@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "index/RecentlyUsed.h"
-#include "TemporaryTree.h"
+#include "index/TemporaryTree.h"
 
 #include <QObject>
 #include <QRegularExpression>

@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
+#include "index/disk/InotifySource.h"
 #include "index/IndexItem.h"
-#include "index/InotifySource.h"
-#include "index/LiveIndex.h"
-#include "SilentFileSystem.h"
-#include "TemporaryTree.h"
+#include "index/live/LiveIndex.h"
+#include "index/SilentFileSystem.h"
+#include "index/TemporaryTree.h"
 
 #include <QObject>
 #include <QSemaphore>

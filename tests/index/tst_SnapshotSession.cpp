@@ -1,9 +1,10 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
+#include "index/disk/InotifySource.h"
+#include "index/disk/Paths.h"
 #include "index/FileIndex.h"
-#include "index/InotifySource.h"
-#include "index/LiveIndex.h"
-#include "SnapshotFixture.h"
-#include "TemporaryTree.h"
+#include "index/live/LiveIndex.h"
+#include "index/snapshot/SnapshotFixture.h"
+#include "index/TemporaryTree.h"
 
 #include <QObject>
 #include <QRegularExpression>

@@ -69,6 +69,19 @@ private Q_SLOTS:
                              u"NSMenuDidEndTrackingNotification"_s}));
     }
 
+    void aMenuThatSomebodyElseDrawsIsNotTold()
+    {
+        const MenuTracking tracking(_notifications);
+        QMenu menu;
+        menu.addAction(u"One"_s);
+
+        // All that is heard of a menu that the tray draws.
+        Q_EMIT menu.aboutToShow();
+        Q_EMIT menu.aboutToHide();
+
+        QCOMPARE(_posts, QStringList());
+    }
+
     void otherWindowsAreNotTold()
     {
         const MenuTracking tracking(_notifications);

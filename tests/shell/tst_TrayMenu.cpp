@@ -28,21 +28,10 @@ MenuState usualState()
 class tst_TrayMenu : public QObject {
     Q_OBJECT
 
-    base::NotificationCenter _center;
-    QStringList _events;
-    base::NotificationCenter::Token _begin = _center.addObserver(
-        QString::fromUtf16(base::Notifications::NSMenuDidBeginTrackingNotification), nullptr,
-        [this] { _events.append(u"begin"_s); });
-    base::NotificationCenter::Token _end = _center.addObserver(
-        QString::fromUtf16(base::Notifications::NSMenuDidEndTrackingNotification), nullptr,
-        [this] { _events.append(u"end"_s); });
-
 private Q_SLOTS:
-    void init() { _events.clear(); }
-
     void anActionShowsWhatItsRowSays()
     {
-        TrayMenu menu(_center);
+        TrayMenu menu;
         auto state = usualState();
         state.updateAvailable = true;
 
@@ -62,7 +51,7 @@ private Q_SLOTS:
 
     void theActionsStayWhileTheirRowsChange()
     {
-        TrayMenu menu(_center);
+        TrayMenu menu;
         menu.setRows(describeMenu(usualState()));
         const auto before = menu.actions();
         MenuState changed = usualState();
@@ -78,7 +67,7 @@ private Q_SLOTS:
 
     void otherRowsGetActionsOfTheirOwn()
     {
-        TrayMenu menu(_center);
+        TrayMenu menu;
         menu.setRows(describeMenu(usualState()));
         auto withoutVersion = usualState();
         withoutVersion.bundle = {};
@@ -118,7 +107,7 @@ private Q_SLOTS:
 
     void aKeyOfTheMenuIsNoShortcutOfOurWindows()
     {
-        TrayMenu menu(_center);
+        TrayMenu menu;
         menu.setRows(describeMenu(usualState()));
         QSignalSpy chosen(&menu, &TrayMenu::chosen);
         QLineEdit field;
@@ -133,41 +122,6 @@ private Q_SLOTS:
 
         QTRY_VERIFY(field.text().endsWith(u'x'));
         QCOMPARE(chosen.size(), 0);
-    }
-
-    void aMenuOnScreenIsTold()
-    {
-        TrayMenu menu(_center);
-        menu.setRows(describeMenu(usualState()));
-
-        menu.popup({10, 10});
-        QCOMPARE(_events, QStringList{u"begin"_s});
-        menu.close();
-
-        QCOMPARE(_events, (QStringList{u"begin"_s, u"end"_s}));
-    }
-
-    void aMenuThatIsDestroyedWhileItIsOpenHasClosed()
-    {
-        auto menu = std::make_unique<TrayMenu>(_center);
-        menu->setRows(describeMenu(usualState()));
-        menu->popup({10, 10});
-
-        menu.reset();
-
-        QCOMPARE(_events, (QStringList{u"begin"_s, u"end"_s}));
-    }
-
-    void aMenuThatSomebodyElseDrawsIsNotTold()
-    {
-        TrayMenu menu(_center);
-        menu.setRows(describeMenu(usualState()));
-
-        // All that is heard of such a menu.
-        Q_EMIT menu.aboutToShow();
-        Q_EMIT menu.aboutToHide();
-
-        QCOMPARE(_events, QStringList());
     }
 };
 

@@ -54,6 +54,13 @@ bool isStartedByPerson()
            qEnvironmentVariableIsSet("DESKTOP_STARTUP_ID");
 }
 
+/// Ends the program. QApplication::quit() asks the windows first, and the panel, which only hides
+/// when it is closed, would now and then answer no.
+void terminate()
+{
+    QCoreApplication::exit();
+}
+
 /// The running program: the services, the delegate over them, and the ways in from outside.
 class Application {
 public:
@@ -113,7 +120,7 @@ private:
     {
         platform::SingleInstance::Handlers handlers;
         handlers.activate = [this] { _delegate.applicationShouldHandleReopen(); };
-        handlers.quit = [] { QApplication::quit(); };
+        handlers.quit = terminate;
         return handlers;
     }
 
@@ -133,8 +140,7 @@ private:
     platform::DesktopAppearance _appearance;
     platform::SingleInstance _instance;
 
-    const MenuActions _menuActions{
-        [this] { _delegate.presentPanel(); }, {}, {}, [] { QApplication::quit(); }};
+    const MenuActions _menuActions{[this] { _delegate.presentPanel(); }, {}, {}, terminate};
     platform::TrayHost _trayHost;
     TrayItem _tray;
     std::optional<MenuKeys> _menuKeys;  // once the panel is made, whose buttons come first

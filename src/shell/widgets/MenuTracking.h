@@ -11,7 +11,8 @@ class QMenu;
 namespace vellumhound::shell {
 
 /// Tells when a menu that this process draws opens and when the last one has closed: while one is
-/// open it has the keyboard. A menu that the desktop draws for us is none.
+/// open it has the keyboard. A menu that the desktop draws for us is none: a tray that does so asks
+/// for the rows, but nobody tells when it has closed the menu, and no key of it comes by here.
 ///
 /// One for the process; main thread; needs the application object.
 class MenuTracking final : public QObject {

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "shell/widgets/Services.h"
 
-#include "index/DesktopEntries.h"
+#include "index/disk/DesktopEntries.h"
 #include "platform/linux/activation/Activation.h"
 #include "platform/linux/LinuxFileSystem.h"
 

@@ -25,7 +25,6 @@ QColor haloOf(QColor color)
 
 TrayItem::TrayItem(Environment environment)
     : _environment(std::move(environment))
-    , _menu(_environment.notificationCenter)
 {
     connect(&_menu, &QMenu::aboutToShow, this, &TrayItem::refreshMenu);
     connect(&_menu, &TrayMenu::chosen, this,

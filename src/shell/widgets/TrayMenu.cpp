@@ -80,8 +80,7 @@ QKeySequence toKeySequence(const keyboard::KeyShortcut &shortcut)
     return QKeySequence(QKeyCombination(modifiers, key));
 }
 
-TrayMenu::TrayMenu(base::NotificationCenter &notificationCenter)
-    : _notificationCenter(notificationCenter)
+TrayMenu::TrayMenu()
 {
     setObjectName(u"TrayMenu"_s);
     setAccessibleName(u"Vellumhound"_s);
@@ -89,11 +88,6 @@ TrayMenu::TrayMenu(base::NotificationCenter &notificationCenter)
     QPalette plain;
     plain.setColor(QPalette::Disabled, QPalette::Light, Qt::transparent);
     setPalette(plain);
-}
-
-TrayMenu::~TrayMenu()
-{
-    endTracking();
 }
 
 void TrayMenu::setRows(const QList<MenuRow> &rows)
@@ -125,29 +119,6 @@ void TrayMenu::makeActions(const QList<MenuRow> &rows)
         action->setShortcutVisibleInContextMenu(true);
         connect(
             action, &QAction::triggered, this, [this, kind = row.kind] { Q_EMIT chosen(kind); });
-    }
-}
-
-void TrayMenu::showEvent(QShowEvent *event)
-{
-    if (!std::exchange(_isTracking, true)) {
-        _notificationCenter.post(
-            QString::fromUtf16(base::Notifications::NSMenuDidBeginTrackingNotification));
-    }
-    QMenu::showEvent(event);
-}
-
-void TrayMenu::hideEvent(QHideEvent *event)
-{
-    QMenu::hideEvent(event);
-    endTracking();
-}
-
-void TrayMenu::endTracking()
-{
-    if (std::exchange(_isTracking, false)) {
-        _notificationCenter.post(
-            QString::fromUtf16(base::Notifications::NSMenuDidEndTrackingNotification));
     }
 }
 

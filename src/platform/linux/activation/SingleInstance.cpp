@@ -81,10 +81,22 @@ SingleInstance::Claim SingleInstance::claim(QDBusConnection bus)
         qCWarning(logPlatform) << "the application's object could not be put on the session bus";
         return Claim::withoutBus;
     }
-    if (bus.registerService(QString::fromLatin1(busName)))
+    if (bus.registerService(QString::fromLatin1(busName))) {
+        // No message of the bus: the connection itself says it.
+        bus.connect({}, u"/org/freedesktop/DBus/Local"_s, u"org.freedesktop.DBus.Local"_s,
+            u"Disconnected"_s, this, SLOT(noticeEndOfBus()));
         return Claim::won;
+    }
     delete interface;
     return Claim::lost;
+}
+
+/// A connection that is gone stays gone; what needs none goes on, the keys of an X11 session too.
+void SingleInstance::noticeEndOfBus() const
+{
+    qCWarning(logPlatform)
+        << "the session bus has ended: a second start will not find this one, and what "
+           "the desktop tells over the bus is not heard until the next start";
 }
 
 ApplicationInterface::ApplicationInterface(

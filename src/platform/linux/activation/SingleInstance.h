@@ -11,7 +11,8 @@
 namespace vellumhound::platform {
 
 /// Makes this the one running instance, which others reach over the session bus by
-/// org.freedesktop.Application. Without a session bus it is simply not reachable.
+/// org.freedesktop.Application. Without a session bus it is simply not reachable, and it is told
+/// when the bus ends before the program does.
 ///
 /// Main thread; owned by the composition root. Before a handler runs, the caller's leave to take
 /// the focus has been taken over.
@@ -39,6 +40,9 @@ public:
 
     /// Takes the name. `lost` means that another instance was faster: hand over and end.
     Claim claim(QDBusConnection bus);
+
+private Q_SLOTS:
+    void noticeEndOfBus() const;
 
 private:
     Handlers _handlers;

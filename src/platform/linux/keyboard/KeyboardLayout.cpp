@@ -129,6 +129,11 @@ std::unique_ptr<KeyboardLayout> KeyboardLayout::named(
 KeyboardLayout::KeyboardLayout()
     : _context(xkb_context_new(XKB_CONTEXT_NO_ENVIRONMENT_NAMES))
 {
+    // What the server tells can be read where no layouts are installed.
+    if (!_context) {
+        _context.reset(xkb_context_new(
+            xkb_context_flags(XKB_CONTEXT_NO_ENVIRONMENT_NAMES | XKB_CONTEXT_NO_DEFAULT_INCLUDES)));
+    }
     if (_context)
         _usKeymap = namedKeymap("us", "");
 }

@@ -1,0 +1,92 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "index/disk/ChangeSource.h"
+#include "index/disk/EntryKind.h"
+
+#include <chrono>
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace vellumhound::index {
+
+/// What stands in a folder, hidden names left out.
+struct FolderListing {
+    struct Entry {
+        std::uint32_t start = 0;  ///< of the name, in `names`
+        std::uint16_t length = 0;
+        EntryKind kind = EntryKind::other;
+        std::uint32_t inode = 0;  ///< the lower half of its number
+    };
+
+    /// 0: read whole; else why not (errno). ENOENT, ENOTDIR and ELOOP: there is no such folder.
+    int error = 0;
+    bool isWatchRefused = false;  ///< the source was asked and gave none
+    bool isUnchanged = false;     ///< its time is the one that was known, so it was not read
+    int watch = ChangeSource::noWatch;
+    std::int64_t time = 0;  ///< of its last change, in nanoseconds; 0 if it cannot be relied upon
+    /// Tells it from any other folder of this run; 0: unknown. See inodeOf().
+    std::uint64_t identity = 0;
+    std::chrono::nanoseconds took{};  ///< how long reading it took
+    std::string names;
+    std::vector<Entry> entries;  ///< by name
+
+    std::string_view nameOf(const Entry &entry) const
+    {
+        return std::string_view(names).substr(entry.start, entry.length);
+    }
+    bool isRead() const { return error == 0; }
+    bool isMissing() const;
+};
+
+/// The lower half of the number of a folder with this identity.
+inline std::uint32_t inodeOf(std::uint64_t identity)
+{
+    return std::uint32_t(identity >> 32);
+}
+
+struct ListingOptions {
+    ChangeSource *watchBy = nullptr;  ///< watches the folder before it is read
+    bool followsLink = false;         ///< `path` itself may be a link
+    std::int64_t knownTime = 0;       ///< a folder that still has this time is not read; 0: read it
+    std::uint64_t knownIdentity = 0;  ///< a folder that has another one is read in any case
+};
+
+/// Reads the folder at `path`, of any length. Blocks for as long as the disk takes; any thread.
+FolderListing listFolder(const std::string &path, const ListingOptions &options);
+
+/// What stands at a path, links not followed.
+struct EntryState {
+    bool exists = false;
+    EntryKind kind = EntryKind::other;
+    std::uint32_t changeTime = 0;  ///< of its contents, in seconds since 1970; 0 if before
+};
+
+/// A folder held open to look at its entries, whatever path it has meanwhile. One thread.
+class OpenFolder {
+public:
+    OpenFolder() = default;
+    ~OpenFolder() { close(); }
+    OpenFolder(const OpenFolder &) = delete;
+    OpenFolder &operator=(const OpenFolder &) = delete;
+
+    /// False if there is no folder at `path`, or another one than `identity` says (0: any will do).
+    bool open(const std::string &path, bool followsLink, std::uint64_t identity);
+    void close();
+    /// What stands in the open folder, links not followed.
+    EntryState stateOf(const std::string &name) const;
+
+private:
+    int _descriptor = -1;
+};
+
+/// Whether an entry of this name is in the index, wherever it is met: in a listing, by a change or
+/// by a check. Hidden ones are not. Which folders are entered is the crawl plan's.
+bool isIndexedName(std::string_view name);
+
+/// An open descriptor of the folder at `path`, of any length, or -1.
+int openFolder(const std::string &path, bool followsLink);
+
+}  // namespace vellumhound::index

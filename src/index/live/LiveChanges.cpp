@@ -1,0 +1,359 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// How the live index applies what its source of changes tells.
+#include "index/disk/Logging.h"
+#include "index/disk/Paths.h"
+#include "index/live/LiveIndex.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace vellumhound::index {
+
+namespace {
+
+/// Names taken along by a move that cost as much as one change.
+constexpr double movedNamesPerChange = 16;
+
+}  // namespace
+
+bool LiveIndex::applyChanges()
+{
+    auto changes = _source.read();
+    if (changes.empty())
+        return false;
+    for (const auto &change : changes)
+        applyChange(change);
+    if (!_departed.empty()) {
+        // The other half of a move is told right after the first, but may not have been there yet.
+        changes = _source.read();
+        for (const auto &change : changes)
+            applyChange(change);
+    }
+    settleDepartures();
+    closeProbe();
+    _writer.publish();
+    return true;
+}
+
+void LiveIndex::applyChange(const Change &change)
+{
+    if (change.kind == Change::Kind::lost) {
+        qCInfo(logIndex, "changes were lost, folders are checked by their times");
+        recheckAll();
+        return;
+    }
+    if (_applicationWatches.contains(change.watch))
+        readApplications();
+    else if (_isReadingApplications)
+        _touchedWhileReading.insert(change.watch);
+    const auto folder = _writer.folderOfWatch(change.watch);
+    if (folder == nothing) {
+        if (!_listings.empty())
+            _early[change.watch].push_back(change);
+        return;
+    }
+    if (_storms.note(folder, 1, _options.now())) {
+        takeOff(folder);
+        return;
+    }
+    if (change.kind == Change::Kind::folderGone) {
+        folderWent(folder);
+        return;
+    }
+    if (change.kind == Change::Kind::folderMoved) {
+        folderMoved(folder);
+        return;
+    }
+    if (!isIndexedName(change.name) && change.kind != Change::Kind::movedHere)
+        return;
+    const auto listing = _listings.find(folder);
+    const bool isBeingRead = listing != _listings.end();
+    if (isBeingRead && change.kind != Change::Kind::written && isIndexedName(change.name))
+        listing->second.touched.push_back(change);
+    switch (change.kind) {
+    case Change::Kind::written:
+        _written.note(change.watch, change.name, _options.now());
+        break;
+    case Change::Kind::movedAway:
+        depart(folder, change);
+        break;
+    case Change::Kind::movedHere:
+        arrive(folder, change);
+        break;
+    default:
+        reconcile(folder, change.name, {.isNewFolder = change.isNewFolder});
+    }
+}
+
+/// Absent if the folder is not where the tables say, which later changes will tell of.
+std::optional<EntryState> LiveIndex::stateOf(FolderId folder, const std::string &name)
+{
+    const auto path = _writer.view().pathOfFolder(folder);
+    // Where another file system is mounted there is a folder, and nothing that may be asked.
+    if (!_slowMounts.empty() && mountOf(_slowMounts, joinedPath(path, name)))
+        return EntryState{true, EntryKind::folder, 0};
+    if (_probed != folder) {
+        const bool isRoot = _writer.view().parentOf(folder) == nothing;
+        _probed = _probe.open(path, isRoot, _writer.identityOf(folder)) ? folder : nothing;
+    }
+    if (_probed == nothing) {
+        // Whatever has come to it is read once its place is known.
+        _writer.setTime(folder, 0);
+        _sweeper.add(folder, {}, _options.now());
+        return std::nullopt;
+    }
+    return _probe.stateOf(name);
+}
+
+void LiveIndex::closeProbe()
+{
+    _probe.close();
+    _probed = nothing;
+}
+
+void LiveIndex::tell(
+    FileChange::Kind kind, const std::string &path, bool isFolder, const std::string &oldPath) const
+{
+    if (onFileChanged)
+        onFileChanged({kind, path, oldPath, isFolder});
+}
+
+void LiveIndex::removeEntry(RecordId record)
+{
+    if (onFileChanged) {
+        const bool isFolder = _writer.view().traitsOf(record).kind() == EntryKind::folder;
+        tell(FileChange::Kind::removed, _writer.view().pathOf(record), isFolder);
+    }
+    _writer.remove(record, [this](int watch) { unwatch(watch); });
+}
+
+void LiveIndex::reconcile(FolderId folder, const std::string &name, const Hint &hint)
+{
+    // What was dropped just now for something that has left may have held it.
+    if (!_writer.isAlive(folder))
+        return;
+    const auto path = joinedPath(_writer.view().pathOfFolder(folder), name);
+    const auto known = stateOf(folder, name);
+    if (!known && hint.oldPath)
+        tell(FileChange::Kind::removed, *hint.oldPath, false);
+    if (!known)
+        return;
+    const auto state = *known;
+    auto record = _writer.find(folder, name);
+    if (record != nothing &&
+        (!state.exists || state.kind != _writer.view().traitsOf(record).kind())) {
+        removeEntry(record);
+        record = nothing;
+    }
+    if (!state.exists) {
+        if (hint.oldPath)
+            tell(FileChange::Kind::removed, *hint.oldPath, false);
+        return;
+    }
+    const bool isFolder = state.kind == EntryKind::folder;
+    const auto root = _writer.rootOf(folder);
+    const bool isNew = record == nothing;
+    if (isNew) {
+        record = _writer.add(folder, name, state.kind);
+        if (record == nothing)
+            return;
+        if (isFolder)
+            startFolder(record, root, path);
+    }
+    if (_writer.view().changeTimeOf(record) != state.changeTime)
+        _writer.setChangeTime(record, state.changeTime);
+    if (hint.oldPath)
+        tell(FileChange::Kind::moved, path, isFolder, *hint.oldPath);
+    else if (isNew)
+        tell(FileChange::Kind::created, path, isFolder);
+    else if (hint.isWritten)
+        tell(FileChange::Kind::written, path, isFolder);
+    // A folder that came where one of its name was known is another one.
+    const auto former = isNew || !isFolder ? nothing : _writer.folderFor(record);
+    if (former != nothing && hint.isNewFolder)
+        requestListing(former, path, root);
+    else if (former == nothing && !isNew && isFolder)
+        startFolder(record, root, path);
+}
+
+// Moves. What has left its place is kept until the changes at hand are applied: if it turns up
+// elsewhere, all that is known of it goes along.
+
+void LiveIndex::depart(FolderId folder, const Change &change)
+{
+    Departure departure;
+    const auto passed = _passedThrough.find({change.watch, change.name});
+    if (passed != _passedThrough.end()) {
+        departure = std::move(passed->second);
+        _passedThrough.erase(passed);
+    } else if (const auto record = _writer.find(folder, change.name); record != nothing) {
+        departure.isFolder = _writer.view().traitsOf(record).kind() == EntryKind::folder;
+        departure.folder = departure.isFolder ? _writer.folderFor(record) : nothing;
+        departure.oldPath = _writer.view().pathOf(record);
+        if (departure.folder != nothing)
+            _writer.detachFolder(departure.folder);
+        else
+            _writer.remove(record, [](int) {});
+    }
+    if (!departure.oldPath.empty()) {
+        const auto [it, isNew] = _departed.try_emplace(change.move, departure);
+        if (!isNew)
+            forget(departure);
+    }
+    reconcile(folder, change.name, {});
+}
+
+void LiveIndex::arrive(FolderId folder, const Change &change)
+{
+    const auto found = _departed.find(change.move);
+    if (found == _departed.end()) {
+        if (isIndexedName(change.name))
+            reconcile(folder, change.name, {.isNewFolder = change.isNewFolder});
+        return;
+    }
+    const auto departure = std::move(found->second);
+    _departed.erase(found);
+    if (!isIndexedName(change.name)) {
+        // It may come back in the same breath: many programs save so.
+        passThrough(change, departure);
+        return;
+    }
+    const auto state = stateOf(folder, change.name);
+    const bool isHere =
+        state && state->exists && (state->kind == EntryKind::folder) == departure.isFolder;
+    if (!isHere) {
+        passThrough(change, departure);
+        reconcile(folder, change.name, {});
+    } else if (departure.folder == nothing) {
+        reconcile(folder, change.name, {.oldPath = &departure.oldPath});
+    } else if (!attach(departure, folder, change.name)) {
+        forget(departure);
+        reconcile(folder, change.name, {.isNewFolder = true});
+    }
+}
+
+void LiveIndex::passThrough(const Change &change, const Departure &departure)
+{
+    auto &place = _passedThrough[{change.watch, change.name}];
+    if (!place.oldPath.empty())
+        forget(place);  // this one has taken its place
+    place = departure;
+}
+
+bool LiveIndex::attach(const Departure &departure, FolderId parent, const std::string &name)
+{
+    const auto path = joinedPath(_writer.view().pathOfFolder(parent), name);
+    const auto isAt = [](const std::string &stop, const std::string &place) {
+        return pathBelow(stop, place).has_value();
+    };
+    // Where a crawl stops depends on the place.
+    const bool hasStops = std::any_of(_plan.stops().begin(), _plan.stops().end(),
+        [&](const auto &stop) { return isAt(stop, path) || isAt(stop, departure.oldPath); });
+    bool isBelowItself = false;
+    for (auto above = parent; above != nothing; above = _writer.view().parentOf(above))
+        isBelowItself = isBelowItself || above == departure.folder;
+    const bool isAlive = _writer.isAlive(departure.folder);
+    if (hasStops || isBelowItself || !isAlive)
+        return false;
+    const bool isOfSlowRoot = readerOf(_writer.rootOf(parent)) != nullptr;
+    if (isOfSlowRoot)
+        return false;
+    if (const auto replaced = _writer.find(parent, name); replaced != nothing)
+        removeEntry(replaced);
+    closeProbe();
+
+    std::unordered_map<FolderId, FolderId> numbers;
+    std::vector<FolderId> moved;
+    const auto record =
+        _writer.moveFolder(departure.folder, parent, name, [&](FolderId old, FolderId now) {
+            numbers[old] = now;
+            moved.push_back(now);
+        });
+    if (record == nothing)
+        return false;
+    renumber([&](FolderId old) {
+        const auto now = numbers.find(old);
+        return now == numbers.end() ? old : now->second;
+    });
+    const auto names = _writer.movedCount();
+    _counters.namesMoved += names;
+    for (const auto &[old, now] : numbers) {
+        auto listing = _listings.extract(old);
+        if (listing.empty())
+            continue;
+        // What is being read may be what stands at the old place by now.
+        listing.key() = now;
+        listing.mapped().isStale = true;
+        _listings.insert(std::move(listing));
+        _renumbered[old] = now;
+    }
+    tell(FileChange::Kind::moved, path, true, departure.oldPath);
+    if (_storms.note(parent, double(names) / movedNamesPerChange, _options.now()))
+        takeOff(parent);
+    // Whether these are the folders that we think they are shows by their identities and times.
+    checkFolders(moved, {});
+    return true;
+}
+
+void LiveIndex::forget(const Departure &departure)
+{
+    tell(FileChange::Kind::removed, departure.oldPath, departure.isFolder);
+    if (departure.folder != nothing && _writer.isAlive(departure.folder))
+        dropFolder(departure.folder);
+}
+
+void LiveIndex::settleDepartures()
+{
+    for (const auto &[move, departure] : std::exchange(_departed, {}))
+        forget(departure);
+    for (const auto &[place, departure] : std::exchange(_passedThrough, {}))
+        forget(departure);
+}
+
+// Changes of folders themselves.
+
+void LiveIndex::folderWent(FolderId folder)
+{
+    const auto parent = _writer.view().parentOf(folder);
+    const auto record = _writer.view().recordOf(folder);
+    const auto path = _writer.view().pathOfFolder(folder);
+    if (parent != nothing) {
+        const auto root = _writer.rootOf(folder);
+        dropFolder(folder);
+        if (_writer.view().isDead(record))
+            return;
+        const auto state = stateOf(parent, std::string(_writer.view().nameOf(record)));
+        if (state && state->exists && state->kind == EntryKind::folder)
+            startFolder(record, root, path);  // unmounted, or another has taken its place
+        else
+            removeEntry(record);
+        return;
+    }
+    // A root stays wanted: whatever stands at its path now is read.
+    const auto watch = _writer.watchOf(folder);
+    _writer.setWatch(folder, ChangeSource::noWatch);
+    if (watch >= 0)
+        unwatch(watch);
+    requestListing(folder, path, record);
+}
+
+void LiveIndex::folderMoved(FolderId folder)
+{
+    const auto parent = _writer.view().parentOf(folder);
+    if (parent == nothing)
+        folderWent(folder);
+    else if (_writer.watchOf(parent) < 0)
+        requestListing(folder, _writer.view().pathOfFolder(folder), _writer.rootOf(folder));
+}
+
+void LiveIndex::takeOff(FolderId folder)
+{
+    const auto watch = _writer.watchOf(folder);
+    _writer.setWatch(folder, ChangeSource::noWatch);
+    if (watch >= 0)
+        unwatch(watch);
+    _sweeper.remove(folder);
+    qCInfo(logIndex, "a folder changes all the time and is read now and then");
+}
+
+}  // namespace vellumhound::index

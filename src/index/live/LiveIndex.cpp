@@ -1,0 +1,474 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "index/live/LiveIndex.h"
+
+#include "base/NativePath.h"
+#include "index/disk/Logging.h"
+#include "index/disk/Paths.h"
+
+#include <algorithm>
+#include <iterator>
+#include <memory>
+#include <unistd.h>
+#include <utility>
+
+namespace vellumhound::index {
+
+namespace {
+
+constexpr auto applicationsPath = "/Applications";
+/// Entries whose change times are read in one job.
+constexpr std::size_t entriesPerJob = 4096;
+
+bool isRootOf(const CrawlPlan &plan, const std::string &path)
+{
+    return std::find(plan.roots().begin(), plan.roots().end(), path) != plan.roots().end();
+}
+
+}  // namespace
+
+LiveIndex::LiveIndex(Worker &worker, ChangeSource &source, PublishedView &published,
+    DesktopEntries desktopEntries, LiveIndexOptions options)
+    : _worker(worker)
+    , _source(source)
+    , _desktopEntries(std::move(desktopEntries))
+    , _options(std::move(options))
+    , _writer(published)
+    , _mounts(_options.readMounts())
+    , _written(_options.writePause)
+    , _sweeper(_options.sweepPace)
+    , _keeper(worker, _options.snapshot)
+{
+    noteMounts();
+    readApplications();
+}
+
+LiveIndex::~LiveIndex() = default;
+
+// What is crawled.
+
+void LiveIndex::setRules(const std::vector<Rule> &rules)
+{
+    _rules = rules;
+    _included.clear();
+    _excluded.clear();
+    for (const auto &rule : rules) {
+        const auto path = standardizedPath(rule.path);
+        if (!path.empty() && path != applicationsPath)
+            (rule.isIncluded ? _included : _excluded).push_back(path);
+    }
+    applyPlan();
+}
+
+void LiveIndex::addScopes(const std::vector<std::string> &folders)
+{
+    bool isNew = false;
+    for (const auto &folder : folders) {
+        const bool isKnown = std::find(_scopes.begin(), _scopes.end(), folder) != _scopes.end();
+        if (isKnown || folder == applicationsPath)
+            continue;
+        _scopes.push_back(folder);
+        isNew = isNew || !_plan.reaches(folder);
+    }
+    if (isNew)
+        applyPlan();
+}
+
+void LiveIndex::applyPlan()
+{
+    auto wanted = _included;
+    wanted.insert(wanted.end(), _scopes.begin(), _scopes.end());
+    // Our own writing is nothing to write again for.
+    auto excluded = _excluded;
+    if (!_options.snapshot.folder.empty())
+        excluded.push_back(_options.snapshot.folder);
+    const auto old = std::exchange(_plan, CrawlPlan(wanted, excluded, _mounts, _plan.roots()));
+
+    for (std::uint32_t root = 0; root < _writer.view().roots.size(); ++root) {
+        const auto entry = _writer.view().roots[root];
+        if (entry.folder != nothing && !isRootOf(_plan, entry.path))
+            dropRoot(root);
+    }
+    const auto folderAt = [this](const std::string &path) {
+        const auto record = _writer.findPath(path);
+        const bool isFolder =
+            record != nothing && _writer.view().traitsOf(record).kind() == EntryKind::folder;
+        return isFolder ? record : nothing;
+    };
+    for (const auto &path : _plan.stops()) {
+        const auto record = old.stops().contains(path) ? nothing : folderAt(path);
+        if (record != nothing && _writer.folderFor(record) != nothing)
+            dropFolder(_writer.folderFor(record));
+    }
+    for (const auto &path : old.stops()) {
+        const auto record = _plan.stops().contains(path) ? nothing : folderAt(path);
+        if (record != nothing && _writer.folderFor(record) == nothing)
+            startFolder(record, _writer.rootOf(_writer.view().folderOf(record)), path);
+    }
+    for (const auto &path : _plan.roots()) {
+        if (!isRootOf(old, path))
+            startRoot(path);
+    }
+    _writer.publish();
+}
+
+void LiveIndex::startRoot(const std::string &path)
+{
+    const auto root = _writer.addRoot(path);
+    _outstandingOf.resize(root + 1);
+    noteMounts();
+    requestListing(_writer.view().roots[root].folder, path, root);
+}
+
+void LiveIndex::dropRoot(std::uint32_t root)
+{
+    const auto folder = _writer.view().roots[root].folder;
+    dropFolder(folder);
+    _writer.removeRoot(root);
+}
+
+void LiveIndex::dropFolder(FolderId folder)
+{
+    _writer.removeFolder(folder, [this](int watch) { unwatch(watch); });
+}
+
+void LiveIndex::unwatch(int watch)
+{
+    if (_applicationWatches.contains(watch))
+        return;
+    if (!_listings.empty())
+        _retired.insert(watch);
+    _source.unwatch(watch);
+}
+
+void LiveIndex::mountsChanged()
+{
+    auto mounts = _options.readMounts();
+    const auto old = std::exchange(_mounts, mounts);
+    closeProbe();
+    noteMounts();
+    // What stands at a place that another mount has taken or left is another tree.
+    const auto differs = [](const std::vector<Mount> &all, const Mount &mount) {
+        return std::find(all.begin(), all.end(), mount) == all.end();
+    };
+    std::vector<std::string> changed;
+    for (const auto &mount : old) {
+        if (differs(mounts, mount))
+            changed.push_back(mount.point);
+    }
+    for (const auto &mount : mounts) {
+        if (differs(old, mount))
+            changed.push_back(mount.point);
+    }
+    applyPlan();
+    for (std::uint32_t root = 0; root < _writer.view().roots.size(); ++root) {
+        const auto entry = _writer.view().roots[root];
+        const bool isAffected = std::any_of(changed.begin(), changed.end(),
+            [&](const auto &point) { return pathBelow(entry.path, point).has_value(); });
+        if (entry.folder != nothing && isAffected)
+            requestListing(entry.folder, entry.path, root);
+    }
+    for (const auto &path : changed) {
+        const auto record = isRootOf(_plan, path) ? nothing : _writer.findPath(path);
+        const auto folder = record == nothing ? nothing : _writer.folderFor(record);
+        if (folder == nothing)
+            continue;
+        const auto root = _writer.rootOf(folder);
+        dropFolder(folder);
+        startFolder(record, root, path);
+    }
+    _writer.publish();
+}
+
+// File systems that may hang.
+
+void LiveIndex::noteMounts()
+{
+    _slowMounts.clear();
+    for (const auto &mount : _mounts) {
+        if (mount.mayHang())
+            _slowMounts.push_back(mount);
+    }
+    _writer.setSlowMounts(_slowMounts);
+    const auto &roots = _writer.view().roots;
+    _readerOf.assign(roots.size(), nullptr);
+    for (std::uint32_t root = 0; root < _readerOf.size(); ++root) {
+        const auto resolved = resolvePath(_slowMounts, _writer.view().roots[root].path);
+        _writer.setRootMayHang(root, resolved.hangs != nullptr);
+        if (!resolved.hangs)
+            continue;
+        auto &reader = _readers[resolved.hangs->point];
+        if (!reader) {
+            reader = std::make_unique<MountReader>(
+                resolved.hangs->point, [&worker = _worker] { worker.wakeOwner(); },
+                _options.hangLimit);
+        }
+        _readerOf[root] = reader.get();
+    }
+}
+
+MountReader *LiveIndex::readerOf(std::uint32_t root) const
+{
+    return root < _readerOf.size() ? _readerOf[root] : nullptr;
+}
+
+void LiveIndex::watchOverReaders(Clock::time_point now)
+{
+    for (const auto &[point, reader] : _readers) {
+        if (reader->giveUpIfHung(now)) {
+            if (_toldHung.insert(point).second) {
+                qCWarning(logIndex,
+                    "the file system at \"%s\" does not answer; what is known "
+                    "of it stays as it is",
+                    point.c_str());
+            }
+            abandonListings(*reader);
+        } else if (_toldHung.contains(point) && !reader->isHung()) {
+            _toldHung.erase(point);
+            qCInfo(logIndex, "the file system at \"%s\" answers again", point.c_str());
+        }
+    }
+}
+
+void LiveIndex::abandonListings(MountReader &reader)
+{
+    std::vector<FolderId> folders;
+    for (const auto &[folder, listing] : _listings) {
+        if (readerOf(listing.root) == &reader)
+            folders.push_back(folder);
+    }
+    for (const auto folder : folders) {
+        const auto listing = _listings[folder];
+        _listings.erase(folder);
+        if (_writer.isAlive(folder))
+            _sweeper.add(folder, {}, _options.now());
+        // Nobody is to wait for a crawl that may never end.
+        if (listing.isFirst)
+            finishListing(listing.root);
+    }
+}
+
+// Applications.
+
+void LiveIndex::readApplications()
+{
+    if (_isReadingApplications) {
+        _areApplicationsStale = true;
+        return;
+    }
+    _isReadingApplications = true;
+    struct Outcome {
+        std::unordered_set<int> watches;
+        ApplicationTable table;
+    };
+    _worker.postUrgent([this]() -> Worker::Completion {
+        auto outcome = std::make_shared<Outcome>();
+        // A folder that is made between the look and the watch is met by looking again.
+        QStringList folders;
+        for (auto now = _desktopEntries.watchedFolders(); now != folders;
+             now = _desktopEntries.watchedFolders()) {
+            folders = now;
+            for (const auto &folder : folders) {
+                const int descriptor = openFolder(base::pathToBytes(folder).toStdString(), true);
+                if (descriptor < 0)
+                    continue;
+                const int watch = _source.watch(descriptor, ChangeSource::Interest::contents);
+                if (watch >= 0)
+                    outcome->watches.insert(watch);
+                ::close(descriptor);
+            }
+        }
+        outcome->table = _desktopEntries.applications();
+        return [this, outcome] {
+            const auto old = std::exchange(_applicationWatches, outcome->watches);
+            for (const auto watch : old) {
+                const bool isUnused =
+                    !_applicationWatches.contains(watch) && _writer.folderOfWatch(watch) == nothing;
+                if (isUnused)
+                    unwatch(watch);
+            }
+            _writer.setApplications(std::move(outcome->table));
+            _isReadingApplications = false;
+            _hasCrawled = true;
+            // Told of folders whose watches nobody knew yet.
+            const auto touched = std::exchange(_touchedWhileReading, {});
+            const bool wasTouched = std::any_of(touched.begin(), touched.end(),
+                [this](int watch) { return _applicationWatches.contains(watch); });
+            if (std::exchange(_areApplicationsStale, false) || wasTouched)
+                readApplications();
+        };
+    });
+}
+
+// Change times.
+
+void LiveIndex::refreshTimes()
+{
+    for (FolderId folder = 0; folder < _writer.folderEnd(); ++folder) {
+        if (_writer.isAlive(folder))
+            _times.want(folder, true);
+    }
+    readTimes();
+}
+
+void LiveIndex::readTimes()
+{
+    const bool isBusy = _isReadingTimes || _writer.isCompacting() || !_listings.empty();
+    if (isBusy || _times.isEmpty())
+        return;
+    auto requests = std::make_shared<std::vector<TimesRequest>>();
+    for (std::size_t count = 0; count < entriesPerJob;) {
+        const auto wanted = _times.take();
+        if (!wanted)
+            break;
+        const auto folder = wanted->folder;
+        if (!_writer.isAlive(folder) || readerOf(_writer.rootOf(folder)))
+            continue;
+        TimesRequest request{
+            folder, wanted->isRefresh, _writer.view().pathOfFolder(folder), {}, {}, {}};
+        for (const auto record : _writer.entriesOf(folder)) {
+            if (wanted->isRefresh || _writer.view().changeTimeOf(record) == 0)
+                request.records.push_back(record);
+        }
+        if (!wanted->isRefresh && request.records.size() > entriesPerJob) {
+            request.records.resize(entriesPerJob);
+            _times.want(folder, false);
+        }
+        for (const auto &mount : _slowMounts) {
+            const auto below = pathBelow(mount.point, request.path);
+            if (below)
+                request.avoided.emplace_back(*below);
+        }
+        count += request.records.size();
+        if (!request.records.empty())
+            requests->push_back(std::move(request));
+    }
+    if (requests->empty())
+        return;
+    _isReadingTimes = true;
+    _writer.publish();  // the job reads names by the view
+    _worker.postIdle(
+        [this, requests,
+            view = std::make_shared<IndexView>(_writer.view())]() -> Worker::Completion {
+            const auto answered = readChangeTimes(*view, *requests);
+            return [this, requests, answered] { takeTimes(*requests, answered); };
+        });
+}
+
+void LiveIndex::takeTimes(const std::vector<TimesRequest> &requests, std::size_t answered)
+{
+    _isReadingTimes = false;
+    for (std::size_t i = 0; i < requests.size(); ++i) {
+        const auto &request = requests[i];
+        if (i >= answered) {
+            _times.want(request.folder, request.isRefresh);
+            continue;
+        }
+        for (std::size_t entry = 0; entry < request.records.size(); ++entry)
+            _writer.setChangeTime(request.records[entry], request.times[entry]);
+        _counters.timesRead += request.records.size();
+    }
+}
+
+// What comes round.
+
+void LiveIndex::renumber(const std::function<FolderId(FolderId)> &newNumber)
+{
+    _sweeper.renumber(newNumber);
+    _storms.renumber(newNumber);
+    _times.renumber(newNumber);
+}
+
+void LiveIndex::compactIfWorthIt()
+{
+    if (!_listings.empty() || _isRechecking || _isSweeping || _isReadingTimes)
+        return;
+    if (_compacted) {
+        auto compacted = *std::exchange(_compacted, std::nullopt);
+        SnapshotContents contents{compacted.base, std::move(compacted.folderTimes),
+            std::move(compacted.roots), std::exchange(_stopsOfCompaction, {})};
+        std::unordered_map<FolderId, FolderId> numbers;
+        _writer.finishCompaction(
+            std::move(compacted), [&](FolderId old, FolderId now) { numbers[old] = now; });
+        renumber([&](FolderId old) {
+            const auto found = numbers.find(old);
+            return found == numbers.end() ? nothing : found->second;
+        });
+        _keeper.offerBase(std::move(contents));
+    }
+    const auto limit = _options.compactAbove + _writer.view().base->recordCount() / 16;
+    const bool isWorthIt = _keeper.isWanted() || _writer.unsettledCount() > limit;
+    if (_writer.isCompacting() || !isWorthIt || !_isChecked)
+        return;
+    _stopsOfCompaction = {_plan.stops().begin(), _plan.stops().end()};
+    _keeper.noteChanges(_writer.changeCount());
+    _keeper.beginBase();
+    _worker.post([this, build = _writer.beginCompaction()]() -> Worker::Completion {
+        auto compacted = std::make_shared<CompactedIndex>(build());
+        return [this, compacted] { _compacted = std::move(*compacted); };
+    });
+}
+
+bool LiveIndex::step()
+{
+    // Changes first, and again between the folders of a crawl: they are what somebody waits for.
+    bool hasWorked = applyChanges();
+    auto completions = _worker.takeDone();
+    for (const auto &[point, reader] : _readers) {
+        auto done = reader->takeDone(_options.now());
+        std::move(done.begin(), done.end(), std::back_inserter(completions));
+    }
+    for (const auto &completion : completions) {
+        completion();
+        closeProbe();
+        hasWorked = true;
+        applyChanges();
+    }
+    hasWorked = doWhatIsDue() || hasWorked;
+    if (!hasWorked)
+        return false;
+    compactIfWorthIt();
+    readTimes();
+    _writer.publish();
+    _keeper.noteChanges(_writer.changeCount());
+    if (std::exchange(_hasCrawled, false) && onCrawled)
+        onCrawled();
+    return true;
+}
+
+bool LiveIndex::doWhatIsDue()
+{
+    const auto due = nextDue();
+    const auto now = _options.now();
+    if (!due || *due > now)
+        return false;
+    watchOverReaders(now);
+    for (const auto &entry : _written.takeDue(now)) {
+        const auto folder = _writer.folderOfWatch(entry.watch);
+        if (folder != nothing)
+            reconcile(folder, entry.name, {.isWritten = true});
+    }
+    closeProbe();
+    for (const auto folder : _storms.takeDue(now)) {
+        if (_writer.isAlive(folder))
+            requestListing(folder, _writer.view().pathOfFolder(folder), _writer.rootOf(folder));
+    }
+    sweepDue(now);
+    return true;
+}
+
+std::optional<LiveIndex::Clock::time_point> LiveIndex::nextDue() const
+{
+    auto first = _written.due();
+    const auto consider = [&](const std::optional<Clock::time_point> &due) {
+        if (due && (!first || *due < *first))
+            first = due;
+    };
+    consider(_storms.due());
+    if (const auto due = _sweeper.due(); due && !_isSweeping)
+        consider(std::max(*due, _sweepFrom));
+    for (const auto &[point, reader] : _readers)
+        consider(reader->due());
+    return first;
+}
+
+}  // namespace vellumhound::index

@@ -1,0 +1,84 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// How the live index goes on from a snapshot and has one written.
+#include "index/disk/Logging.h"
+#include "index/live/LiveIndex.h"
+
+#include <utility>
+
+namespace vellumhound::index {
+
+void LiveIndex::startFromSnapshot()
+{
+    const auto loaded = _keeper.load();
+    if (!loaded)
+        return;
+    const auto &contents = loaded->contents;
+    _writer.adopt(contents.base, contents.roots, contents.folderTimes);
+    _outstandingOf.resize(contents.roots.size());
+    noteMounts();
+    std::vector<std::string> roots;
+    for (std::uint32_t root = 0; root < contents.roots.size(); ++root) {
+        if (contents.roots[root].isCrawled)
+            roots.push_back(contents.roots[root].path);
+        else
+            dropRoot(root);
+    }
+    // As if that had been the plan until now: the first rules drop and add what differs.
+    _plan = CrawlPlan::restored(std::move(roots), contents.stops);
+    _writer.publish();
+    _isChecked = false;
+    _keeper.check(loaded, [this](const auto &outcome) { snapshotChecked(outcome); });
+}
+
+void LiveIndex::snapshotChecked(const SnapshotKeeper::CheckOutcome &outcome)
+{
+    _isChecked = true;
+    _isVerifying = outcome.isSound;
+    if (!outcome.isSound) {
+        startOver();
+        return;
+    }
+    for (const auto root : outcome.strangeRoots) {
+        const auto entry = _writer.view().roots[root];
+        if (entry.folder == nothing)
+            continue;
+        qCWarning(logIndex, "another folder stands where a searched one was, it is read anew");
+        qCDebug(logIndex, "%s", entry.path.c_str());
+        dropRoot(root);
+        startRoot(entry.path);
+    }
+    _writer.view().base->names.summarize();
+    recheckAll();
+    // What was written to meanwhile has left the times of the folders as they were.
+    refreshTimes();
+}
+
+void LiveIndex::startOver()
+{
+    _writer.forgetAll([this](int watch) { unwatch(watch); });
+    renumber([](FolderId) { return nothing; });
+    _plan = CrawlPlan();
+    applyPlan();
+}
+
+void LiveIndex::save()
+{
+    _keeper.want();
+    compactIfWorthIt();
+}
+
+void LiveIndex::saveAtEnd()
+{
+    const bool isCalm = !isBusy() && _isChecked;
+    if (!isCalm)
+        return;
+    _keeper.noteChanges(_writer.changeCount());
+    const auto build = [this]() -> SnapshotContents {
+        auto compacted = _writer.beginCompaction()();
+        return {compacted.base, std::move(compacted.folderTimes), std::move(compacted.roots),
+            {_plan.stops().begin(), _plan.stops().end()}};
+    };
+    _keeper.writeAtEnd(build, _writer.nameCount());
+}
+
+}  // namespace vellumhound::index
