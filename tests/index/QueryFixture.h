@@ -29,6 +29,7 @@ struct QueryFixture {
         options.dataHome = tree.text("data");
         options.dataDirs = {tree.text("system")};
         options.cacheFolder = tree.text("cache");
+        options.readPressure = [] { return PressureReading(); };  // a busy machine takes its time
         options.languages = {u"de_DE"_s};
         options.inotifyBudget = [] { return 10'000; };
         index = std::make_unique<FileIndex>(options);

@@ -20,6 +20,7 @@ struct Texts : tests::QueryFixture {
     {
         FileIndexOptions options;
         options.cacheFolder = tree.text("cache");
+        options.readPressure = [] { return PressureReading(); };  // a busy machine takes its time
         options.texts.helperPath = HELPER;
         options.texts.indexer.pace = {std::chrono::milliseconds(0), std::chrono::milliseconds(0),
             std::chrono::milliseconds(50)};

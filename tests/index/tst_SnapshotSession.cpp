@@ -503,6 +503,7 @@ void tst_SnapshotSession::whatOneProgramKeepsTheNextOneFinds()
     const TemporaryTree tree;
     makeHome(tree);
     FileIndexOptions options;
+    options.readPressure = [] { return PressureReading(); };  // a busy machine takes its time
     options.inotifyBudget = [] { return 10'000; };
     options.cacheFolder = tree.text("cache");
     {
