@@ -4,16 +4,15 @@
 #include "platform/linux/hotkeys/X11HotKeys.h"
 #include "platform/linux/shortcuts/KeyHolders.h"
 #include "platform/linux/x11/X11Connection.h"
+#include "support/OtherClient.h"
 #include "support/Peer.h"
 
 #include <QElapsedTimer>
 #include <QGuiApplication>
 #include <QTest>
 
-#include <cstdlib>
 #include <linux/input-event-codes.h>
 #include <memory>
-#include <xcb/xcb.h>
 
 using namespace vellumhound;
 using namespace Qt::StringLiterals;
@@ -23,31 +22,6 @@ namespace {
 
 constexpr platform::KeyCombination controlSpace{49, Modifiers::control};
 constexpr int controlSpaceOfQt = 0x04000020;
-
-/// Another program with keys of its own.
-class OtherClient {
-public:
-    OtherClient()
-        : _connection(xcb_connect(nullptr, nullptr))
-    {
-    }
-    ~OtherClient() { xcb_disconnect(_connection); }
-    Q_DISABLE_COPY_MOVE(OtherClient)
-
-    bool grab(int linuxCode, std::uint16_t modifiers)
-    {
-        const auto root = xcb_setup_roots_iterator(xcb_get_setup(_connection)).data->root;
-        auto *error = xcb_request_check(_connection,
-            xcb_grab_key_checked(_connection, 0, root, modifiers, std::uint8_t(linuxCode + 8),
-                XCB_GRAB_MODE_ASYNC, XCB_GRAB_MODE_ASYNC));
-        const bool isDone = !error;
-        std::free(error);
-        return isDone;
-    }
-
-private:
-    xcb_connection_t *_connection;
-};
 
 QString holderOf(const platform::KeyCombination &keys)
 {
@@ -68,13 +42,13 @@ private Q_SLOTS:
     {
         QVERIFY(!platform::isHeldOnX11(platform::x11Connection(), controlSpace));
 
-        OtherClient other;
+        support::OtherClient other;
         QVERIFY(other.grab(KEY_SPACE, XCB_MOD_MASK_CONTROL));
     }
 
     void aKeyOfAnotherProgramIsHeld()
     {
-        OtherClient other;
+        support::OtherClient other;
         QVERIFY(other.grab(KEY_SPACE, XCB_MOD_MASK_CONTROL));
 
         QVERIFY(platform::isHeldOnX11(platform::x11Connection(), controlSpace));
@@ -84,7 +58,7 @@ private Q_SLOTS:
 
     void aKeyThatIsHeldWithALockAloneIsHeld()
     {
-        OtherClient other;
+        support::OtherClient other;
         QVERIFY(other.grab(KEY_SPACE, XCB_MOD_MASK_CONTROL | XCB_MOD_MASK_LOCK));
 
         QVERIFY(platform::isHeldOnX11(platform::x11Connection(), controlSpace));
@@ -97,7 +71,7 @@ private Q_SLOTS:
 
         QVERIFY(platform::isHeldOnX11(platform::x11Connection(), controlSpace));
 
-        OtherClient other;
+        support::OtherClient other;
         QVERIFY(!other.grab(KEY_SPACE, XCB_MOD_MASK_CONTROL));
     }
 

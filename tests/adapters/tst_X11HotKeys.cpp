@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // Real presses on a real X server, some with a second client that holds keys of its own.
 #include "platform/linux/hotkeys/X11HotKeys.h"
+#include "support/OtherClient.h"
 
 #include <QGuiApplication>
 #include <QKeyEvent>
@@ -10,9 +11,7 @@
 
 #include <algorithm>
 #include <array>
-#include <cstdlib>
 #include <linux/input-event-codes.h>
-#include <xcb/xcb.h>
 
 using namespace vellumhound;
 using namespace Qt::StringLiterals;
@@ -76,31 +75,6 @@ public:
 
 protected:
     void keyPressEvent(QKeyEvent *event) override { keys.append(event->key()); }
-};
-
-/// Another program with a key of its own.
-class OtherClient {
-public:
-    OtherClient()
-        : _connection(xcb_connect(nullptr, nullptr))
-    {
-    }
-    ~OtherClient() { xcb_disconnect(_connection); }
-    Q_DISABLE_COPY_MOVE(OtherClient)
-
-    bool grab(int linuxCode, std::uint16_t modifiers)
-    {
-        const auto root = xcb_setup_roots_iterator(xcb_get_setup(_connection)).data->root;
-        auto *error = xcb_request_check(_connection,
-            xcb_grab_key_checked(_connection, 0, root, modifiers, std::uint8_t(linuxCode + 8),
-                XCB_GRAB_MODE_ASYNC, XCB_GRAB_MODE_ASYNC));
-        const bool isDone = !error;
-        std::free(error);
-        return isDone;
-    }
-
-private:
-    xcb_connection_t *_connection;
 };
 
 }  // namespace
@@ -206,7 +180,7 @@ private Q_SLOTS:
 
     void aKeyOfAnotherProgramIsRefused()
     {
-        OtherClient other;
+        support::OtherClient other;
         QVERIFY(other.grab(KEY_SPACE, XCB_MOD_MASK_CONTROL | XCB_MOD_MASK_2));
 
         const auto refused = add(spaceKey, Modifiers::control, 1);
@@ -220,7 +194,7 @@ private Q_SLOTS:
 
     void aKeyGivenBackBelongsToWhoeverWantsIt()
     {
-        OtherClient other;
+        support::OtherClient other;
         const auto registration = add(spaceKey, Modifiers::control, 1);
         QVERIFY(!other.grab(KEY_SPACE, XCB_MOD_MASK_CONTROL));
 

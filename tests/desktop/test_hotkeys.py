@@ -92,6 +92,12 @@ class TestHotKeys(HotKeyCase):
         self.assertFalse(self.setting("browseFinderWindows").exists())
         self.assertFalse(program.is_panel_visible)
 
+    def test_a_start_by_a_person_shows_the_panel(self):
+        # What a menu or a dock of the desktop leaves to the programs that it starts.
+        program = self.start(DESKTOP_STARTUP_ID="menu-1_TIME0")
+
+        program.wait_for_panel()
+
     def test_the_key_brings_up_the_panel_from_another_programs_window(self):
         program = self.start_and_wait()
         self.focus_other_window()
