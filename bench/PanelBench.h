@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include "app/LauncherWindow.h"
+#include "app/Services.h"
 #include "shell/VellumhoundAppDelegate.h"
-#include "shell/widgets/LauncherWindow.h"
-#include "shell/widgets/Services.h"
 
 #include <QApplication>
 #include <QElapsedTimer>
@@ -89,7 +89,7 @@ struct Launcher {
         , delegate(
               services.timer,
               [this](const QString &identifier, shell::VellumhoundAppDelegate &owner) {
-                  auto window = std::make_unique<shell::LauncherWindow>(
+                  auto window = std::make_unique<app::LauncherWindow>(
                       identifier, services, owner, [] { return true; });
                   window->setAppearance({});
                   return window;
@@ -97,12 +97,9 @@ struct Launcher {
               [] { return true; })
     {
     }
-    shell::LauncherWindow &panel()
-    {
-        return static_cast<shell::LauncherWindow &>(delegate.launcher());
-    }
+    app::LauncherWindow &panel() { return static_cast<app::LauncherWindow &>(delegate.launcher()); }
 
-    shell::Services services;
+    app::Services services;
     shell::VellumhoundAppDelegate delegate;
 };
 

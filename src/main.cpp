@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "shell/widgets/Application.h"
+#include "app/VellumhoundApp.h"
 
 int main(int argc, char **argv)
 {
-    return vellumhound::shell::runApplication(argc, argv);
+    return vellumhound::app::runApplication(argc, argv);
 }

@@ -37,14 +37,14 @@ class Rule:
 
 RULES = [
     Rule(r"^(src|tests|bench)/.*" + CODE, r"^$", r'#\s*include\s+"\.\./', 'write "folder/File.h", never "../"'),
-    Rule(r"^(src|tests|bench)/.*" + CODE, r"(/widgets/|^src/shell/|^src/platform/linux/|^src/main\.cpp$"
+    Rule(r"^(src|tests|bench)/.*" + CODE, r"(/widgets/|^src/app/|^src/shell/|^src/platform/linux/|^src/main\.cpp$"
          r"|^tests/|^bench/|^src/extract/)", GUI_HEADERS,
-         "widgets and pictures live in widgets/, shell/ and platform/linux/"),
-    Rule(r"^src/.*" + CODE, r"^src/(platform|shell|extract)/|^src/base/NativePath\.cpp$|^src/main\.cpp$",
-         r"\bqgetenv\b|\bqEnvironmentVariable\w*|\bgetenv\(", "the environment belongs to platform/ and shell/"),
-    Rule(r"^src/.*" + CODE, r"^src/(platform|shell)/|^src/main\.cpp$",
-         r"QDBusConnection::(sessionBus|systemBus)", "take the connection; only platform/ and shell/ open one"),
-    Rule(r"^src/.*" + CODE, r"^src/(platform|shell)/", r"\bcurrentDateTime\w*\(|\bcurrentMSecsSinceEpoch\("
+         "widgets and pictures live in widgets/, shell/, app/ and platform/linux/"),
+    Rule(r"^src/.*" + CODE, r"^src/(platform|shell|app|extract)/|^src/base/NativePath\.cpp$|^src/main\.cpp$",
+         r"\bqgetenv\b|\bqEnvironmentVariable\w*|\bgetenv\(", "the environment belongs to platform/ and app/"),
+    Rule(r"^src/.*" + CODE, r"^src/(platform|shell|app)/|^src/main\.cpp$",
+         r"QDBusConnection::(sessionBus|systemBus)", "take the connection; only platform/ and app/ open one"),
+    Rule(r"^src/.*" + CODE, r"^src/(platform|shell|app)/", r"\bcurrentDateTime\w*\(|\bcurrentMSecsSinceEpoch\("
          r"|\bcurrentSecsSinceEpoch\(|system_clock::now", "take platform/Clock.h"),
     Rule(r"^src/.*" + CODE, r"^$", r"#\s*include\s+<QShortcut>|\bnew QShortcut\b", "keys are routed by keyboard/"),
     # The scan is built for each instruction set; which one there is only the compiler tells.

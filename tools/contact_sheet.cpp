@@ -3,8 +3,8 @@
 // as a set: contact-sheet <file.png>. With a second word, "enlarged", it shows the smallest sizes
 // pixel by pixel, which is where a drawing falls apart.
 #include "base/widgets/Symbols.h"
-#include "preview/IconInfo.h"
-#include "preview/widgets/FileIconView.h"
+#include "ui/IconInfo.h"
+#include "ui/widgets/FileIconView.h"
 
 #include <QDir>
 #include <QGuiApplication>
@@ -41,7 +41,7 @@ struct Background {
 };
 
 struct Cell {
-    preview::IconInfo icon;
+    ui::IconInfo icon;
     QString label;
     bool isTinted = false;
 };
@@ -50,7 +50,7 @@ QList<Cell> cells()
 {
     QList<Cell> all;
     for (int kind = 0; kind < kindCount; ++kind) {
-        const auto &icon = preview::iconInfo(preview::FileKind(kind));
+        const auto &icon = ui::iconInfo(ui::FileKind(kind));
         all.append({icon, icon.symbolName, true});
     }
     base::hasSymbol(u"doc.fill"_s);  // makes the resources known
@@ -77,8 +77,7 @@ void drawShots(QPainter &painter, const QRect &place, const Cell &cell,
     const Background &background, const Layout &layout)
 {
     painter.fillRect(place, background.fill);
-    const auto color =
-        cell.isTinted ? preview::iconColorOn(cell.icon, background.fill) : background.ink;
+    const auto color = cell.isTinted ? ui::iconColorOn(cell.icon, background.fill) : background.ink;
     int x = place.x() + gapPx;
     for (const auto &shot : layout.shots) {
         auto pixmap = base::symbolPixmap(cell.icon.symbolName, shot.sizePx, shot.ratio, color);

@@ -53,20 +53,10 @@ QStringList keySigns(const KeyShortcut &shortcut)
     return signs;
 }
 
-base::Color keyCapText(ColorScheme colorScheme)
+ui::KeyCaps KeyboardShortcutView::describe() const
 {
-    return colorScheme == ColorScheme::dark ? base::Color{1, 1, 1} : base::Color{0, 0, 0};
-}
-
-base::Color keyCapFill(ColorScheme colorScheme)
-{
-    return colorScheme == ColorScheme::dark ? base::Color{0.3, 0.3, 0.3, 0.8}
-                                            : base::Color{0.98, 0.98, 0.98, 1};
-}
-
-KeyCaps KeyboardShortcutView::describe() const
-{
-    return {keySigns(shortcut), charWidth, keyCapText(colorScheme), keyCapFill(colorScheme)};
+    return {
+        keySigns(shortcut), charWidth, ui::keyCapText(colorScheme), ui::keyCapFill(colorScheme)};
 }
 
 }  // namespace vellumhound::keyboard

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // The program with all three hot keys bound, also those whose lists are not there yet.
-#include "shell/widgets/Application.h"
+#include "app/VellumhoundApp.h"
 
 int main(int argc, char **argv)
 {
-    return vellumhound::shell::runApplication(argc, argv, vellumhound::shell::BoundHotKeys::all);
+    return vellumhound::app::runApplication(argc, argv, vellumhound::shell::BoundHotKeys::all);
 }

@@ -111,7 +111,7 @@ int main(int argumentCount, char **arguments)
 {
     QApplication application(argumentCount, arguments);
     Options options(QApplication::arguments());
-    auto theme = options.isDark ? actions::Theme::dark() : actions::Theme::light();
+    auto theme = options.isDark ? ui::Theme::dark() : ui::Theme::light();
     theme.textScale = options.scale;
     QApplication::setPalette(theme.palette());
 

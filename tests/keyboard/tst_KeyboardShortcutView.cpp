@@ -62,14 +62,14 @@ private Q_SLOTS:
 
     void theDescriptionFollowsTheAppearance()
     {
-        KeyboardShortcutView view{{U'w', Flags::command}, ColorScheme::light, 16};
+        KeyboardShortcutView view{{U'w', Flags::command}, ui::ColorScheme::light, 16};
 
-        QCOMPARE(
-            view.describe(), (KeyCaps{{u"⌘"_s, u"W"_s}, 16, {0, 0, 0, 1}, {0.98, 0.98, 0.98, 1}}));
+        QCOMPARE(view.describe(),
+            (ui::KeyCaps{{u"⌘"_s, u"W"_s}, 16, {0, 0, 0, 1}, {0.98, 0.98, 0.98, 1}}));
 
-        view.colorScheme = ColorScheme::dark;
-        QCOMPARE(
-            view.describe(), (KeyCaps{{u"⌘"_s, u"W"_s}, 16, {1, 1, 1, 1}, {0.3, 0.3, 0.3, 0.8}}));
+        view.colorScheme = ui::ColorScheme::dark;
+        QCOMPARE(view.describe(),
+            (ui::KeyCaps{{u"⌘"_s, u"W"_s}, 16, {1, 1, 1, 1}, {0.3, 0.3, 0.3, 0.8}}));
     }
 };
 

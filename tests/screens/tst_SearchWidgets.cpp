@@ -12,10 +12,10 @@
 using namespace vellumhound;
 using namespace vellumhound::screens;
 using namespace Qt::StringLiterals;
-using actions::RowList;
 using core::ResultType;
 using core::SearchStatus;
 using keyboard::FocusArea;
+using ui::RowList;
 
 class tst_SearchWidgets : public QObject {
     Q_OBJECT

@@ -117,7 +117,7 @@ private Q_SLOTS:
     {
         showRows(2);
         focusOn(FocusArea::search);
-        auto *list = _panel->find<actions::RowList>(u"resultsList"_s);
+        auto *list = _panel->find<ui::RowList>(u"resultsList"_s);
 
         QTest::mouseClick(list->viewport(), Qt::LeftButton, {},
             list->visualRect(list->model()->index(1, 0)).center());

@@ -7,7 +7,7 @@ namespace vellumhound::actions {
 
 AppActionsWidget::AppActionsWidget(QWidget *parent)
     : QWidget(parent)
-    , _list(new RowList(this))
+    , _list(new ui::RowList(this))
 {
     setObjectName(QStringLiteral("homePage"));
     _list->setObjectName(QStringLiteral("homeList"));

@@ -2,7 +2,7 @@
 #pragma once
 
 #include "actions/AppActionsView.h"
-#include "actions/widgets/RowList.h"
+#include "ui/widgets/RowList.h"
 
 #include <QWidget>
 
@@ -15,10 +15,10 @@ class AppActionsWidget final : public QWidget {
 public:
     explicit AppActionsWidget(QWidget *parent = nullptr);
 
-    RowList &list() { return *_list; }
+    ui::RowList &list() { return *_list; }
 
 private:
-    RowList *_list;
+    ui::RowList *_list;
 };
 
 }  // namespace vellumhound::actions

@@ -7,9 +7,9 @@
 
 namespace vellumhound::screens {
 
-namespace metrics = actions::metrics;
-using actions::RowList;
+namespace metrics = ui::metrics;
 using keyboard::FocusArea;
+using ui::RowList;
 using namespace Qt::StringLiterals;
 
 namespace {
@@ -101,7 +101,7 @@ void FileBrowserWidget::buildColumns()
     _details->setModel(&_detailRows);
     _details->setItemDelegate(&_detailDelegate);
     _details->setFocusPolicy(Qt::NoFocus);
-    _detailDelegate.setHeight(actions::FileRowDelegate::Height::simple);
+    _detailDelegate.setHeight(ui::FileRowDelegate::Height::simple);
     _detailRows.setRowStyle(RowStyle::simple);
     auto *detailsPage = new QWidget;
     auto *detailsLayout = new QVBoxLayout(detailsPage);
@@ -122,7 +122,7 @@ void FileBrowserWidget::buildColumns()
     layout->addWidget(_splitter);
 }
 
-void FileBrowserWidget::setTheme(const actions::Theme &theme)
+void FileBrowserWidget::setTheme(const ui::Theme &theme)
 {
     _theme = theme;
     _rowDelegate.setTheme(theme);
@@ -141,8 +141,8 @@ void FileBrowserWidget::render()
     if (!_shown || _shown->leftRows != description.leftRows) {
         const bool hasPath = description.leftRows == RowStyle::withPath;
         _rows.setRowStyle(description.leftRows);
-        _rowDelegate.setHeight(hasPath ? actions::FileRowDelegate::Height::withPath
-                                       : actions::FileRowDelegate::Height::simple);
+        _rowDelegate.setHeight(
+            hasPath ? ui::FileRowDelegate::Height::withPath : ui::FileRowDelegate::Height::simple);
         _list->rowHeightChanged();
     }
     _shown = description;

@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-#include "actions/widgets/FileRowDelegate.h"
-#include "actions/widgets/RowList.h"
 #include "screens/FileBrowserView.h"
 #include "screens/widgets/FileInfoWidget.h"
 #include "screens/widgets/FileListModel.h"
+#include "ui/widgets/FileRowDelegate.h"
+#include "ui/widgets/RowList.h"
 
 #include <QSplitter>
 #include <QStackedWidget>
@@ -22,8 +22,8 @@ public:
     FileBrowserWidget(FileBrowserView &view, core::FileBrowserModel &model,
         keyboard::FocusState &focus, QWidget *parent = nullptr);
 
-    actions::RowList &list() { return *_list; }
-    void setTheme(const actions::Theme &theme);
+    ui::RowList &list() { return *_list; }
+    void setTheme(const ui::Theme &theme);
 
 protected:
     void paintEvent(QPaintEvent *event) override;
@@ -38,17 +38,17 @@ private:
     FileBrowserView &_view;
     core::FileBrowserModel &_model;
     keyboard::FocusState &_focus;
-    actions::Theme _theme;
+    ui::Theme _theme;
     std::optional<BrowserDescription> _shown;
     FileListModel _rows;
     FileListModel _detailRows;
-    actions::FileRowDelegate _rowDelegate;
-    actions::FileRowDelegate _detailDelegate;
+    ui::FileRowDelegate _rowDelegate;
+    ui::FileRowDelegate _detailDelegate;
     QSplitter *_splitter;
-    actions::RowList *_list;
+    ui::RowList *_list;
     QStackedWidget *_right;
     QWidget *_nothing;
-    actions::RowList *_details;
+    ui::RowList *_details;
     FileInfoWidget *_fileInfo;
 };
 

@@ -3,8 +3,8 @@
 
 #include "base/NativePath.h"
 #include "preview/ByteCount.h"
-#include "preview/IconInfo.h"
-#include "preview/widgets/FileIconView.h"
+#include "ui/IconInfo.h"
+#include "ui/widgets/FileIconView.h"
 
 #include <QGridLayout>
 #include <QPainter>
@@ -12,7 +12,7 @@
 
 namespace vellumhound::screens {
 
-namespace metrics = actions::metrics;
+namespace metrics = ui::metrics;
 using namespace Qt::StringLiterals;
 
 namespace {
@@ -82,7 +82,7 @@ FileInfoWidget::Row FileInfoWidget::addRow(const QString &label, const QString &
     return row;
 }
 
-void FileInfoWidget::setTheme(const actions::Theme &theme)
+void FileInfoWidget::setTheme(const ui::Theme &theme)
 {
     _theme = theme;
     for (const auto &row : {_name, _size, _path}) {
@@ -123,8 +123,8 @@ void FileInfoWidget::paintEvent(QPaintEvent *)
         _theme.separator);
     const QRectF symbol((width() - largeSymbol) / 2.0, (linePosition - largeSymbol) / 2.0,
         largeSymbol, largeSymbol);
-    preview::paintFileIcon(painter, symbol,
-        preview::iconInfoForFile(_file->isDirectory, _file->contentType), _theme.panelBackground);
+    ui::paintFileIcon(painter, symbol, ui::iconInfoForFile(_file->isDirectory, _file->contentType),
+        _theme.panelBackground);
 }
 
 }  // namespace vellumhound::screens

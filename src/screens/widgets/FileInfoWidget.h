@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-#include "actions/widgets/Theme.h"
 #include "core/File.h"
+#include "ui/widgets/Theme.h"
 
 #include <QLabel>
 #include <QWidget>
@@ -31,7 +31,7 @@ class FileInfoWidget final : public QWidget {
 public:
     explicit FileInfoWidget(QWidget *parent = nullptr);
 
-    void setTheme(const actions::Theme &theme);
+    void setTheme(const ui::Theme &theme);
     /// A file without a size has no row for it.
     void showFile(const core::FilePtr &file);
 
@@ -45,7 +45,7 @@ private:
     };
     Row addRow(const QString &label, const QString &objectName);
 
-    actions::Theme _theme;
+    ui::Theme _theme;
     core::FilePtr _file;
     QWidget *_rows;
     Row _name;

@@ -1,15 +1,15 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "screens/widgets/FileListModel.h"
 
-#include "actions/widgets/FileRowDelegate.h"
 #include "base/NativePath.h"
-#include "preview/IconInfo.h"
+#include "ui/IconInfo.h"
+#include "ui/widgets/FileRowDelegate.h"
 
 #include <QTextDocument>
 
 namespace vellumhound::screens {
 
-namespace FileRole = actions::FileRole;
+namespace FileRole = ui::FileRole;
 
 namespace {
 
@@ -101,7 +101,7 @@ QVariant FileListModel::data(const QModelIndex &index, int role) const
             return base::printablePath(file->fileName) + QStringLiteral(", ") + displayPath();
         return base::printablePath(file->fileName);
     case FileRole::icon:
-        return QVariant::fromValue(preview::iconInfoForFile(file->isDirectory, file->contentType));
+        return QVariant::fromValue(ui::iconInfoForFile(file->isDirectory, file->contentType));
     default:
         return {};
     }

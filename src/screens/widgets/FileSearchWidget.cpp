@@ -8,7 +8,7 @@
 
 namespace vellumhound::screens {
 
-namespace metrics = actions::metrics;
+namespace metrics = ui::metrics;
 using keyboard::FocusArea;
 using namespace Qt::StringLiterals;
 
@@ -32,10 +32,10 @@ FileSearchWidget::FileSearchWidget(FileSearchView &view, core::FileBrowserModel 
     , _model(model)
     , _focus(focus)
     , _symbol(new QLabel(this))
-    , _backButton(new actions::SymbolButton(u"arrowshape.backward.fill"_s, u"Back"_s, this))
+    , _backButton(new ui::SymbolButton(u"arrowshape.backward.fill"_s, u"Back"_s, this))
     , _field(new SearchField(this))
-    , _spinner(new actions::Spinner(this))
-    , _clearButton(new actions::SymbolButton(u"xmark.circle.fill"_s, u"Clear search"_s, this))
+    , _spinner(new ui::Spinner(this))
+    , _clearButton(new ui::SymbolButton(u"xmark.circle.fill"_s, u"Clear search"_s, this))
     , _emptySlot(new QWidget(this))
 {
     setObjectName(u"FileSearchView"_s);
@@ -78,7 +78,7 @@ FileSearchWidget::FileSearchWidget(FileSearchView &view, core::FileBrowserModel 
     render();
 }
 
-void FileSearchWidget::setTheme(const actions::Theme &theme)
+void FileSearchWidget::setTheme(const ui::Theme &theme)
 {
     _theme = theme;
     _field->setFont(theme.font(metrics::searchText));

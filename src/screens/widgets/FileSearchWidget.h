@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-#include "actions/widgets/Spinner.h"
-#include "actions/widgets/SymbolButton.h"
-#include "actions/widgets/Theme.h"
 #include "keyboard/KeyEquivalents.h"
 #include "screens/FileSearchView.h"
 #include "screens/widgets/SearchField.h"
+#include "ui/widgets/Spinner.h"
+#include "ui/widgets/SymbolButton.h"
+#include "ui/widgets/Theme.h"
 
 #include <QLabel>
 #include <QStackedWidget>
@@ -25,7 +25,7 @@ public:
         QWidget *parent = nullptr);
 
     SearchField &field() { return *_field; }
-    void setTheme(const actions::Theme &theme);
+    void setTheme(const ui::Theme &theme);
 
 private:
     void render();
@@ -36,15 +36,15 @@ private:
     FileSearchView &_view;
     core::FileBrowserModel &_model;
     keyboard::FocusState &_focus;
-    actions::Theme _theme;
+    ui::Theme _theme;
     SearchRowDescription _shown;
     QStackedWidget *_leading;
     QLabel *_symbol;
-    actions::SymbolButton *_backButton;
+    ui::SymbolButton *_backButton;
     SearchField *_field;
     QStackedWidget *_trailing;
-    actions::Spinner *_spinner;
-    actions::SymbolButton *_clearButton;
+    ui::Spinner *_spinner;
+    ui::SymbolButton *_clearButton;
     QWidget *_emptySlot;
     std::unique_ptr<keyboard::KeyEquivalents::Registration> _clearKey;
 };

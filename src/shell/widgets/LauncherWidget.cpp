@@ -8,7 +8,7 @@
 
 namespace vellumhound::shell {
 
-namespace metrics = actions::metrics;
+namespace metrics = ui::metrics;
 using keyboard::FocusArea;
 
 LauncherWidget::LauncherWidget(
@@ -39,7 +39,7 @@ LauncherWidget::LauncherWidget(
     connect(&_view, &LauncherView::contentChanged, this, &LauncherWidget::showPage);
     connect(&_view.focusedArea(), &keyboard::FocusState::areaWritten, this,
         &LauncherWidget::followFocus);
-    connect(&_home->list(), &actions::RowList::focusedByMouse, this,
+    connect(&_home->list(), &ui::RowList::focusedByMouse, this,
         [this] { _view.focusedArea().setArea(FocusArea::results); });
     showPage();
 }
@@ -49,7 +49,7 @@ QSize LauncherWidget::sizeHint() const
     return {metrics::panelWidth, metrics::panelHeight};
 }
 
-void LauncherWidget::setTheme(const actions::Theme &theme)
+void LauncherWidget::setTheme(const ui::Theme &theme)
 {
     _theme = theme;
     _search->setTheme(theme);

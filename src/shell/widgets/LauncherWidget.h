@@ -2,10 +2,10 @@
 #pragma once
 
 #include "actions/widgets/AppActionsWidget.h"
-#include "actions/widgets/Theme.h"
 #include "screens/widgets/FileBrowserWidget.h"
 #include "screens/widgets/FileSearchWidget.h"
 #include "shell/LauncherView.h"
+#include "ui/widgets/Theme.h"
 
 #include <QWidget>
 
@@ -21,7 +21,7 @@ public:
     LauncherWidget(
         LauncherView &view, keyboard::KeyEquivalents &keyEquivalents, QWidget *parent = nullptr);
 
-    void setTheme(const actions::Theme &theme);
+    void setTheme(const ui::Theme &theme);
     /// The panel's whole size.
     QSize sizeHint() const override;
 
@@ -41,7 +41,7 @@ private:
     void followFocus();
 
     LauncherView &_view;
-    actions::Theme _theme;
+    ui::Theme _theme;
     screens::FileSearchWidget *_search;
     actions::AppActionsWidget *_home;
     screens::FileBrowserWidget *_browser;

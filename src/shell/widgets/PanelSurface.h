@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-#include "actions/widgets/Theme.h"
 #include "shell/PanelAppearance.h"
+#include "ui/widgets/Theme.h"
 
 #include <QMargins>
 #include <QPixmap>
@@ -12,7 +12,7 @@ class QPainter;
 
 namespace vellumhound::shell {
 
-inline constexpr int panelCornerRadius = actions::metrics::panelRadius;
+inline constexpr int panelCornerRadius = ui::metrics::panelRadius;
 
 /// Room that the shadow needs around the panel to fade out.
 inline constexpr QMargins panelShadowMargins{50, 32, 50, 68};

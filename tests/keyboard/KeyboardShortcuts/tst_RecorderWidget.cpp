@@ -52,7 +52,7 @@ struct Desk : RecorderFixture {
     {
         auto *widget = new RecorderWidget(
             itsName, [this](const auto &shortcut) { told.append(shortcut); }, realEvents(),
-            actions::Theme::light());
+            ui::Theme::light());
         widget->setBell([this] { ++bells; });
         column->addWidget(widget);
         return widget;
@@ -108,7 +108,7 @@ private Q_SLOTS:
         Desk d;
         QCOMPARE(d.first->sizeHint(), QSize(130, 24));
 
-        auto large = actions::Theme::light();
+        auto large = ui::Theme::light();
         large.textScale = 2;
         d.first->setTheme(large);
 
@@ -386,7 +386,7 @@ private Q_SLOTS:
     {
         Desk d;
         Recorder recorder(
-            {d.name, {}, true, u"Launch Vellumhound"_s}, d.realEvents(), actions::Theme::light());
+            {d.name, {}, true, u"Launch Vellumhound"_s}, d.realEvents(), ui::Theme::light());
         auto *label = recorder.findChild<QLabel *>();
         QVERIFY(!label->isHidden());
         QCOMPARE(recorder.control().accessibleName(), u"Launch Vellumhound"_s);

@@ -15,7 +15,7 @@ constexpr int labelText = 13;
 }
 
 Recorder::Recorder(const RecorderFields &fields, const RecorderCocoa::Environment &environment,
-    const actions::Theme &theme, QWidget *parent)
+    const ui::Theme &theme, QWidget *parent)
     : QWidget(parent)
     , _label(new QLabel(this))
     , _control(new RecorderWidget(fields.name, fields.onChange, environment, theme, this))
@@ -25,7 +25,7 @@ Recorder::Recorder(const RecorderFields &fields, const RecorderCocoa::Environmen
     _label->setTextFormat(Qt::PlainText);
     auto *layout = new QHBoxLayout(this);
     layout->setContentsMargins(0, 0, 0, 0);
-    layout->setSpacing(actions::metrics::defaultSpacing);
+    layout->setSpacing(ui::metrics::defaultSpacing);
     layout->addWidget(_label, 1, Qt::AlignVCenter);
     layout->addWidget(_control, 0, Qt::AlignVCenter);
     setTheme(theme);
@@ -42,7 +42,7 @@ void Recorder::setFields(const RecorderFields &fields)
     _control->setOnChange(fields.onChange);
 }
 
-void Recorder::setTheme(const actions::Theme &theme)
+void Recorder::setTheme(const ui::Theme &theme)
 {
     _label->setFont(theme.font(labelText));
     _control->setTheme(theme);

@@ -23,11 +23,11 @@ class Recorder final : public QWidget {
 
 public:
     Recorder(const RecorderFields &fields, const RecorderCocoa::Environment &environment,
-        const actions::Theme &theme, QWidget *parent = nullptr);
+        const ui::Theme &theme, QWidget *parent = nullptr);
 
     /// Shows other fields in the same control.
     void setFields(const RecorderFields &fields);
-    void setTheme(const actions::Theme &theme);
+    void setTheme(const ui::Theme &theme);
 
     RecorderWidget &control() const { return *_control; }
 

@@ -51,7 +51,7 @@ public:
         setFixedSize(metrics::clearFrame, metrics::clearFrame);
         setAttribute(Qt::WA_Hover);
     }
-    void setTheme(const actions::Theme &theme)
+    void setTheme(const ui::Theme &theme)
     {
         _normal = theme.clearSymbol;
         _hover = theme.secondaryText;
@@ -62,7 +62,7 @@ protected:
     void paintEvent(QPaintEvent *) override
     {
         QPainter painter(this);
-        painter.setOpacity(isDown() ? actions::metrics::pressedOpacity : 1);
+        painter.setOpacity(isDown() ? ui::metrics::pressedOpacity : 1);
         QRectF symbol(0, 0, metrics::clearSymbol, metrics::clearSymbol);
         symbol.moveCenter(QRectF(rect()).center());
         base::paintSymbol(painter, symbol, u"xmark.circle.fill"_s, underMouse() ? _hover : _normal);
@@ -74,7 +74,7 @@ private:
 };
 
 RecorderWidget::RecorderWidget(const Name &name, RecorderCocoa::ChangeHandler onChange,
-    const RecorderCocoa::Environment &environment, const actions::Theme &theme, QWidget *parent)
+    const RecorderCocoa::Environment &environment, const ui::Theme &theme, QWidget *parent)
     : QWidget(parent)
     , _theme(theme)
     , _clearButton(new ClearButton(this))
@@ -103,7 +103,7 @@ void RecorderWidget::setOnChange(RecorderCocoa::ChangeHandler onChange)
     _logic->setOnChange(std::move(onChange));
 }
 
-void RecorderWidget::setTheme(const actions::Theme &theme)
+void RecorderWidget::setTheme(const ui::Theme &theme)
 {
     if (theme == _theme)
         return;

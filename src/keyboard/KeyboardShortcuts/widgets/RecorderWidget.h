@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-#include "actions/widgets/Theme.h"
 #include "keyboard/KeyboardShortcuts/RecorderCocoa.h"
+#include "ui/widgets/Theme.h"
 
 #include <QPointer>
 #include <QWidget>
@@ -21,13 +21,13 @@ class RecorderWidget final : public QWidget, private RecorderView {
 
 public:
     RecorderWidget(const Name &name, RecorderCocoa::ChangeHandler onChange,
-        const RecorderCocoa::Environment &environment, const actions::Theme &theme,
+        const RecorderCocoa::Environment &environment, const ui::Theme &theme,
         QWidget *parent = nullptr);
     ~RecorderWidget() override;
 
     void setShortcutName(const Name &name) { _logic->setShortcutName(name); }
     void setOnChange(RecorderCocoa::ChangeHandler onChange);
-    void setTheme(const actions::Theme &theme);
+    void setTheme(const ui::Theme &theme);
     /// Instead of the desktop's bell.
     void setBell(std::function<void()> bell) { _bell = std::move(bell); }
 
@@ -78,7 +78,7 @@ private:
     void placeClearButton();
     void paintSelection(QPainter &painter, const QRectF &room, const QString &text) const;
 
-    actions::Theme _theme;
+    ui::Theme _theme;
     QString _value;
     QString _placeholder;
     ClearButton *_clearButton;

@@ -1,0 +1,66 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "app/HotKeys.h"
+
+#include "keyboard/GlobalShortcut.h"
+#include "platform/linux/hotkeys/DesktopHotKeys.h"
+#include "platform/linux/hotkeys/KGlobalAccelHotKeys.h"
+#include "platform/linux/hotkeys/PortalHotKeys.h"
+#include "platform/linux/hotkeys/X11HotKeys.h"
+
+#include <QCoreApplication>
+#include <QDBusConnection>
+#include <QGuiApplication>
+#include <QLoggingCategory>
+#include <QProcessEnvironment>
+
+using namespace Qt::StringLiterals;
+
+namespace vellumhound::app {
+
+namespace {
+
+Q_LOGGING_CATEGORY(log, "vellumhound.shell")
+
+std::unique_ptr<platform::HotKeyCenter> makeCenter(const platform::KeyCharacters &keyCharacters)
+{
+    if (auto x11 = std::make_unique<platform::X11HotKeys>(); x11->isSupported())
+        return x11;
+    std::vector<std::unique_ptr<platform::HotKeyBackend>> backends;
+    platform::KGlobalAccelHotKeys::Options options;
+    options.isPartOfCompositor = true;
+    backends.push_back(std::make_unique<platform::KGlobalAccelHotKeys>(
+        QDBusConnection::sessionBus(), keyCharacters, keyboard::hotKeyLabel, options));
+    // The portal learns who we are before the first call on a connection, so it has one of its own.
+    backends.push_back(std::make_unique<platform::PortalHotKeys>(
+        QDBusConnection::connectToBus(QDBusConnection::SessionBus, u"hot keys"_s),
+        QGuiApplication::desktopFileName(), keyboard::hotKeyLabel, keyCharacters));
+    return std::make_unique<platform::DesktopHotKeys>(std::move(backends));
+}
+
+}  // namespace
+
+HotKeys::HotKeys(settings::UserDefaults &userDefaults, base::NotificationCenter &notificationCenter)
+    : _session(QProcessEnvironment::systemEnvironment(), QCoreApplication::applicationFilePath())
+    , _center(makeCenter(_keyCharacters))
+    , _tables({userDefaults, notificationCenter, *_center, nullptr, _keyCharacters})
+    , _status({_tables, *_center, notificationCenter, _session, _writer, _keySetting},
+          {keyboard::GlobalShortcut::launchVellumhound(),
+              keyboard::GlobalShortcut::loadSelectedFilesFromFinder(),
+              keyboard::GlobalShortcut::browseFinderWindows()})
+{
+    QObject::connect(&_status, &keyboard::HotKeyStatus::changed, &_status,
+        [this](const QString &rawValue) { tell(rawValue); });
+}
+
+void HotKeys::tell(const QString &rawValue) const
+{
+    for (const auto &record : _status.records()) {
+        if (record.name != rawValue || record.setting.where.isEmpty())
+            continue;
+        qCInfo(log).noquote() << record.sentence << record.setting.where;
+        for (const auto &line : record.setting.lines)
+            qCInfo(log).noquote() << line;
+    }
+}
+
+}  // namespace vellumhound::app
