@@ -137,18 +137,18 @@ int main(int argc, char **argv)
     QApplication::setQuitOnLastWindowClosed(false);
     bench::Launcher launcher(home);
     launcher.delegate.launcher();
-    auto &tables = launcher.services.hotKeys.tables();
+    auto &shortcuts = launcher.services.hotKeys.shortcuts();
     const Keyboard keyboard;
 
-    shell::bindHotKeys(shell::BoundHotKeys::launcher, tables, launcher.services.notificationCenter,
-        launcher.delegate);
+    shell::bindHotKeys(shell::BoundHotKeys::launcher, shortcuts,
+        launcher.services.notificationCenter, launcher.delegate);
     measureShowings("hot key", application, launcher, keyboard);
 
     // The same key under a name that does not wait.
-    tables.setShortcut(keyboard::GlobalShortcut::launchVellumhound(), std::nullopt);
-    const auto atOnce = tables.createName(
+    shortcuts.setShortcut(keyboard::GlobalShortcut::launchVellumhound(), std::nullopt);
+    const auto atOnce = shortcuts.createName(
         u"atOnce"_s, keyboard::GlobalShortcut::launchVellumhound().defaultShortcut);
-    tables.onKeyDown(atOnce, [&] { launcher.delegate.presentPanel(); });
+    shortcuts.onKeyDown(atOnce, [&] { launcher.delegate.presentPanel(); });
     measureShowings("hot key without the fixed delay", application, launcher, keyboard);
 
     measureLayoutChanges();

@@ -42,8 +42,8 @@ std::unique_ptr<platform::HotKeyCenter> makeCenter(const platform::KeyCharacters
 HotKeys::HotKeys(settings::UserDefaults &userDefaults, base::NotificationCenter &notificationCenter)
     : _session(QProcessEnvironment::systemEnvironment(), QCoreApplication::applicationFilePath())
     , _center(makeCenter(_keyCharacters))
-    , _tables({userDefaults, notificationCenter, *_center, nullptr, _keyCharacters})
-    , _status({_tables, *_center, notificationCenter, _session, _writer, _keySetting},
+    , _shortcuts({userDefaults, notificationCenter, *_center, nullptr, _keyCharacters})
+    , _status({_shortcuts, *_center, notificationCenter, _session, _writer, _keySetting},
           {keyboard::GlobalShortcut::launchVellumhound(),
               keyboard::GlobalShortcut::loadSelectedFilesFromFinder(),
               keyboard::GlobalShortcut::browseFinderWindows()})
@@ -54,11 +54,11 @@ HotKeys::HotKeys(settings::UserDefaults &userDefaults, base::NotificationCenter 
 
 void HotKeys::tell(const QString &rawValue) const
 {
-    for (const auto &record : _status.records()) {
-        if (record.name != rawValue || record.setting.where.isEmpty())
+    for (const auto &description : _status.descriptions()) {
+        if (description.name != rawValue || description.instructions.where.isEmpty())
             continue;
-        qCInfo(log).noquote() << record.sentence << record.setting.where;
-        for (const auto &line : record.setting.lines)
+        qCInfo(log).noquote() << description.sentence << description.instructions.where;
+        for (const auto &line : description.instructions.lines)
             qCInfo(log).noquote() << line;
     }
 }

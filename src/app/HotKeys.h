@@ -3,7 +3,7 @@
 
 #include "base/NotificationCenter.h"
 #include "keyboard/HotKeyStatus.h"
-#include "keyboard/KeyboardShortcuts/Tables.h"
+#include "keyboard/KeyboardShortcuts/NamedShortcuts.h"
 #include "platform/HotKeyCenter.h"
 #include "platform/linux/keyboard/DesktopShortcutWriter.h"
 #include "platform/linux/keyboard/XkbKeyCharacters.h"
@@ -25,7 +25,7 @@ public:
     HotKeys(settings::UserDefaults &userDefaults, base::NotificationCenter &notificationCenter);
     Q_DISABLE_COPY_MOVE(HotKeys)
 
-    keyboard::KeyboardShortcuts::Tables &tables() { return _tables; }
+    keyboard::KeyboardShortcuts::NamedShortcuts &shortcuts() { return _shortcuts; }
     keyboard::HotKeyStatus &status() { return _status; }
 
 private:
@@ -34,7 +34,7 @@ private:
     platform::LinuxDesktopSession _session;
     platform::XkbKeyCharacters _keyCharacters;
     std::unique_ptr<platform::HotKeyCenter> _center;
-    keyboard::KeyboardShortcuts::Tables _tables;
+    keyboard::KeyboardShortcuts::NamedShortcuts _shortcuts;
     platform::DesktopShortcutWriter _writer{_keyCharacters};
     platform::GnomeKeybinding _keySetting{_session};
     keyboard::HotKeyStatus _status;

@@ -93,8 +93,8 @@ public:
 
     int run(const StartRequest &request)
     {
-        shell::bindHotKeys(
-            request.hotKeys, _services.hotKeys.tables(), _services.notificationCenter, _delegate);
+        shell::bindHotKeys(request.hotKeys, _services.hotKeys.shortcuts(),
+            _services.notificationCenter, _delegate);
         _services.queue.post([this, isByPerson = request.isByPerson] {
             _delegate.launcher();
             _delegate.applicationDidFinishLaunching();
@@ -129,7 +129,7 @@ private:
         shell::MenuState state;
         state.launchShortcut =
             keyboard::GlobalShortcut{keyboard::GlobalShortcut::launchVellumhound()}.keyShortcut(
-                _services.hotKeys.tables());
+                _services.hotKeys.shortcuts());
         state.bundle = base::mainBundle();
         return state;
     }

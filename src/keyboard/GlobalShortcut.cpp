@@ -29,17 +29,17 @@ const Name &GlobalShortcut::browseFinderWindows()
     return name;
 }
 
-void GlobalShortcut::createNames(KeyboardShortcuts::Tables &tables)
+void GlobalShortcut::createNames(KeyboardShortcuts::NamedShortcuts &shortcuts)
 {
     for (const auto *name :
         {&launchVellumhound(), &loadSelectedFilesFromFinder(), &browseFinderWindows()})
-        tables.createName(name->rawValue, name->defaultShortcut);
+        shortcuts.createName(name->rawValue, name->defaultShortcut);
 }
 
 std::optional<KeyShortcut> GlobalShortcut::keyShortcut(
-    const KeyboardShortcuts::Tables &tables) const
+    const KeyboardShortcuts::NamedShortcuts &shortcuts) const
 {
-    const auto shortcut = tables.getShortcut(name);
+    const auto shortcut = shortcuts.getShortcut(name);
     return shortcut ? KeyShortcut::of(*shortcut) : std::nullopt;
 }
 

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-#include "keyboard/KeyboardShortcuts/Tables.h"
+#include "keyboard/KeyboardShortcuts/NamedShortcuts.h"
 #include "keyboard/KeyShortcut.h"
 
 #include <optional>
@@ -20,10 +20,11 @@ struct GlobalShortcut {
     static const KeyboardShortcuts::Name &browseFinderWindows();
 
     /// Brings the three names into being, in the order above. Before any action is bound to them.
-    static void createNames(KeyboardShortcuts::Tables &tables);
+    static void createNames(KeyboardShortcuts::NamedShortcuts &shortcuts);
 
     /// The current recording as a row or a menu entry shows it; nothing if there is none.
-    std::optional<KeyShortcut> keyShortcut(const KeyboardShortcuts::Tables &tables) const;
+    std::optional<KeyShortcut> keyShortcut(
+        const KeyboardShortcuts::NamedShortcuts &shortcuts) const;
 
     bool operator==(const GlobalShortcut &) const = default;
 };

@@ -14,7 +14,7 @@ HotKeyStatus::HotKeyStatus(
     , _names(names)
 {
     for (const auto &name : _names)
-        _records.append(recordOf(name));
+        _descriptions.append(describe(name));
     // Reports change in the middle of what changes them; what stands after it is what counts.
     _change.setSingleShot(true);
     _change.setInterval(0);
@@ -30,36 +30,36 @@ HotKeyStatus::~HotKeyStatus()
     _environment.hotKeyCenter.setReportObserver({});
 }
 
-HotKeyRecord HotKeyStatus::record(const Name &name) const
+HotKeyDescription HotKeyStatus::description(const Name &name) const
 {
-    const auto found = std::find_if(_records.cbegin(), _records.cend(),
-        [&](const HotKeyRecord &record) { return record.name == name.rawValue; });
-    return found == _records.cend() ? HotKeyRecord() : *found;
+    const auto found = std::find_if(_descriptions.cbegin(), _descriptions.cend(),
+        [&](const HotKeyDescription &description) { return description.name == name.rawValue; });
+    return found == _descriptions.cend() ? HotKeyDescription() : *found;
 }
 
 void HotKeyStatus::refresh()
 {
-    if (_environment.tables.isRecorderActive())
+    if (_environment.shortcuts.isRecorderActive())
         return;
     QStringList changes;
     for (qsizetype i = 0; i < _names.size(); ++i) {
-        const auto record = recordOf(_names[i]);
-        if (record == _records[i])
+        const auto description = describe(_names[i]);
+        if (description == _descriptions[i])
             continue;
-        _records[i] = record;
-        changes.append(record.name);
+        _descriptions[i] = description;
+        changes.append(description.name);
     }
     for (const auto &name : std::as_const(changes))
         Q_EMIT changed(name);
 }
 
-HotKeyRecord HotKeyStatus::recordOf(const Name &name) const
+HotKeyDescription HotKeyStatus::describe(const Name &name) const
 {
     HotKeySituation situation;
     situation.name = name.rawValue;
-    const auto shortcut = _environment.tables.getShortcut(name);
+    const auto shortcut = _environment.shortcuts.getShortcut(name);
     if (shortcut) {
-        situation.shortcutText = _environment.tables.description(name);
+        situation.shortcutText = _environment.shortcuts.description(name);
         situation.modifiers = shortcut->carbonModifiers;
         situation.texts =
             _environment.writer.textsOf(shortcut->carbonKeyCode, shortcut->carbonModifiers);
@@ -82,7 +82,7 @@ platform::HotKeyReport HotKeyStatus::reportOf(
     if (own.state != platform::HotKeyReport::State::unknown || !shortcut)
         return own;
     for (const auto &other : _names) {
-        if (_environment.tables.getShortcut(other) != shortcut)
+        if (_environment.shortcuts.getShortcut(other) != shortcut)
             continue;
         auto report = _environment.hotKeyCenter.report(other.rawValue);
         if (report.state != platform::HotKeyReport::State::unknown)
@@ -93,10 +93,10 @@ platform::HotKeyReport HotKeyStatus::reportOf(
 
 bool HotKeyStatus::isConsistent() const
 {
-    return _records.size() == _names.size() &&
-           std::equal(_records.cbegin(), _records.cend(), _names.cbegin(),
-               [](const HotKeyRecord &record, const Name &name) {
-                   return record.name == name.rawValue;
+    return _descriptions.size() == _names.size() &&
+           std::equal(_descriptions.cbegin(), _descriptions.cend(), _names.cbegin(),
+               [](const HotKeyDescription &description, const Name &name) {
+                   return description.name == name.rawValue;
                });
 }
 

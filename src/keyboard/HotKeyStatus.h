@@ -2,8 +2,8 @@
 #pragma once
 
 #include "base/NotificationCenter.h"
-#include "keyboard/HotKeyRecord.h"
-#include "keyboard/KeyboardShortcuts/Tables.h"
+#include "keyboard/HotKeyDescription.h"
+#include "keyboard/KeyboardShortcuts/NamedShortcuts.h"
 #include "platform/DesktopSession.h"
 #include "platform/KeySetting.h"
 
@@ -24,7 +24,7 @@ class HotKeyStatus final : public QObject {
 
 public:
     struct Environment {
-        const KeyboardShortcuts::Tables &tables;
+        const KeyboardShortcuts::NamedShortcuts &shortcuts;
         platform::HotKeyCenter &hotKeyCenter;
         base::NotificationCenter &notificationCenter;
         const platform::DesktopSession &session;
@@ -37,9 +37,9 @@ public:
         QObject *parent = nullptr);
     ~HotKeyStatus() override;
 
-    const QList<HotKeyRecord> &records() const { return _records; }
-    /// An empty record for a name that is not among those shown.
-    HotKeyRecord record(const KeyboardShortcuts::Name &name) const;
+    const QList<HotKeyDescription> &descriptions() const { return _descriptions; }
+    /// An empty description for a name that is not among those shown.
+    HotKeyDescription description(const KeyboardShortcuts::Name &name) const;
     /// Looks again at what nobody announces: whether the desktop entry is installed, and the
     /// desktop's own settings.
     void refresh();
@@ -51,14 +51,14 @@ Q_SIGNALS:
     void changed(const QString &rawValue);
 
 private:
-    HotKeyRecord recordOf(const KeyboardShortcuts::Name &name) const;
+    HotKeyDescription describe(const KeyboardShortcuts::Name &name) const;
     platform::HotKeyReport reportOf(const KeyboardShortcuts::Name &name,
         const std::optional<KeyboardShortcuts::Shortcut> &shortcut) const;
 
     Environment _environment;
     QList<KeyboardShortcuts::Name> _names;
-    QList<HotKeyRecord> _records;  // one for each name
-    QTimer _change;                // gathers the changes of one turn
+    QList<HotKeyDescription> _descriptions;  // one for each name
+    QTimer _change;                          // gathers the changes of one turn
     base::NotificationCenter::Token _shortcutDidChange;
 };
 

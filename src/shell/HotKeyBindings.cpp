@@ -7,13 +7,13 @@ namespace vellumhound::shell {
 
 using keyboard::GlobalShortcut;
 
-void bindHotKeys(BoundHotKeys which, keyboard::KeyboardShortcuts::Tables &tables,
+void bindHotKeys(BoundHotKeys which, keyboard::KeyboardShortcuts::NamedShortcuts &shortcuts,
     base::NotificationCenter &notificationCenter, VellumhoundAppDelegate &appDelegate)
 {
     const auto bind = [&](const keyboard::KeyboardShortcuts::Name &name,
                           const char16_t *announcement) {
-        tables.createName(name.rawValue, name.defaultShortcut);
-        tables.onKeyDown(name, [&notificationCenter, &appDelegate, announcement] {
+        shortcuts.createName(name.rawValue, name.defaultShortcut);
+        shortcuts.onKeyDown(name, [&notificationCenter, &appDelegate, announcement] {
             if (announcement)
                 notificationCenter.post(QString::fromUtf16(announcement));
             appDelegate.showLauncher();

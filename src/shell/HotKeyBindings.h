@@ -2,7 +2,7 @@
 #pragma once
 
 #include "base/NotificationCenter.h"
-#include "keyboard/KeyboardShortcuts/Tables.h"
+#include "keyboard/KeyboardShortcuts/NamedShortcuts.h"
 #include "shell/VellumhoundAppDelegate.h"
 
 namespace vellumhound::shell {
@@ -15,9 +15,9 @@ enum class BoundHotKeys {
 
 /// Brings the names of the hot keys into being, which gives them their defaults at the first start,
 /// and binds what they do. Every one ends in the panel being shown after the fixed delay; the lists
-/// are asked for before that, so that they load meanwhile. All arguments outlive the tables' last
-/// event.
-void bindHotKeys(BoundHotKeys which, keyboard::KeyboardShortcuts::Tables &tables,
+/// are asked for before that, so that they load meanwhile. All arguments outlive the shortcuts'
+/// last event.
+void bindHotKeys(BoundHotKeys which, keyboard::KeyboardShortcuts::NamedShortcuts &shortcuts,
     base::NotificationCenter &notificationCenter, VellumhoundAppDelegate &appDelegate);
 
 }  // namespace vellumhound::shell

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // GNOME's own schemas: our entries in memory, and the commands that a user is told, run by a shell.
 #include "fakes/FakeDesktopSession.h"
-#include "keyboard/DesktopKeySetting.h"
+#include "keyboard/DesktopKeyInstructions.h"
 #include "platform/linux/shortcuts/GnomeKeybinding.h"
 #include "platform/linux/shortcuts/GnomeSettings.h"
 
@@ -199,11 +199,12 @@ private Q_SLOTS:
         if (!before.isEmpty())
             QCOMPARE(shell.run(u"gsettings set %1 custom-keybindings \"%2\""_s.arg(schema, before)),
                 QString());
-        keyboard::KeyBinding binding{u"launchVellumhound"_s, u"Show the panel"_s, 0x1000,
+        keyboard::DesktopKeyBinding binding{u"launchVellumhound"_s, u"Show the panel"_s, 0x1000,
             {u"Ctrl+Space"_s, u"<Control>space"_s, {}, {}, u"space"_s},
             u"'/opt/it'\\''s mine/vellumhound'"_s, false};
 
-        for (const auto &line : keyboard::describeDesktopKeySetting({u"GNOME"_s}, binding).lines)
+        for (const auto &line :
+            keyboard::describeDesktopKeyInstructions({u"GNOME"_s}, binding).lines)
             QCOMPARE(shell.run(line), QString());
 
         QCOMPARE(shell.list(), after);

@@ -18,8 +18,8 @@
 using namespace vellumhound;
 using namespace Qt::StringLiterals;
 using keyboard::GlobalShortcut;
+using keyboard::KeyboardShortcuts::NamedShortcuts;
 using keyboard::KeyboardShortcuts::Shortcut;
-using keyboard::KeyboardShortcuts::Tables;
 
 namespace {
 
@@ -47,18 +47,18 @@ private:
     base::NotificationCenter _notifications;
     std::unique_ptr<platform::X11HotKeys> _center;
     std::unique_ptr<platform::XkbKeyCharacters> _characters;
-    std::unique_ptr<Tables> _tables;
+    std::unique_ptr<NamedShortcuts> _shortcuts;
     QStringList _ran;
 
     void start()
     {
-        _tables = std::make_unique<Tables>(
-            Tables::Environment{*_defaults, _notifications, *_center, nullptr, *_characters});
-        GlobalShortcut::createNames(*_tables);
+        _shortcuts = std::make_unique<NamedShortcuts>(NamedShortcuts::Environment{
+            *_defaults, _notifications, *_center, nullptr, *_characters});
+        GlobalShortcut::createNames(*_shortcuts);
         for (const auto *name :
             {&GlobalShortcut::launchVellumhound(), &GlobalShortcut::loadSelectedFilesFromFinder(),
                 &GlobalShortcut::browseFinderWindows()})
-            _tables->onKeyDown(*name, [this, name] { _ran.append(name->rawValue); });
+            _shortcuts->onKeyDown(*name, [this, name] { _ran.append(name->rawValue); });
     }
 
 private Q_SLOTS:
@@ -73,7 +73,7 @@ private Q_SLOTS:
     }
     void cleanup()
     {
-        _tables.reset();
+        _shortcuts.reset();
         _characters.reset();
         _center.reset();
     }
@@ -93,12 +93,12 @@ private Q_SLOTS:
     {
         start();
 
-        _tables->setShortcut(GlobalShortcut::launchVellumhound(), Shortcut(40, 0x1800));
+        _shortcuts->setShortcut(GlobalShortcut::launchVellumhound(), Shortcut(40, 0x1800));
         QVERIFY(press(u"ctrl+space"_s));
         QVERIFY(press(u"ctrl+alt+k"_s));
         QTRY_COMPARE(_ran, QStringList{u"launchVellumhound"_s});
 
-        _tables->setShortcut(GlobalShortcut::launchVellumhound(), std::nullopt);
+        _shortcuts->setShortcut(GlobalShortcut::launchVellumhound(), std::nullopt);
         QVERIFY(press(u"ctrl+alt+k"_s));
         QVERIFY(press(u"alt+f"_s));
         QTRY_COMPARE(_ran.size(), 2);

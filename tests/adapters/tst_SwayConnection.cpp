@@ -2,8 +2,8 @@
 // What a running sway says of its configuration.
 #include "adapters/ShortcutFixture.h"
 #include "fakes/FakeDesktopSession.h"
-#include "platform/linux/shortcuts/DesktopShortcuts.h"
 #include "platform/linux/shortcuts/SwayConnection.h"
+#include "platform/linux/shortcuts/SystemShortcutReader.h"
 
 #include <QFile>
 #include <QTemporaryDir>
@@ -50,12 +50,12 @@ private Q_SLOTS:
         QVERIFY(support::writeFile(folder.filePath(u"sway/config"_s), "bindsym Mod4+q kill\n"));
         fakes::FakeDesktopSession session;
         session.names = QStringList{u"sway"_s};
-        platform::DesktopShortcuts::Places places;
+        platform::SystemShortcutReader::Places places;
         places.home = folder.path();
         places.configHome = folder.path();
         places.swaySocket = swaySocket();
         const auto layout = support::usLayout();
-        const platform::DesktopShortcuts shortcuts(
+        const platform::SystemShortcutReader shortcuts(
             session, layout, QDBusConnection(u"none"_s), places);
 
         QTRY_VERIFY(

@@ -16,7 +16,7 @@
 #include "platform/linux/hotkeys/X11HotKeys.h"
 #include "platform/linux/keyboard/KeyTranslator.h"
 #include "platform/linux/keyboard/XkbKeyCharacters.h"
-#include "platform/linux/shortcuts/DesktopShortcuts.h"
+#include "platform/linux/shortcuts/SystemShortcutReader.h"
 
 #include <QAbstractNativeEventFilter>
 #include <QApplication>
@@ -123,11 +123,11 @@ int main(int argumentCount, char **arguments)
     platform::X11HotKeys hotKeys;
     PressProbe probe;  // behind the hot keys, so that it sees each press before them
     application.installNativeEventFilter(&probe);
-    Tables tables({defaults, notifications, hotKeys, nullptr, characters});
-    const auto first = tables.createName(u"launchVellumhound"_s, Shortcut(Key::space, 0x40000));
-    const auto second = tables.createName(u"browseFinderWindows"_s);
+    NamedShortcuts shortcuts({defaults, notifications, hotKeys, nullptr, characters});
+    const auto first = shortcuts.createName(u"launchVellumhound"_s, Shortcut(Key::space, 0x40000));
+    const auto second = shortcuts.createName(u"browseFinderWindows"_s);
     for (const auto &name : {first, second})
-        tables.onKeyDown(name, [name] { say(u"hot key "_s + name.rawValue); });
+        shortcuts.onKeyDown(name, [name] { say(u"hot key "_s + name.rawValue); });
     const auto token = notifications.addObserver(
         QString::fromUtf16(base::Notifications::KeyboardShortcuts_recorderActiveStatusDidChange),
         nullptr, [](const base::NotificationCenter::UserInfo &info) {
@@ -135,12 +135,13 @@ int main(int argumentCount, char **arguments)
         });
 
     const platform::NullDesktopSession session;
-    const platform::DesktopShortcuts desktop(session, characters, QDBusConnection::sessionBus());
+    const platform::SystemShortcutReader desktop(
+        session, characters, QDBusConnection::sessionBus());
     const platform::SystemShortcuts &system =
         options.isDesktopAsked ? static_cast<const platform::SystemShortcuts &>(desktop)
                                : options.system;
     LocalEventFilter events(translator);
-    const RecorderCocoa::Environment environment{tables, notifications, mainQueue, events,
+    const RecorderCocoa::Environment environment{shortcuts, notifications, mainQueue, events,
         characters, options.menu, system, [&] { return options.isSandboxed; }};
     Window window;
     window.setWindowTitle(u"Recorders"_s);

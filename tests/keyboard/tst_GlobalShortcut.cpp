@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "keyboard/GlobalShortcut.h"
-#include "keyboard/KeyboardShortcuts/TablesFixture.h"
+#include "keyboard/KeyboardShortcuts/NamedShortcutsFixture.h"
 
 #include <QDir>
 #include <QTest>
@@ -16,9 +16,9 @@ class tst_GlobalShortcut : public QObject {
 private Q_SLOTS:
     void theThreeNamesStartWithTheirDefaults()
     {
-        KeyboardShortcuts::TablesFixture fixture;
+        KeyboardShortcuts::NamedShortcutsFixture fixture;
 
-        GlobalShortcut::createNames(*fixture.tables);
+        GlobalShortcut::createNames(*fixture.shortcuts);
 
         QCOMPARE(fixture.stored(u"launchVellumhound"_s),
             R"({"carbonKeyCode":49,"carbonModifiers":4096})");
@@ -35,21 +35,21 @@ private Q_SLOTS:
 
     void aRowShowsTheCurrentRecording()
     {
-        KeyboardShortcuts::TablesFixture fixture;
-        auto &tables = *fixture.tables;
-        GlobalShortcut::createNames(tables);
+        KeyboardShortcuts::NamedShortcutsFixture fixture;
+        auto &shortcuts = *fixture.shortcuts;
+        GlobalShortcut::createNames(shortcuts);
         const GlobalShortcut browse{GlobalShortcut::browseFinderWindows()};
-        QCOMPARE(browse.keyShortcut(tables), (KeyShortcut{U'f', Flags::option}));
+        QCOMPARE(browse.keyShortcut(shortcuts), (KeyShortcut{U'f', Flags::option}));
 
-        tables.setShortcut(browse.name, KeyboardShortcuts::Shortcut(49, 0x1100));
-        QCOMPARE(browse.keyShortcut(tables),
+        shortcuts.setShortcut(browse.name, KeyboardShortcuts::Shortcut(49, 0x1100));
+        QCOMPARE(browse.keyShortcut(shortcuts),
             (KeyShortcut{KeyCharacter::space, Flags::command | Flags::control}));
 
-        tables.setShortcut(browse.name, KeyboardShortcuts::Shortcut(96, 0));
-        QVERIFY(!browse.keyShortcut(tables));
+        shortcuts.setShortcut(browse.name, KeyboardShortcuts::Shortcut(96, 0));
+        QVERIFY(!browse.keyShortcut(shortcuts));
 
-        tables.setShortcut(browse.name, std::nullopt);
-        QVERIFY(!browse.keyShortcut(tables));
+        shortcuts.setShortcut(browse.name, std::nullopt);
+        QVERIFY(!browse.keyShortcut(shortcuts));
     }
 };
 

@@ -4,7 +4,7 @@
 #include "fakes/FakeShortcutWriter.h"
 #include "keyboard/GlobalShortcut.h"
 #include "keyboard/HotKeyStatus.h"
-#include "keyboard/KeyboardShortcuts/TablesFixture.h"
+#include "keyboard/KeyboardShortcuts/NamedShortcutsFixture.h"
 
 #include <QSignalSpy>
 #include <QTest>
@@ -16,13 +16,13 @@ using namespace vellumhound::keyboard;
 using namespace Qt::StringLiterals;
 using platform::HotKeyFacility;
 using platform::HotKeyReport;
-using State = HotKeyRecord::State;
+using State = HotKeyDescription::State;
 
 class tst_HotKeyStatus : public QObject {
     Q_OBJECT
 
 private:
-    std::unique_ptr<KeyboardShortcuts::TablesFixture> _fixture;
+    std::unique_ptr<KeyboardShortcuts::NamedShortcutsFixture> _fixture;
     fakes::FakeDesktopSession _session;
     fakes::FakeShortcutWriter _writer;
     fakes::FakeKeySetting _keySetting;
@@ -30,22 +30,22 @@ private:
 
     const KeyboardShortcuts::Name &launch() const { return GlobalShortcut::launchVellumhound(); }
     const KeyboardShortcuts::Name &browse() const { return GlobalShortcut::browseFinderWindows(); }
-    HotKeyRecord record() const { return _status->record(launch()); }
+    HotKeyDescription description() const { return _status->description(launch()); }
 
 private Q_SLOTS:
     void init()
     {
-        _fixture = std::make_unique<KeyboardShortcuts::TablesFixture>();
+        _fixture = std::make_unique<KeyboardShortcuts::NamedShortcutsFixture>();
         _session = {};
         _session.names = QStringList{u"sway"_s};
         _writer = {};
         _writer.texts.insert({49, 0x1000},
             {u"Ctrl+Space"_s, u"<Control>space"_s, u"Ctrl+space"_s, u"CTRL, space"_s, u"space"_s});
         _keySetting = {};
-        GlobalShortcut::createNames(*_fixture->tables);
+        GlobalShortcut::createNames(*_fixture->shortcuts);
         _status = std::make_unique<HotKeyStatus>(
-            HotKeyStatus::Environment{*_fixture->tables, _fixture->center, _fixture->notifications,
-                _session, _writer, _keySetting},
+            HotKeyStatus::Environment{*_fixture->shortcuts, _fixture->center,
+                _fixture->notifications, _session, _writer, _keySetting},
             QList{launch(), browse()});
     }
     void cleanup()
@@ -58,11 +58,11 @@ private Q_SLOTS:
 
     void thereIsOneRecordForEachName()
     {
-        QCOMPARE(_status->records().size(), 2);
-        QCOMPARE(_status->records()[0].name, u"launchVellumhound"_s);
-        QCOMPARE(_status->records()[1].name, u"browseFinderWindows"_s);
-        QCOMPARE(record().trigger, u"⌃Space"_s);
-        QCOMPARE(_status->record({u"other"_s, {}}), HotKeyRecord());
+        QCOMPARE(_status->descriptions().size(), 2);
+        QCOMPARE(_status->descriptions()[0].name, u"launchVellumhound"_s);
+        QCOMPARE(_status->descriptions()[1].name, u"browseFinderWindows"_s);
+        QCOMPARE(description().trigger, u"⌃Space"_s);
+        QCOMPARE(_status->description({u"other"_s, {}}), HotKeyDescription());
     }
 
     void whatTheDesktopSaysIsToldOnce()
@@ -76,9 +76,9 @@ private Q_SLOTS:
         report.state = HotKeyReport::State::active;
         _fixture->center.setReport(u"launchVellumhound"_s, report);
 
-        QTRY_COMPARE(record().state, State::active);
+        QTRY_COMPARE(description().state, State::active);
         QCOMPARE(changes, (QList<QVariantList>{{u"launchVellumhound"_s}}));
-        QCOMPARE(record().facility, u"the desktop portal"_s);
+        QCOMPARE(description().facility, u"the desktop portal"_s);
     }
 
     void whatReadsAlikeIsNotTold()
@@ -98,10 +98,10 @@ private Q_SLOTS:
     {
         QSignalSpy changes(_status.get(), &HotKeyStatus::changed);
 
-        _fixture->tables->setShortcut(launch(), std::nullopt);
+        _fixture->shortcuts->setShortcut(launch(), std::nullopt);
 
-        QTRY_COMPARE(record().state, State::withoutShortcut);
-        QCOMPARE(record().sentence, u"No shortcut is set."_s);
+        QTRY_COMPARE(description().state, State::withoutShortcut);
+        QCOMPARE(description().sentence, u"No shortcut is set."_s);
         QCOMPARE(changes, (QList<QVariantList>{{u"launchVellumhound"_s}}));
     }
 
@@ -109,28 +109,28 @@ private Q_SLOTS:
     {
         const HotKeyReport active{HotKeyReport::State::active, HotKeyFacility::x11, {}, {}, {}};
         _fixture->center.setReport(u"launchVellumhound"_s, active);
-        QTRY_COMPARE(record().state, State::active);
+        QTRY_COMPARE(description().state, State::active);
         QSignalSpy changes(_status.get(), &HotKeyStatus::changed);
 
-        _fixture->tables->setRecorderActive(true);
+        _fixture->shortcuts->setRecorderActive(true);
         _fixture->center.setReport(u"launchVellumhound"_s, {});
         _status->refresh();
-        _fixture->tables->setRecorderActive(false);
+        _fixture->shortcuts->setRecorderActive(false);
         _fixture->center.setReport(u"launchVellumhound"_s, active);
         _status->refresh();
 
-        QCOMPARE(record().state, State::active);
+        QCOMPARE(description().state, State::active);
         QCOMPARE(changes.size(), 0);
     }
 
     void namesWithOneShortcutShareWhatBecameOfIt()
     {
-        _fixture->tables->setShortcut(browse(), KeyboardShortcuts::controlSpace);
+        _fixture->shortcuts->setShortcut(browse(), KeyboardShortcuts::controlSpace);
         _fixture->center.setReport(
             u"launchVellumhound"_s, {HotKeyReport::State::active, HotKeyFacility::x11, {}, {}, {}});
 
-        QTRY_COMPARE(_status->record(browse()).state, State::active);
-        QCOMPARE(record().state, State::active);
+        QTRY_COMPARE(_status->description(browse()).state, State::active);
+        QCOMPARE(description().state, State::active);
     }
 
     void aDesktopWithoutHotKeysIsToldItsLine()
@@ -140,11 +140,11 @@ private Q_SLOTS:
 
         _status->refresh();
 
-        QCOMPARE(record().state, State::toBeSetInDesktop);
-        QCOMPARE(
-            record().setting.lines, QStringList{u"bindsym Ctrl+space exec /opt/vellumhound"_s});
+        QCOMPARE(description().state, State::toBeSetInDesktop);
+        QCOMPARE(description().instructions.lines,
+            QStringList{u"bindsym Ctrl+space exec /opt/vellumhound"_s});
         // Without texts for its key.
-        QCOMPARE(_status->record(browse()).setting.lines,
+        QCOMPARE(_status->description(browse()).instructions.lines,
             QStringList{u"/opt/vellumhound browse-windows"_s});
     }
 
@@ -153,16 +153,17 @@ private Q_SLOTS:
         _fixture->center.isThere = false;
         _session.type = platform::SessionType::wayland;
         _status->refresh();
-        QCOMPARE(record().note, QString());
+        QCOMPARE(description().note, QString());
 
         _session.isInstalled = false;
         _status->refresh();
-        QVERIFY(record().note.startsWith(u"The desktop entry of Vellumhound is not installed"_s));
+        QVERIFY(
+            description().note.startsWith(u"The desktop entry of Vellumhound is not installed"_s));
 
         _keySetting.entries.insert(u"launchVellumhound"_s, {});
         _status->refresh();
-        QCOMPARE(record().state, State::active);
-        QCOMPARE(record().sentence, u"⌃Space is set in the settings of sway."_s);
+        QCOMPARE(description().state, State::active);
+        QCOMPARE(description().sentence, u"⌃Space is set in the settings of sway."_s);
     }
 };
 

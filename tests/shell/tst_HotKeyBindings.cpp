@@ -36,7 +36,7 @@ struct Process {
                 text, nullptr, [this, text] { calls.append(u"post "_s + text); }));
         }
     }
-    void bind(BoundHotKeys which) { bindHotKeys(which, tables, notifications, delegate); }
+    void bind(BoundHotKeys which) { bindHotKeys(which, shortcuts, notifications, delegate); }
 
     QStringList calls;
     settings::UserDefaults defaults;
@@ -44,7 +44,8 @@ struct Process {
     std::vector<base::NotificationCenter::Token> tokens;
     fakes::FakeHotKeyCenter center;
     fakes::FakeKeyCharacters layout;
-    keyboard::KeyboardShortcuts::Tables tables{{defaults, notifications, center, nullptr, layout}};
+    keyboard::KeyboardShortcuts::NamedShortcuts shortcuts{
+        {defaults, notifications, center, nullptr, layout}};
     fakes::ManualTimer timer;
     VellumhoundAppDelegate delegate;
 };
@@ -133,7 +134,7 @@ private Q_SLOTS:
     void aRemovedHotKeyStaysRemovedAtTheNextStart()
     {
         _->bind(BoundHotKeys::launcher);
-        _->tables.setShortcut(keyboard::GlobalShortcut::launchVellumhound(), std::nullopt);
+        _->shortcuts.setShortcut(keyboard::GlobalShortcut::launchVellumhound(), std::nullopt);
 
         start();
         _->bind(BoundHotKeys::launcher);
@@ -144,7 +145,7 @@ private Q_SLOTS:
     void aHotKeyOfTheUsersIsTakenAtTheNextStart()
     {
         _->bind(BoundHotKeys::launcher);
-        _->tables.setShortcut(keyboard::GlobalShortcut::launchVellumhound(),
+        _->shortcuts.setShortcut(keyboard::GlobalShortcut::launchVellumhound(),
             keyboard::KeyboardShortcuts::Shortcut(96, 0));
 
         start();

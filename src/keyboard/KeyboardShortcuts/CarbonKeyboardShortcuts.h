@@ -23,7 +23,7 @@ struct HotKeySwitches {
 /// Turns shortcuts into hot keys of the whole desktop and runs their actions. While a menu of ours
 /// is open the hot keys are withdrawn, and the keys on their way to the menu are looked at instead.
 ///
-/// Owned by Tables. Main thread. What the desktop refuses is told by one line on standard
+/// Owned by NamedShortcuts. Main thread. What the desktop refuses is told by one line on standard
 /// output and goes no further.
 class CarbonKeyboardShortcuts final : private platform::HotKeyCenter::EventHandler {
 public:

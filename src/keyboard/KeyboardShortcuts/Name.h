@@ -11,7 +11,7 @@
 namespace vellumhound::keyboard::KeyboardShortcuts {
 
 /// The handle under which a shortcut is stored and actions are bound to it. A value; it takes
-/// effect by Tables::createName.
+/// effect by NamedShortcuts::createName.
 struct Name {
     QString rawValue;  ///< the key of the shortcut in the defaults, less the prefix
     std::optional<Shortcut> defaultShortcut;  ///< what the name starts with

@@ -109,7 +109,7 @@ RecorderCocoa::~RecorderCocoa()
         return;
     // The view is on its way out and shows nothing any more; the hot keys must come back.
     _eventMonitor.reset();
-    _environment.tables.setRecorderActive(false);
+    _environment.shortcuts.setRecorderActive(false);
     postActiveStatus(false);
 }
 
@@ -123,7 +123,7 @@ void RecorderCocoa::setShortcutName(const Name &name)
 
 void RecorderCocoa::showCurrentShortcut()
 {
-    showShortcut(_environment.tables.getShortcut(_shortcutName));
+    showShortcut(_environment.shortcuts.getShortcut(_shortcutName));
 }
 
 void RecorderCocoa::showShortcut(const std::optional<Shortcut> &shortcut)
@@ -173,7 +173,7 @@ bool RecorderCocoa::becomeFirstResponder()
     _view.setPlaceholder(localizedString(u"press_shortcut"_s));
     refreshCancelButton();
     _view.setInsertionPointVisible(false);
-    _environment.tables.setRecorderActive(true);
+    _environment.shortcuts.setRecorderActive(true);
     postActiveStatus(true);
     _eventMonitor.emplace(_environment.events, recordedEvents,
         [self = std::weak_ptr(_self)](const Event &event) -> std::optional<Event> {
@@ -198,7 +198,7 @@ void RecorderCocoa::endRecording()
     _view.setPlaceholder(localizedString(u"record_shortcut"_s));
     refreshCancelButton();
     _view.setInsertionPointVisible(true);
-    _environment.tables.setRecorderActive(false);
+    _environment.shortcuts.setRecorderActive(false);
     postActiveStatus(false);
 }
 
@@ -214,7 +214,7 @@ void RecorderCocoa::controlTextDidChange()
     const bool isEmpty = _view.stringValue().isEmpty();
     if (isEmpty) {
         const auto self = std::weak_ptr(_self);
-        _environment.tables.setShortcut(_shortcutName, std::nullopt);
+        _environment.shortcuts.setShortcut(_shortcutName, std::nullopt);
         if (const auto onChange = _onChange)
             onChange(std::nullopt);
         if (self.expired())
@@ -321,7 +321,7 @@ void RecorderCocoa::accept(const Shortcut &shortcut)
 {
     const auto self = std::weak_ptr(_self);
     showShortcut(shortcut);
-    _environment.tables.setShortcut(_shortcutName, shortcut);
+    _environment.shortcuts.setShortcut(_shortcutName, shortcut);
     if (const auto onChange = _onChange)
         onChange(shortcut);
     if (self.expired())

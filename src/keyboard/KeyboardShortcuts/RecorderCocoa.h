@@ -5,8 +5,8 @@
 #include "base/NotificationCenter.h"
 #include "keyboard/KeyboardShortcuts/LocalEventMonitor.h"
 #include "keyboard/KeyboardShortcuts/MainMenu.h"
+#include "keyboard/KeyboardShortcuts/NamedShortcuts.h"
 #include "keyboard/KeyboardShortcuts/RecorderView.h"
-#include "keyboard/KeyboardShortcuts/Tables.h"
 #include "platform/SystemShortcuts.h"
 
 #include <functional>
@@ -35,7 +35,7 @@ public:
 
     /// What all recorders of the process stand on. All outlive them.
     struct Environment {
-        Tables &tables;
+        NamedShortcuts &shortcuts;
         base::NotificationCenter &notificationCenter;
         base::MainQueue &mainQueue;
         platform::LocalEventSource &events;

@@ -3,8 +3,8 @@
 
 #include "fakes/FakeLocalEventSource.h"
 #include "fakes/FakeSystemShortcuts.h"
+#include "keyboard/KeyboardShortcuts/NamedShortcutsFixture.h"
 #include "keyboard/KeyboardShortcuts/RecorderCocoa.h"
-#include "keyboard/KeyboardShortcuts/TablesFixture.h"
 
 #include <memory>
 
@@ -111,8 +111,8 @@ private:
     std::weak_ptr<Handler> _didBecomeKey;
 };
 
-/// A recorder over tables of fakes, in a window, for a name with the default Control+Space.
-struct RecorderFixture : TablesFixture {
+/// A recorder over shortcuts of fakes, in a window, for a name with the default Control+Space.
+struct RecorderFixture : NamedShortcutsFixture {
     base::MainQueue mainQueue;
     fakes::FakeLocalEventSource events;
     WrittenMenu menu;
@@ -134,7 +134,7 @@ struct RecorderFixture : TablesFixture {
             [this](const base::NotificationCenter::UserInfo &info) {
                 statuses.append(info.value(QStringLiteral("isActive")).toBool());
             });
-        name = tables->createName(QStringLiteral("launchVellumhound"), controlSpace);
+        name = shortcuts->createName(QStringLiteral("launchVellumhound"), controlSpace);
         changes.clear();
         recorder = make(view, name);
         recorder->viewDidMoveToWindow(true);
@@ -142,7 +142,7 @@ struct RecorderFixture : TablesFixture {
     }
     RecorderCocoa::Environment environment()
     {
-        return {*tables, notifications, mainQueue, events, layout, menu, system,
+        return {*shortcuts, notifications, mainQueue, events, layout, menu, system,
             [this] { return isSandboxed; }};
     }
     std::unique_ptr<RecorderCocoa> make(ScriptedView &itsView, const Name &itsName)
@@ -172,7 +172,7 @@ struct RecorderFixture : TablesFixture {
     }
     /// Whether the event went on to its window.
     bool passes(const platform::LocalEvent &event) { return events.send(event).has_value(); }
-    std::optional<Shortcut> current() const { return tables->getShortcut(name); }
+    std::optional<Shortcut> current() const { return shortcuts->getShortcut(name); }
 };
 
 }  // namespace vellumhound::keyboard::KeyboardShortcuts

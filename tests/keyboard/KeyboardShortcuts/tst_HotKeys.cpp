@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // From a key pressed somewhere on the desktop to the actions bound to names.
-#include "keyboard/KeyboardShortcuts/TablesFixture.h"
+#include "keyboard/KeyboardShortcuts/NamedShortcutsFixture.h"
 #include "support/CapturedOutput.h"
 
 #include <QTest>
@@ -13,10 +13,10 @@ class tst_HotKeys : public QObject {
     Q_OBJECT
 
 private:
-    std::unique_ptr<TablesFixture> _;
+    std::unique_ptr<NamedShortcutsFixture> _;
     QStringList _ran;
-    Tables &tables() const { return *_->tables; }
-    Tables::Action saying(const QString &word)
+    NamedShortcuts &shortcuts() const { return *_->shortcuts; }
+    NamedShortcuts::Action saying(const QString &word)
     {
         return [this, word] { _ran.append(word); };
     }
@@ -24,17 +24,17 @@ private:
 private Q_SLOTS:
     void init()
     {
-        _ = std::make_unique<TablesFixture>();
+        _ = std::make_unique<NamedShortcutsFixture>();
         _ran.clear();
     }
     void cleanup() { _.reset(); }
 
     void theActionsOfANameRunInTheOrderOfBinding()
     {
-        const auto main = tables().createName(u"main"_s, controlSpace);
-        tables().onKeyDown(main, saying(u"first"_s));
-        tables().onKeyUp(main, saying(u"up"_s));
-        tables().onKeyDown(main, saying(u"second"_s));
+        const auto main = shortcuts().createName(u"main"_s, controlSpace);
+        shortcuts().onKeyDown(main, saying(u"first"_s));
+        shortcuts().onKeyUp(main, saying(u"up"_s));
+        shortcuts().onKeyDown(main, saying(u"second"_s));
 
         _->center.press(49, 0x1000);
         QCOMPARE(_ran, (QStringList{u"first"_s, u"second"_s}));
@@ -45,15 +45,15 @@ private Q_SLOTS:
 
     void theNextStartRegistersWhatIsStored()
     {
-        tables().createName(u"main"_s, controlSpace);
+        shortcuts().createName(u"main"_s, controlSpace);
         _->stop();
         QVERIFY(_->center.grabs.empty());
         _->start();
-        const auto main = tables().createName(u"main"_s, controlSpace);
+        const auto main = shortcuts().createName(u"main"_s, controlSpace);
         QVERIFY(_->center.grabs.empty());
 
-        tables().onKeyDown(main, saying(u"main"_s));
-        tables().onKeyDown(main, saying(u"main again"_s));
+        shortcuts().onKeyDown(main, saying(u"main"_s));
+        shortcuts().onKeyDown(main, saying(u"main again"_s));
 
         QCOMPARE(_->center.numbersOf(49, 0x1000), QList{1});
         _->center.press(49, 0x1000);
@@ -62,10 +62,10 @@ private Q_SLOTS:
 
     void twoNamesWithOneShortcutShareARegistration()
     {
-        const auto a = tables().createName(u"a"_s, controlSpace);
-        const auto b = tables().createName(u"b"_s, controlSpace);
-        tables().onKeyDown(a, saying(u"a"_s));
-        tables().onKeyDown(b, saying(u"b"_s));
+        const auto a = shortcuts().createName(u"a"_s, controlSpace);
+        const auto b = shortcuts().createName(u"b"_s, controlSpace);
+        shortcuts().onKeyDown(a, saying(u"a"_s));
+        shortcuts().onKeyDown(b, saying(u"b"_s));
 
         QCOMPARE(_->center.numbersOf(49, 0x1000), QList{1});
         _->center.press(49, 0x1000);
@@ -75,18 +75,18 @@ private Q_SLOTS:
 
     void aNameThatLeavesASharedShortcutLeavesItsHotKeyToTheOther()
     {
-        const auto a = tables().createName(u"a"_s, controlSpace);
-        const auto b = tables().createName(u"b"_s, controlSpace);
-        tables().onKeyDown(a, saying(u"a"_s));
-        tables().onKeyDown(b, saying(u"b"_s));
+        const auto a = shortcuts().createName(u"a"_s, controlSpace);
+        const auto b = shortcuts().createName(u"b"_s, controlSpace);
+        shortcuts().onKeyDown(a, saying(u"a"_s));
+        shortcuts().onKeyDown(b, saying(u"b"_s));
 
-        tables().setShortcut(a, optionS);
+        shortcuts().setShortcut(a, optionS);
         _->center.press(49, 0x1000);
         _->center.press(1, 0x800);
         QCOMPARE(_ran, (QStringList{u"b"_s, u"a"_s}));
 
-        tables().setShortcut(a, controlSpace);
-        tables().setShortcut(a, std::nullopt);
+        shortcuts().setShortcut(a, controlSpace);
+        shortcuts().setShortcut(a, std::nullopt);
         _->center.press(49, 0x1000);
         QCOMPARE(_ran, (QStringList{u"b"_s, u"a"_s, u"b"_s}));
         QCOMPARE(_->center.grabs.size(), 1U);
@@ -94,10 +94,10 @@ private Q_SLOTS:
 
     void aChangedShortcutFiresInPlaceOfTheOld()
     {
-        const auto main = tables().createName(u"main"_s, controlSpace);
-        tables().onKeyDown(main, saying(u"main"_s));
+        const auto main = shortcuts().createName(u"main"_s, controlSpace);
+        shortcuts().onKeyDown(main, saying(u"main"_s));
 
-        tables().setShortcut(main, optionF);
+        shortcuts().setShortcut(main, optionF);
 
         QVERIFY(_->center.press(49, 0x1000).isEmpty());
         QCOMPARE(_->center.press(3, 0x800).size(), 1);
@@ -106,11 +106,11 @@ private Q_SLOTS:
 
     void aClearedShortcutFiresNothing()
     {
-        const auto main = tables().createName(u"main"_s, controlSpace);
-        tables().onKeyDown(main, saying(u"main"_s));
+        const auto main = shortcuts().createName(u"main"_s, controlSpace);
+        shortcuts().onKeyDown(main, saying(u"main"_s));
 
-        tables().setShortcut(main, std::nullopt);
-        tables().setShortcut(main, std::nullopt);
+        shortcuts().setShortcut(main, std::nullopt);
+        shortcuts().setShortcut(main, std::nullopt);
 
         QVERIFY(_->center.press(49, 0x1000).isEmpty());
         QVERIFY(_ran.isEmpty());
@@ -118,41 +118,41 @@ private Q_SLOTS:
 
     void nothingActsWhileARecorderHasTheKeyboard()
     {
-        const auto main = tables().createName(u"main"_s, controlSpace);
-        tables().onKeyDown(main, saying(u"main"_s));
-        tables().onKeyUp(main, saying(u"up"_s));
+        const auto main = shortcuts().createName(u"main"_s, controlSpace);
+        shortcuts().onKeyDown(main, saying(u"main"_s));
+        shortcuts().onKeyUp(main, saying(u"up"_s));
 
-        tables().setRecorderActive(true);
+        shortcuts().setRecorderActive(true);
         _->center.press(49, 0x1000);
         _->center.release(49, 0x1000);
         QVERIFY(_ran.isEmpty());
         QVERIFY(_->center.grabs.empty());  // or its key would never reach the recorder
 
-        tables().setRecorderActive(false);
+        shortcuts().setRecorderActive(false);
         _->center.press(49, 0x1000);
         QCOMPARE(_ran, QStringList{u"main"_s});
     }
 
     void aHotKeyIsAskedForByTheNameThatNeedsIt()
     {
-        const auto main = tables().createName(u"main"_s, controlSpace);
-        const auto other = tables().createName(u"other"_s, controlSpace);
-        tables().onKeyDown(main, saying(u"main"_s));
-        tables().onKeyDown(other, saying(u"other"_s));
+        const auto main = shortcuts().createName(u"main"_s, controlSpace);
+        const auto other = shortcuts().createName(u"other"_s, controlSpace);
+        shortcuts().onKeyDown(main, saying(u"main"_s));
+        shortcuts().onKeyDown(other, saying(u"other"_s));
         QCOMPARE(_->center.names, QStringList{u"main"_s});
 
-        tables().setShortcut(main, optionS);
+        shortcuts().setShortcut(main, optionS);
 
         QCOMPARE(_->center.names, (QStringList{u"main"_s, u"main"_s, u"other"_s}));
     }
 
     void anOpenMenuHearsTheHotKeyAndGivesItBackWhenItCloses()
     {
-        const auto main = tables().createName(u"main"_s, controlSpace);
-        tables().onKeyDown(main, saying(u"main"_s));
+        const auto main = shortcuts().createName(u"main"_s, controlSpace);
+        shortcuts().onKeyDown(main, saying(u"main"_s));
 
         _->openMenu(true);
-        QVERIFY(tables().isMenuOpen());
+        QVERIFY(shortcuts().isMenuOpen());
         QVERIFY(_->center.grabs.empty());
         platform::HotKeyEvent key;
         key.kind = platform::HotKeyEvent::rawKeyDown;
@@ -170,8 +170,8 @@ private Q_SLOTS:
 
     void aMenuThatOpensTwiceIsOneUpdate()
     {
-        const auto main = tables().createName(u"main"_s, controlSpace);
-        tables().onKeyDown(main, saying(u"main"_s));
+        const auto main = shortcuts().createName(u"main"_s, controlSpace);
+        shortcuts().onKeyDown(main, saying(u"main"_s));
         _->center.calls.clear();
 
         _->openMenu(true);
@@ -186,23 +186,23 @@ private Q_SLOTS:
     void menusAreObservedFromTheFirstNameOn()
     {
         _->openMenu(true);
-        QVERIFY(!tables().isMenuOpen());
+        QVERIFY(!shortcuts().isMenuOpen());
 
-        tables().createName(u"other"_s);
-        tables().createName(u"another"_s);
+        shortcuts().createName(u"other"_s);
+        shortcuts().createName(u"another"_s);
         _->openMenu(true);
 
-        QVERIFY(tables().isMenuOpen());
+        QVERIFY(shortcuts().isMenuOpen());
     }
 
     void hotKeysCanBeSwitchedOff()
     {
-        const auto main = tables().createName(u"main"_s, controlSpace);
-        tables().onKeyDown(main, saying(u"main"_s));
+        const auto main = shortcuts().createName(u"main"_s, controlSpace);
+        shortcuts().onKeyDown(main, saying(u"main"_s));
 
-        tables().setEnabled(false);
+        shortcuts().setEnabled(false);
         QVERIFY(_->center.press(49, 0x1000).isEmpty());
-        tables().setEnabled(true);
+        shortcuts().setEnabled(true);
         _->center.press(49, 0x1000);
 
         QCOMPARE(_ran, QStringList{u"main"_s});
@@ -210,8 +210,8 @@ private Q_SLOTS:
 
     void whatAPersonWritesIntoTheFileTakesEffect()
     {
-        const auto main = tables().createName(u"main"_s, controlSpace);
-        tables().onKeyDown(main, saying(u"main"_s));
+        const auto main = shortcuts().createName(u"main"_s, controlSpace);
+        shortcuts().onKeyDown(main, saying(u"main"_s));
         _->changes.clear();
 
         QVERIFY(_->store(u"main"_s, R"({"carbonKeyCode":3,"carbonModifiers":2048})"));
@@ -234,24 +234,24 @@ private Q_SLOTS:
         _->center.refusals = {{{49, 0x1000}, 10}};
         support::CapturedOutput output;
 
-        const auto main = tables().createName(u"main"_s, controlSpace);
-        tables().onKeyDown(main, saying(u"main"_s));
+        const auto main = shortcuts().createName(u"main"_s, controlSpace);
+        shortcuts().onKeyDown(main, saying(u"main"_s));
 
         QCOMPARE(output.text(), "Error registering hotkey ⌃Space: 10\n");
-        QCOMPARE(tables().getShortcut(main), controlSpace);
-        QCOMPARE(tables().registeredShortcuts(), QSet{controlSpace});
+        QCOMPARE(shortcuts().getShortcut(main), controlSpace);
+        QCOMPARE(shortcuts().registeredShortcuts(), QSet{controlSpace});
     }
 
     void anActionMayChangeTheShortcutThatRunsIt()
     {
-        const auto main = tables().createName(u"main"_s, controlSpace);
-        tables().onKeyDown(main, [&] {
+        const auto main = shortcuts().createName(u"main"_s, controlSpace);
+        shortcuts().onKeyDown(main, [&] {
             _ran.append(u"change"_s);
-            tables().setShortcut(main, optionS);
+            shortcuts().setShortcut(main, optionS);
         });
-        tables().onKeyDown(main, [&] {
+        shortcuts().onKeyDown(main, [&] {
             _ran.append(u"bind"_s);
-            tables().onKeyDown(tables().createName(u"more"_s, optionF), saying(u"more"_s));
+            shortcuts().onKeyDown(shortcuts().createName(u"more"_s, optionF), saying(u"more"_s));
         });
 
         _->center.press(49, 0x1000);

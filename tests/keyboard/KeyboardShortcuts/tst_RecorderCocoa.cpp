@@ -52,7 +52,7 @@ private Q_SLOTS:
     void withoutAShortcutItIsEmptyAndHasNoClearButton()
     {
         RecorderFixture f;
-        f.tables->setShortcut(f.name, std::nullopt);
+        f.shortcuts->setShortcut(f.name, std::nullopt);
 
         const auto again = f.make(f.view, f.name);
 
@@ -63,13 +63,13 @@ private Q_SLOTS:
     void itFollowsAChangeOfItsNameThatIsMadeElsewhere()
     {
         RecorderFixture f;
-        const auto other = f.tables->createName(u"other"_s);
+        const auto other = f.shortcuts->createName(u"other"_s);
 
-        f.tables->setShortcut(other, controlK);
+        f.shortcuts->setShortcut(other, controlK);
         QCOMPARE(f.view.value, u"⌃Space"_s);
-        f.tables->setShortcut(f.name, controlK);
+        f.shortcuts->setShortcut(f.name, controlK);
         QCOMPARE(f.view.value, u"⌃K"_s);
-        f.tables->setShortcut(f.name, std::nullopt);
+        f.shortcuts->setShortcut(f.name, std::nullopt);
 
         QCOMPARE(f.view.value, QString());
         QVERIFY(!f.view.hasCancelButton);
@@ -78,7 +78,7 @@ private Q_SLOTS:
     void itShowsAnotherNameWhenItIsGivenOne()
     {
         RecorderFixture f;
-        const auto other = f.tables->createName(u"other"_s, optionS);
+        const auto other = f.shortcuts->createName(u"other"_s, optionS);
 
         f.recorder->setShortcutName(other);
 
@@ -92,7 +92,7 @@ private Q_SLOTS:
         f.recorder.reset();
         f.view.value = u"as it was"_s;
 
-        f.tables->setShortcut(f.name, controlK);
+        f.shortcuts->setShortcut(f.name, controlK);
 
         QCOMPARE(f.view.value, u"as it was"_s);
     }
@@ -147,7 +147,7 @@ private Q_SLOTS:
         QCOMPARE(f.view.placeholder, u"Press shortcut"_s);
         QVERIFY(!f.view.isInsertionPointVisible);
         QVERIFY(f.view.hasCancelButton);
-        QVERIFY(f.tables->isRecorderActive());
+        QVERIFY(f.shortcuts->isRecorderActive());
         QCOMPARE(f.statuses, QList<bool>{true});
         QCOMPARE(f.events.monitors.size(), std::size_t(1));
         QCOMPARE(f.events.monitors.begin()->second.first, std::uint64_t(1044));
@@ -161,7 +161,7 @@ private Q_SLOTS:
         QVERIFY(!f.view.focus());
 
         QCOMPARE(f.view.placeholder, u"Record shortcut"_s);
-        QVERIFY(!f.tables->isRecorderActive());
+        QVERIFY(!f.shortcuts->isRecorderActive());
         QVERIFY(f.statuses.isEmpty());
         QVERIFY(f.events.monitors.empty());
     }
@@ -176,7 +176,7 @@ private Q_SLOTS:
         QVERIFY(!f.recorder->isRecording());
         QCOMPARE(f.view.placeholder, u"Record shortcut"_s);
         QVERIFY(f.view.isInsertionPointVisible);
-        QVERIFY(!f.tables->isRecorderActive());
+        QVERIFY(!f.shortcuts->isRecorderActive());
         QCOMPARE(f.statuses, (QList<bool>{true, false}));
         QVERIFY(f.events.monitors.empty());
         QCOMPARE(f.view.value, u"⌃Space"_s);
@@ -202,7 +202,7 @@ private Q_SLOTS:
         f.recorder->viewDidMoveToWindow(false);
 
         QVERIFY(!f.recorder->isRecording());
-        QVERIFY(!f.tables->isRecorderActive());
+        QVERIFY(!f.shortcuts->isRecorderActive());
         QVERIFY(!f.view.isObserved());
     }
 
@@ -216,7 +216,7 @@ private Q_SLOTS:
 
         other->viewDidMoveToWindow(false);
 
-        QVERIFY(f.tables->isRecorderActive());
+        QVERIFY(f.shortcuts->isRecorderActive());
         QCOMPARE(f.statuses, QList<bool>{true});
     }
 
@@ -227,7 +227,7 @@ private Q_SLOTS:
 
         f.recorder.reset();
 
-        QVERIFY(!f.tables->isRecorderActive());
+        QVERIFY(!f.shortcuts->isRecorderActive());
         QCOMPARE(f.statuses, (QList<bool>{true, false}));
         QVERIFY(f.events.monitors.empty());
     }
@@ -236,7 +236,7 @@ private Q_SLOTS:
     {
         RecorderFixture f;
         int presses = 0;
-        f.tables->onKeyDown(f.name, [&] { ++presses; });
+        f.shortcuts->onKeyDown(f.name, [&] { ++presses; });
 
         f.view.focus();
         QVERIFY(f.center.press(space, 0x1000).isEmpty());
@@ -336,7 +336,7 @@ private Q_SLOTS:
     void deleteInAnEmptyFieldDoesNothing()
     {
         RecorderFixture f;
-        f.tables->setShortcut(f.name, std::nullopt);
+        f.shortcuts->setShortcut(f.name, std::nullopt);
         f.changes.clear();
         f.view.focus();
 
@@ -510,7 +510,7 @@ private Q_SLOTS:
         QVERIFY(!f.passes(f.keyDown(letterK, Flags::control)));
 
         QCOMPARE(f.current(), controlK);
-        QVERIFY(!f.tables->isRecorderActive());
+        QVERIFY(!f.shortcuts->isRecorderActive());
     }
 
     void aRecorderMayGoWhenItIsCleared()
@@ -522,7 +522,7 @@ private Q_SLOTS:
         QVERIFY(!f.passes(f.keyDown(backspace)));
 
         QCOMPARE(f.current(), std::nullopt);
-        QVERIFY(!f.tables->isRecorderActive());
+        QVERIFY(!f.shortcuts->isRecorderActive());
     }
 
     // --- conflicts ---
@@ -645,7 +645,7 @@ private Q_SLOTS:
         QCOMPARE(f.current(), controlK);
         QCOMPARE(f.told, QList<std::optional<Shortcut>>{controlK});
         QVERIFY(!f.recorder->isRecording());
-        QVERIFY(!f.tables->isRecorderActive());
+        QVERIFY(!f.shortcuts->isRecorderActive());
     }
 
     void onlyTheVeryKeyOfTheDesktopIsAConflict_data()
@@ -748,7 +748,7 @@ private Q_SLOTS:
     {
         RecorderFixture f;
         int presses = 0;
-        f.tables->onKeyDown(f.name, [&] { ++presses; });
+        f.shortcuts->onKeyDown(f.name, [&] { ++presses; });
         f.menu.items = {item(u"Item"_s, u"k"_s, Flags::control)};
         f.view.duringAlert = [&] { f.center.press(space, 0x1000); };
         f.view.focus();

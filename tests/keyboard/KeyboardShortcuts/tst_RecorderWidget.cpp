@@ -38,14 +38,14 @@ struct Desk : RecorderFixture {
         column->setContentsMargins(20, 20, 20, 20);
         column->setSpacing(20);
         first = add(column, name);
-        second = add(column, tables->createName(u"browseFinderWindows"_s));
+        second = add(column, shortcuts->createName(u"browseFinderWindows"_s));
         button = new QPushButton(u"&Button"_s);
         QObject::connect(button, &QPushButton::clicked, window.get(), [this] { ++clicks; });
         column->addWidget(button);
     }
     RecorderCocoa::Environment realEvents()
     {
-        return {*tables, notifications, mainQueue, filter, layout, menu, system,
+        return {*shortcuts, notifications, mainQueue, filter, layout, menu, system,
             [this] { return isSandboxed; }};
     }
     RecorderWidget *add(QVBoxLayout *column, const Name &itsName)
@@ -241,7 +241,7 @@ private Q_SLOTS:
         d.window->hide();
 
         QVERIFY(!d.first->isRecording());
-        QVERIFY(!d.tables->isRecorderActive());
+        QVERIFY(!d.shortcuts->isRecorderActive());
         QVERIFY(d.show());
         QVERIFY(!d.first->isRecording());
         QVERIFY(!d.second->isRecording());
@@ -299,7 +299,7 @@ private Q_SLOTS:
         whenAlerted([&](QMessageBox &box) {
             QCOMPARE(box.windowModality(), Qt::WindowModal);
             QCOMPARE(box.parentWidget(), d.window.get());
-            QVERIFY(!d.tables->isRecorderActive());
+            QVERIFY(!d.shortcuts->isRecorderActive());
             for (const auto *button : box.buttons())
                 buttons.append(button->text());
             QCOMPARE(box.defaultButton()->text(), u"OK"_s);
@@ -346,7 +346,7 @@ private Q_SLOTS:
             QTest::Press, d.window->windowHandle(), Qt::Key_K, u"k"_s, Qt::ControlModifier);
 
         QVERIFY(!d.first);
-        QVERIFY(!d.tables->isRecorderActive());
+        QVERIFY(!d.shortcuts->isRecorderActive());
         QCOMPARE(d.current(), std::optional(controlSpace));
     }
 

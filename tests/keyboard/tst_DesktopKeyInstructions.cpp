@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "keyboard/DesktopKeySetting.h"
+#include "keyboard/DesktopKeyInstructions.h"
 #include "platform/HotKeyCenter.h"
 
 #include <QTest>
@@ -11,21 +11,21 @@ namespace Modifiers = platform::HotKeyModifiers;
 
 namespace {
 
-KeyBinding controlSpace()
+DesktopKeyBinding controlSpace()
 {
     return {u"launchVellumhound"_s, u"Show the panel"_s, Modifiers::control,
         {u"Ctrl+Space"_s, u"<Control>space"_s, u"Ctrl+space"_s, u"CTRL, space"_s, u"space"_s},
         u"vellumhound"_s, false};
 }
 
-QString lineOf(const char *desktop, const KeyBinding &binding)
+QString lineOf(const char *desktop, const DesktopKeyBinding &binding)
 {
-    return describeDesktopKeySetting({QString::fromLatin1(desktop)}, binding).lines.value(0);
+    return describeDesktopKeyInstructions({QString::fromLatin1(desktop)}, binding).lines.value(0);
 }
 
 }  // namespace
 
-class tst_DesktopKeySetting : public QObject {
+class tst_DesktopKeyInstructions : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
@@ -94,18 +94,19 @@ private Q_SLOTS:
         QFETCH(QString, where);
         QFETCH(QString, line);
 
-        const auto setting = describeDesktopKeySetting(names, controlSpace());
+        const auto instructions = describeDesktopKeyInstructions(names, controlSpace());
 
         QCOMPARE(desktopTitle(names), title);
-        QCOMPARE(setting.where, where);
-        QCOMPARE(setting.lines, QStringList{line});
+        QCOMPARE(instructions.where, where);
+        QCOMPARE(instructions.lines, QStringList{line});
     }
 
     void gnomeTakesAnEntryAndItsPlaceInTheList()
     {
-        const auto setting = describeDesktopKeySetting({u"ubuntu"_s, u"GNOME"_s}, controlSpace());
+        const auto instructions =
+            describeDesktopKeyInstructions({u"ubuntu"_s, u"GNOME"_s}, controlSpace());
 
-        QCOMPARE(setting.where,
+        QCOMPARE(instructions.where,
             u"Set it in Settings ▸ Keyboard ▸ View and Customize Shortcuts ▸ Custom Shortcuts, or "
             "run these commands:"_s);
         const auto path = u"/org/gnome/settings-daemon/plugins/media-keys/custom-keybindings/"
@@ -113,11 +114,11 @@ private Q_SLOTS:
         const auto entry =
             u"gsettings set org.gnome.settings-daemon.plugins.media-keys.custom-keybinding:"_s +
             path;
-        QCOMPARE(setting.lines.size(), 4);
-        QCOMPARE(setting.lines[0], entry + u" name 'Vellumhound: Show the panel'"_s);
-        QCOMPARE(setting.lines[1], entry + u" command 'vellumhound'"_s);
-        QCOMPARE(setting.lines[2], entry + u" binding '<Control>space'"_s);
-        QCOMPARE(setting.lines[3],
+        QCOMPARE(instructions.lines.size(), 4);
+        QCOMPARE(instructions.lines[0], entry + u" name 'Vellumhound: Show the panel'"_s);
+        QCOMPARE(instructions.lines[1], entry + u" command 'vellumhound'"_s);
+        QCOMPARE(instructions.lines[2], entry + u" binding '<Control>space'"_s);
+        QCOMPARE(instructions.lines[3],
             u"gsettings set org.gnome.settings-daemon.plugins.media-keys custom-keybindings "
             "\"$(gsettings get org.gnome.settings-daemon.plugins.media-keys custom-keybindings | "
             "sed \"s|^@as ||; s|'"_s +
@@ -129,13 +130,14 @@ private Q_SLOTS:
         auto binding = controlSpace();
         binding.isKnownByPortal = true;
 
-        QCOMPARE(describeDesktopKeySetting({u"GNOME"_s}, binding),
-            (DesktopKeySetting{
+        QCOMPARE(describeDesktopKeyInstructions({u"GNOME"_s}, binding),
+            (DesktopKeyInstructions{
                 u"Set it in Settings ▸ Apps ▸ Vellumhound ▸ Global Shortcuts."_s, {}}));
-        QCOMPARE(describeDesktopKeySetting({u"KDE"_s}, binding),
-            (DesktopKeySetting{u"Set it in System Settings ▸ Shortcuts ▸ Vellumhound."_s, {}}));
-        QCOMPARE(describeDesktopKeySetting({u"Hyprland"_s}, binding),
-            (DesktopKeySetting{
+        QCOMPARE(describeDesktopKeyInstructions({u"KDE"_s}, binding),
+            (DesktopKeyInstructions{
+                u"Set it in System Settings ▸ Shortcuts ▸ Vellumhound."_s, {}}));
+        QCOMPARE(describeDesktopKeyInstructions({u"Hyprland"_s}, binding),
+            (DesktopKeyInstructions{
                 u"Add this line to ~/.config/hypr/hyprland.conf; hyprctl globalshortcuts shows the "
                 "name that stands at its end:"_s,
                 {u"bind = CTRL, space, global, org.vellumhound.Vellumhound:launchVellumhound"_s}}));
@@ -176,7 +178,7 @@ private Q_SLOTS:
         auto binding = controlSpace();
         binding.command = u"'/opt/it'\\''s \"mine\" & <yours>/vellumhound'"_s;
 
-        const auto gnome = describeDesktopKeySetting({u"GNOME"_s}, binding).lines[1];
+        const auto gnome = describeDesktopKeyInstructions({u"GNOME"_s}, binding).lines[1];
         QVERIFY2(gnome.endsWith(u" command '\"'\\''/opt/it'\\''\\\\'\\'''\\''s \\\"mine\\\" & "
                                 "<yours>/vellumhound'\\''\"'"_s),
             qPrintable(gnome));
@@ -186,5 +188,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(tst_DesktopKeySetting)
-#include "tst_DesktopKeySetting.moc"
+QTEST_GUILESS_MAIN(tst_DesktopKeyInstructions)
+#include "tst_DesktopKeyInstructions.moc"

@@ -15,7 +15,7 @@ namespace vellumhound::platform {
 ///
 /// Main thread, after the application object. What it is made of outlives it. Hot keys of ours are
 /// to be withdrawn before heldByAnother is asked, or they count as another's.
-class DesktopShortcuts final : public SystemShortcuts {
+class SystemShortcutReader final : public SystemShortcuts {
 public:
     /// Where settings files lie and compositors listen.
     struct Places {
@@ -29,7 +29,7 @@ public:
         static Places ofEnvironment();
     };
 
-    DesktopShortcuts(const DesktopSession &session, const KeyCharacters &characters,
+    SystemShortcutReader(const DesktopSession &session, const KeyCharacters &characters,
         const QDBusConnection &bus, const Places &places = Places::ofEnvironment());
 
     QList<SystemShortcut> copySymbolicHotKeys() const override;

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-#include "keyboard/DesktopKeySetting.h"
+#include "keyboard/DesktopKeyInstructions.h"
 #include "platform/HotKeyCenter.h"
 
 #include <QString>
@@ -15,8 +15,8 @@ QString hotKeyLabel(const QString &rawValue);
 /// panel.
 QString hotKeyAction(const QString &rawValue);
 
-/// One hot key as the user is told of it.
-struct HotKeyRecord {
+/// One hot key in words for the user.
+struct HotKeyDescription {
     enum class State {
         withoutShortcut,
         active,
@@ -34,12 +34,12 @@ struct HotKeyRecord {
     QString sentence;  ///< all of the above
     QString note;      ///< what else to know, as a sentence; may be empty
     /// Where the key can be set in the desktop instead; empty while it works.
-    DesktopKeySetting setting;
+    DesktopKeyInstructions instructions;
 
-    bool operator==(const HotKeyRecord &) const = default;
+    bool operator==(const HotKeyDescription &) const = default;
 };
 
-/// All that a record depends on.
+/// All that a description depends on.
 struct HotKeySituation {
     QString name;          ///< raw value
     QString shortcutText;  ///< the shortcut as we write it; empty if there is none
@@ -57,6 +57,6 @@ struct HotKeySituation {
 };
 
 /// Pure.
-HotKeyRecord describeHotKey(const HotKeySituation &situation);
+HotKeyDescription describeHotKey(const HotKeySituation &situation);
 
 }  // namespace vellumhound::keyboard

@@ -9,15 +9,15 @@
 namespace vellumhound::keyboard {
 
 /// How the user sets a key in the desktop's own settings.
-struct DesktopKeySetting {
+struct DesktopKeyInstructions {
     QString where;      ///< where to click, or which file to write into; a sentence
     QStringList lines;  ///< commands to run, or lines for that file, to be copied as they are
 
-    bool operator==(const DesktopKeySetting &) const = default;
+    bool operator==(const DesktopKeyInstructions &) const = default;
 };
 
 /// What the desktop has to be told.
-struct KeyBinding {
+struct DesktopKeyBinding {
     QString name;       ///< raw value of the shortcut's name
     QString label;      ///< what the key does
     int modifiers = 0;  ///< platform::HotKeyModifiers
@@ -26,14 +26,14 @@ struct KeyBinding {
     /// The desktop's portal knows the shortcut already and only lacks the key.
     bool isKnownByPortal = false;
 
-    bool operator==(const KeyBinding &) const = default;
+    bool operator==(const DesktopKeyBinding &) const = default;
 };
 
 /// The name that a user knows the desktop by, "This desktop" for one that has none.
 QString desktopTitle(const QStringList &desktopNames);
 
 /// For a key that the desktop cannot write there are no lines but the command. Pure.
-DesktopKeySetting describeDesktopKeySetting(
-    const QStringList &desktopNames, const KeyBinding &binding);
+DesktopKeyInstructions describeDesktopKeyInstructions(
+    const QStringList &desktopNames, const DesktopKeyBinding &binding);
 
 }  // namespace vellumhound::keyboard

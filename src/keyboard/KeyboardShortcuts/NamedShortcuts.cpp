@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "keyboard/KeyboardShortcuts/Tables.h"
+#include "keyboard/KeyboardShortcuts/NamedShortcuts.h"
 
 #include "keyboard/KeyboardShortcuts/KeyNames.h"
 
@@ -17,7 +17,7 @@ namespace {
 constexpr QLatin1StringView storagePrefix("KeyboardShortcuts_");
 }
 
-Tables::Tables(const Environment &environment)
+NamedShortcuts::NamedShortcuts(const Environment &environment)
     : _environment(environment)
     , _hotKeys(environment.hotKeyCenter, environment.queue, environment.keyCharacters, _switches)
 {
@@ -25,12 +25,12 @@ Tables::Tables(const Environment &environment)
         [this](const QString &key) { followStore(key); });
 }
 
-QString Tables::userDefaultsKey(const Name &name)
+QString NamedShortcuts::userDefaultsKey(const Name &name)
 {
     return storagePrefix + name.rawValue;
 }
 
-Name Tables::createName(const QString &rawValue, std::optional<Shortcut> defaultShortcut)
+Name NamedShortcuts::createName(const QString &rawValue, std::optional<Shortcut> defaultShortcut)
 {
     const Name name{rawValue, defaultShortcut};
     if (defaultShortcut && !_environment.defaults.data(userDefaultsKey(name)))
@@ -40,7 +40,7 @@ Name Tables::createName(const QString &rawValue, std::optional<Shortcut> default
     return name;
 }
 
-std::optional<Shortcut> Tables::getShortcut(const Name &name) const
+std::optional<Shortcut> NamedShortcuts::getShortcut(const Name &name) const
 {
     const auto stored = _environment.defaults.data(userDefaultsKey(name));
     if (!stored)
@@ -49,7 +49,7 @@ std::optional<Shortcut> Tables::getShortcut(const Name &name) const
     return shortcut ? std::optional(shortcut.value()) : std::nullopt;
 }
 
-void Tables::setShortcut(const Name &name, const std::optional<Shortcut> &shortcut)
+void NamedShortcuts::setShortcut(const Name &name, const std::optional<Shortcut> &shortcut)
 {
     followStore(userDefaultsKey(name));  // a change from outside may not have been told yet
     if (shortcut)
@@ -58,7 +58,7 @@ void Tables::setShortcut(const Name &name, const std::optional<Shortcut> &shortc
         clearShortcut(name);
 }
 
-void Tables::followStore(const QString &key)
+void NamedShortcuts::followStore(const QString &key)
 {
     if (_isWriting)
         return;
@@ -81,7 +81,7 @@ void Tables::followStore(const QString &key)
     }
 }
 
-void Tables::changeShortcut(const Name &name, const Shortcut &shortcut)
+void NamedShortcuts::changeShortcut(const Name &name, const Shortcut &shortcut)
 {
     const auto encoded = shortcut.encoded();
     if (!encoded)
@@ -108,7 +108,7 @@ void Tables::changeShortcut(const Name &name, const Shortcut &shortcut)
     announceChange(name);
 }
 
-void Tables::clearShortcut(const Name &name)
+void NamedShortcuts::clearShortcut(const Name &name)
 {
     const auto old = getShortcut(name);
     if (!old)
@@ -129,24 +129,24 @@ void Tables::clearShortcut(const Name &name)
     announceChange(name);
 }
 
-QString Tables::description(const Name &name) const
+QString NamedShortcuts::description(const Name &name) const
 {
     const auto shortcut = getShortcut(name);
     return shortcut ? KeyboardShortcuts::description(*shortcut, _environment.keyCharacters)
                     : QString();
 }
 
-void Tables::onKeyDown(const Name &name, Action action)
+void NamedShortcuts::onKeyDown(const Name &name, Action action)
 {
     bind(_keyDownHandlers, name, std::move(action));
 }
 
-void Tables::onKeyUp(const Name &name, Action action)
+void NamedShortcuts::onKeyUp(const Name &name, Action action)
 {
     bind(_keyUpHandlers, name, std::move(action));
 }
 
-void Tables::bind(Handlers &handlers, const Name &name, Action action)
+void NamedShortcuts::bind(Handlers &handlers, const Name &name, Action action)
 {
     auto entry = std::find_if(handlers.begin(), handlers.end(),
         [&](const auto &candidate) { return candidate.first == name; });
@@ -157,7 +157,7 @@ void Tables::bind(Handlers &handlers, const Name &name, Action action)
         registerIfNeeded(name, *shortcut);
 }
 
-void Tables::registerIfNeeded(const Name &name, const Shortcut &shortcut)
+void NamedShortcuts::registerIfNeeded(const Name &name, const Shortcut &shortcut)
 {
     if (_registeredShortcuts.contains(shortcut))
         return;
@@ -167,14 +167,14 @@ void Tables::registerIfNeeded(const Name &name, const Shortcut &shortcut)
     _registeredShortcuts.insert(shortcut);
 }
 
-void Tables::unregister(const Shortcut &shortcut)
+void NamedShortcuts::unregister(const Shortcut &shortcut)
 {
     _hotKeys.unregisterShortcut(shortcut);
     _registeredShortcuts.remove(shortcut);
 }
 
 /// Another name may hold the shortcut that one gave up: its hot key lives on.
-void Tables::registerForOthers(const Shortcut &shortcut)
+void NamedShortcuts::registerForOthers(const Shortcut &shortcut)
 {
     for (const auto *handlers : {&_keyDownHandlers, &_keyUpHandlers}) {
         const auto holder = std::find_if(handlers->begin(), handlers->end(),
@@ -184,14 +184,14 @@ void Tables::registerForOthers(const Shortcut &shortcut)
     }
 }
 
-void Tables::announceChange(const Name &name)
+void NamedShortcuts::announceChange(const Name &name)
 {
     _environment.notificationCenter.post(
         QString::fromUtf16(base::Notifications::KeyboardShortcuts_shortcutByNameDidChange), nullptr,
         {{u"name"_s, QVariant::fromValue(name)}});
 }
 
-void Tables::dispatch(const Handlers &handlers, const Shortcut &shortcut) const
+void NamedShortcuts::dispatch(const Handlers &handlers, const Shortcut &shortcut) const
 {
     if (_switches.isRecorderActive)
         return;
@@ -204,25 +204,25 @@ void Tables::dispatch(const Handlers &handlers, const Shortcut &shortcut) const
     }
 }
 
-void Tables::setEnabled(bool isEnabled)
+void NamedShortcuts::setEnabled(bool isEnabled)
 {
     if (std::exchange(_switches.isEnabled, isEnabled) != isEnabled)
         _hotKeys.updateEventHandler();
 }
 
-void Tables::setMenuOpen(bool isMenuOpen)
+void NamedShortcuts::setMenuOpen(bool isMenuOpen)
 {
     if (std::exchange(_switches.isMenuOpen, isMenuOpen) != isMenuOpen)
         _hotKeys.updateEventHandler();
 }
 
-void Tables::setRecorderActive(bool isActive)
+void NamedShortcuts::setRecorderActive(bool isActive)
 {
     if (std::exchange(_switches.isRecorderActive, isActive) != isActive)
         _hotKeys.updateEventHandler();
 }
 
-void Tables::observeMenus()
+void NamedShortcuts::observeMenus()
 {
     if (_menuDidBegin)
         return;

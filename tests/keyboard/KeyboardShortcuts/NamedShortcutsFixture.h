@@ -4,7 +4,7 @@
 #include "fakes/FakeEventQueue.h"
 #include "fakes/FakeHotKeyCenter.h"
 #include "fakes/FakeKeyCharacters.h"
-#include "keyboard/KeyboardShortcuts/Tables.h"
+#include "keyboard/KeyboardShortcuts/NamedShortcuts.h"
 
 #include <QFile>
 #include <QTemporaryDir>
@@ -15,20 +15,20 @@ inline const Shortcut controlSpace(49, 0x1000);
 inline const Shortcut optionS(1, 0x800);
 inline const Shortcut optionF(3, 0x800);
 
-/// Tables over a desktop of fakes and a folder of their own. A process of the program lives from
-/// start() to stop().
-struct TablesFixture {
+/// The named shortcuts over a desktop of fakes and a folder of their own. A process of the program
+/// lives from start() to stop().
+struct NamedShortcutsFixture {
     QTemporaryDir place;
     settings::UserDefaults defaults{place.filePath(QStringLiteral("vellumhound"))};
     base::NotificationCenter notifications;
     fakes::FakeHotKeyCenter center;
     fakes::FakeEventQueue queue;
     fakes::FakeKeyCharacters layout;
-    std::unique_ptr<Tables> tables;
+    std::unique_ptr<NamedShortcuts> shortcuts;
     QList<Name> changes;  ///< names of the change notifications, in order
     base::NotificationCenter::Token token;
 
-    TablesFixture()
+    NamedShortcutsFixture()
     {
         token =
             notifications.addObserver(QStringLiteral("KeyboardShortcuts_shortcutByNameDidChange"),
@@ -39,10 +39,10 @@ struct TablesFixture {
     }
     void start()
     {
-        tables = std::make_unique<Tables>(
-            Tables::Environment{defaults, notifications, center, &queue, layout});
+        shortcuts = std::make_unique<NamedShortcuts>(
+            NamedShortcuts::Environment{defaults, notifications, center, &queue, layout});
     }
-    void stop() { tables.reset(); }
+    void stop() { shortcuts.reset(); }
 
     QString file(const QString &rawValue) const
     {

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "keyboard/DesktopKeySetting.h"
+#include "keyboard/DesktopKeyInstructions.h"
 
 #include "platform/HotKeyCenter.h"
 
@@ -47,7 +47,7 @@ QString gsettingsValue(const QString &text)
 
 /// The three keys of the entry, then the list of entries with ours added: those of the user stay,
 /// and doing it twice is doing it once.
-QStringList gnomeLines(const KeyBinding &binding)
+QStringList gnomeLines(const DesktopKeyBinding &binding)
 {
     const auto path =
         u"/org/gnome/settings-daemon/plugins/media-keys/custom-keybindings/vellumhound-%1/"_s.arg(
@@ -63,7 +63,7 @@ QStringList gnomeLines(const KeyBinding &binding)
     };
 }
 
-DesktopKeySetting ofGnome(const KeyBinding &binding)
+DesktopKeyInstructions ofGnome(const DesktopKeyBinding &binding)
 {
     if (binding.isKnownByPortal)
         return {u"Set it in Settings ▸ Apps ▸ Vellumhound ▸ Global Shortcuts."_s, {}};
@@ -77,7 +77,7 @@ DesktopKeySetting ofGnome(const KeyBinding &binding)
     return {where, gnomeLines(binding)};
 }
 
-DesktopKeySetting ofKde(const KeyBinding &binding)
+DesktopKeyInstructions ofKde(const DesktopKeyBinding &binding)
 {
     if (binding.isKnownByPortal)
         return {u"Set it in System Settings ▸ Shortcuts ▸ Vellumhound."_s, {}};
@@ -86,19 +86,19 @@ DesktopKeySetting ofKde(const KeyBinding &binding)
         {binding.command}};
 }
 
-DesktopKeySetting ofSway(const KeyBinding &binding)
+DesktopKeyInstructions ofSway(const DesktopKeyBinding &binding)
 {
     return {u"Add this line to ~/.config/sway/config and reload it with swaymsg reload:"_s,
         {u"bindsym %1 exec %2"_s.arg(binding.texts.sway, binding.command)}};
 }
 
-DesktopKeySetting ofI3(const KeyBinding &binding)
+DesktopKeyInstructions ofI3(const DesktopKeyBinding &binding)
 {
     return {u"Add this line to ~/.config/i3/config and reload it with i3-msg reload:"_s,
         {u"bindsym %1 exec --no-startup-id %2"_s.arg(binding.texts.sway, binding.command)}};
 }
 
-DesktopKeySetting ofHyprland(const KeyBinding &binding)
+DesktopKeyInstructions ofHyprland(const DesktopKeyBinding &binding)
 {
     if (binding.isKnownByPortal) {
         return {u"Add this line to ~/.config/hypr/hyprland.conf; hyprctl globalshortcuts shows the "
@@ -110,7 +110,7 @@ DesktopKeySetting ofHyprland(const KeyBinding &binding)
         {u"bind = %1, exec, %2"_s.arg(binding.texts.hyprland, binding.command)}};
 }
 
-DesktopKeySetting ofXfce(const KeyBinding &binding)
+DesktopKeyInstructions ofXfce(const DesktopKeyBinding &binding)
 {
     const auto key = QString(binding.texts.gtk).replace(u"<Control>"_s, u"<Primary>"_s);
     return {u"Set it in Settings ▸ Keyboard ▸ Application Shortcuts, or run this command:"_s,
@@ -119,13 +119,13 @@ DesktopKeySetting ofXfce(const KeyBinding &binding)
 }
 
 /// openbox, and labwc which took its way of writing keys over.
-QString openboxKey(const KeyBinding &binding)
+QString openboxKey(const DesktopKeyBinding &binding)
 {
     const auto held = modifierNames(binding.modifiers, {u"C"_s, u"A"_s, u"S"_s, u"W"_s}, u"-"_s);
     return (held.isEmpty() ? held : held + u'-') + binding.texts.xkbKey;
 }
 
-DesktopKeySetting ofLabwc(const KeyBinding &binding)
+DesktopKeyInstructions ofLabwc(const DesktopKeyBinding &binding)
 {
     return {u"Add this line to ~/.config/labwc/rc.xml, between <keyboard> and </keyboard>, and "
             "reload it with labwc --reconfigure:"_s,
@@ -133,7 +133,7 @@ DesktopKeySetting ofLabwc(const KeyBinding &binding)
             openboxKey(binding).toHtmlEscaped(), binding.command.toHtmlEscaped())}};
 }
 
-DesktopKeySetting ofOpenbox(const KeyBinding &binding)
+DesktopKeyInstructions ofOpenbox(const DesktopKeyBinding &binding)
 {
     return {u"Add this line to ~/.config/openbox/rc.xml, between <keyboard> and </keyboard>, and "
             "reload it with openbox --reconfigure:"_s,
@@ -141,7 +141,7 @@ DesktopKeySetting ofOpenbox(const KeyBinding &binding)
                 .arg(openboxKey(binding).toHtmlEscaped(), binding.command.toHtmlEscaped())}};
 }
 
-DesktopKeySetting ofRiver(const KeyBinding &binding)
+DesktopKeyInstructions ofRiver(const DesktopKeyBinding &binding)
 {
     const auto held =
         modifierNames(binding.modifiers, {u"Control"_s, u"Alt"_s, u"Shift"_s, u"Super"_s}, u"+"_s);
@@ -150,7 +150,7 @@ DesktopKeySetting ofRiver(const KeyBinding &binding)
             held.isEmpty() ? u"None"_s : held, binding.texts.xkbKey, shellWord(binding.command))}};
 }
 
-DesktopKeySetting ofNiri(const KeyBinding &binding)
+DesktopKeyInstructions ofNiri(const DesktopKeyBinding &binding)
 {
     const auto held =
         modifierNames(binding.modifiers, {u"Ctrl"_s, u"Alt"_s, u"Shift"_s, u"Super"_s}, u"+"_s);
@@ -160,7 +160,7 @@ DesktopKeySetting ofNiri(const KeyBinding &binding)
 }
 
 /// A desktop whose settings are only clicked.
-template <const char16_t *where> DesktopKeySetting clicked(const KeyBinding &binding)
+template <const char16_t *where> DesktopKeyInstructions clicked(const DesktopKeyBinding &binding)
 {
     return {u"In %1, let it run this command:"_s.arg(QString::fromUtf16(where)), {binding.command}};
 }
@@ -175,7 +175,7 @@ constexpr char16_t anyPlace[] = u"the desktop's settings for keys";
 struct Desktop {
     QLatin1StringView name;  ///< of the session
     const char16_t *title = nullptr;
-    DesktopKeySetting (*setting)(const KeyBinding &) = nullptr;
+    DesktopKeyInstructions (*instructions)(const DesktopKeyBinding &) = nullptr;
     bool isClicked = false;  ///< the key is pressed there, not written
 };
 
@@ -220,14 +220,14 @@ QString desktopTitle(const QStringList &desktopNames)
     return desktop ? QString::fromUtf16(desktop->title) : u"This desktop"_s;
 }
 
-DesktopKeySetting describeDesktopKeySetting(
-    const QStringList &desktopNames, const KeyBinding &binding)
+DesktopKeyInstructions describeDesktopKeyInstructions(
+    const QStringList &desktopNames, const DesktopKeyBinding &binding)
 {
     const auto *desktop = find(desktopNames);
     // A line without its key would be of no use to anybody.
     if (!desktop || (!desktop->isClicked && binding.texts.xkbKey.isEmpty()))
         return clicked<anyPlace>(binding);
-    return desktop->setting(binding);
+    return desktop->instructions(binding);
 }
 
 }  // namespace vellumhound::keyboard

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "keyboard/KeyboardShortcuts/TablesFixture.h"
+#include "keyboard/KeyboardShortcuts/NamedShortcutsFixture.h"
 
 #include <QDir>
 #include <QRegularExpression>
@@ -13,34 +13,34 @@ const QByteArray controlSpaceText = R"({"carbonKeyCode":49,"carbonModifiers":409
 const QByteArray optionSText = R"({"carbonKeyCode":1,"carbonModifiers":2048})";
 }  // namespace
 
-class tst_Tables : public QObject {
+class tst_NamedShortcuts : public QObject {
     Q_OBJECT
 
 private:
-    std::unique_ptr<TablesFixture> _;
-    Tables &tables() const { return *_->tables; }
+    std::unique_ptr<NamedShortcutsFixture> _;
+    NamedShortcuts &shortcuts() const { return *_->shortcuts; }
 
 private Q_SLOTS:
-    void init() { _ = std::make_unique<TablesFixture>(); }
+    void init() { _ = std::make_unique<NamedShortcutsFixture>(); }
     void cleanup() { _.reset(); }
 
     void aNameStartsWithItsDefault()
     {
-        const auto name = tables().createName(u"main"_s, controlSpace);
+        const auto name = shortcuts().createName(u"main"_s, controlSpace);
 
         QCOMPARE(name, (Name{u"main"_s, controlSpace}));
         QCOMPARE(_->stored(u"main"_s), controlSpaceText);
-        QCOMPARE(tables().getShortcut(name), controlSpace);
+        QCOMPARE(shortcuts().getShortcut(name), controlSpace);
         QCOMPARE(_->center.numbersOf(49, 0x1000), QList{1});
         QCOMPARE(_->changes, QList{name});
     }
 
     void aNameWithoutADefaultStartsEmpty()
     {
-        const auto name = tables().createName(u"other"_s);
+        const auto name = shortcuts().createName(u"other"_s);
 
         QCOMPARE(_->stored(u"other"_s), "no file");
-        QVERIFY(!tables().getShortcut(name));
+        QVERIFY(!shortcuts().getShortcut(name));
         QVERIFY(_->center.calls.isEmpty());
         QVERIFY(_->changes.isEmpty());
     }
@@ -64,37 +64,37 @@ private Q_SLOTS:
         QFETCH(std::optional<Shortcut>, shortcut);
         QVERIFY(_->store(u"main"_s, bytes));
 
-        const auto name = tables().createName(u"main"_s, controlSpace);
+        const auto name = shortcuts().createName(u"main"_s, controlSpace);
 
         QCOMPARE(_->stored(u"main"_s), bytes);
-        QCOMPARE(tables().getShortcut(name), shortcut);
+        QCOMPARE(shortcuts().getShortcut(name), shortcut);
         QVERIFY(_->center.calls.isEmpty());
         QVERIFY(_->changes.isEmpty());
     }
 
     void aRemovedDefaultDoesNotComeBack()
     {
-        const auto name = tables().createName(u"main"_s, controlSpace);
+        const auto name = shortcuts().createName(u"main"_s, controlSpace);
 
-        tables().setShortcut(name, std::nullopt);
+        shortcuts().setShortcut(name, std::nullopt);
         QCOMPARE(_->stored(u"main"_s), "false");
         QCOMPARE(_->changes, (QList{name, name}));
         _->stop();
         _->start();
-        const auto again = tables().createName(u"main"_s, controlSpace);
+        const auto again = shortcuts().createName(u"main"_s, controlSpace);
 
         QCOMPARE(_->stored(u"main"_s), "false");
-        QVERIFY(!tables().getShortcut(again));
+        QVERIFY(!shortcuts().getShortcut(again));
         QVERIFY(_->center.grabs.empty());
     }
 
     void clearingANameWithoutADefaultRemovesItsKey()
     {
-        const auto name = tables().createName(u"other"_s);
-        tables().setShortcut(name, optionS);
+        const auto name = shortcuts().createName(u"other"_s);
+        shortcuts().setShortcut(name, optionS);
         QCOMPARE(_->stored(u"other"_s), optionSText);
 
-        tables().setShortcut(name, std::nullopt);
+        shortcuts().setShortcut(name, std::nullopt);
 
         QCOMPARE(_->stored(u"other"_s), "no file");
         QVERIFY(_->center.grabs.empty());
@@ -111,11 +111,11 @@ private Q_SLOTS:
     {
         QFETCH(QByteArray, bytes);
         QVERIFY(_->store(u"main"_s, bytes));
-        const auto name = tables().createName(u"main"_s, controlSpace);
-        const auto other = tables().createName(u"other"_s);
+        const auto name = shortcuts().createName(u"main"_s, controlSpace);
+        const auto other = shortcuts().createName(u"other"_s);
 
-        tables().setShortcut(name, std::nullopt);
-        tables().setShortcut(other, std::nullopt);
+        shortcuts().setShortcut(name, std::nullopt);
+        shortcuts().setShortcut(other, std::nullopt);
 
         QVERIFY(_->changes.isEmpty());
         QVERIFY(_->center.calls.isEmpty());
@@ -124,40 +124,40 @@ private Q_SLOTS:
 
     void aNewShortcutTakesTheHotKeyOfTheOld()
     {
-        const auto name = tables().createName(u"main"_s, controlSpace);
+        const auto name = shortcuts().createName(u"main"_s, controlSpace);
         _->center.calls.clear();
 
-        tables().setShortcut(name, optionS);
+        shortcuts().setShortcut(name, optionS);
 
         QCOMPARE(_->center.calls, (QStringList{u"unregister #1"_s, u"register 1 2048 #2"_s}));
-        QCOMPARE(tables().registeredShortcuts(), QSet{optionS});
+        QCOMPARE(shortcuts().registeredShortcuts(), QSet{optionS});
         QCOMPARE(_->stored(u"main"_s), optionSText);
     }
 
     void observersFindTheNewShortcutStored()
     {
-        const auto name = tables().createName(u"main"_s, controlSpace);
+        const auto name = shortcuts().createName(u"main"_s, controlSpace);
         std::optional<Shortcut> seen;
         const auto token =
             _->notifications.addObserver(u"KeyboardShortcuts_shortcutByNameDidChange"_s, nullptr,
-                [&] { seen = tables().getShortcut(name); });
+                [&] { seen = shortcuts().getShortcut(name); });
 
-        tables().setShortcut(name, optionS);
+        shortcuts().setShortcut(name, optionS);
         QCOMPARE(seen, optionS);
 
-        tables().setShortcut(name, std::nullopt);
+        shortcuts().setShortcut(name, std::nullopt);
         QVERIFY(!seen);
     }
 
     void undecodableTextIsReplacedWhenItIsSet()
     {
         QVERIFY(_->store(u"main"_s, "nonsense"));
-        const auto name = tables().createName(u"main"_s, controlSpace);
+        const auto name = shortcuts().createName(u"main"_s, controlSpace);
 
-        tables().setShortcut(name, optionS);
+        shortcuts().setShortcut(name, optionS);
 
         QCOMPARE(_->stored(u"main"_s), optionSText);
-        QCOMPARE(tables().getShortcut(name), optionS);
+        QCOMPARE(shortcuts().getShortcut(name), optionS);
     }
 
     void aShortcutThatCannotBeStoredChangesNothing()
@@ -169,14 +169,14 @@ private Q_SLOTS:
         QVERIFY(file.open(QIODevice::WriteOnly));
         QCOMPARE(file.write(controlSpaceText), controlSpaceText.size());
         file.close();
-        const auto name = tables().createName(longest, optionS);
-        tables().onKeyDown(name, [] {});
+        const auto name = shortcuts().createName(longest, optionS);
+        shortcuts().onKeyDown(name, [] {});
         QTest::ignoreMessage(QtWarningMsg, QRegularExpression(u"cannot be stored"_s));
 
-        tables().setShortcut(name, optionS);
+        shortcuts().setShortcut(name, optionS);
 
-        QCOMPARE(tables().getShortcut(name), controlSpace);
-        QCOMPARE(tables().registeredShortcuts(), QSet{controlSpace});
+        QCOMPARE(shortcuts().getShortcut(name), controlSpace);
+        QCOMPARE(shortcuts().registeredShortcuts(), QSet{controlSpace});
         QCOMPARE(_->center.numbersOf(49, 0x1000).size(), 1);
         QVERIFY(_->center.numbersOf(1, 0x800).isEmpty());
         QVERIFY(_->changes.isEmpty());
@@ -184,36 +184,36 @@ private Q_SLOTS:
 
     void aFileRemovedByHandIsNoticedBeforeASet()
     {
-        const auto name = tables().createName(u"main"_s, controlSpace);
+        const auto name = shortcuts().createName(u"main"_s, controlSpace);
         QVERIFY(QFile::remove(_->file(u"main"_s)));
 
-        tables().setShortcut(name, optionS);
+        shortcuts().setShortcut(name, optionS);
 
-        QCOMPARE(tables().registeredShortcuts(), QSet{optionS});
+        QCOMPARE(shortcuts().registeredShortcuts(), QSet{optionS});
         QVERIFY(_->center.numbersOf(49, 0x1000).isEmpty());
     }
 
     void theDescriptionIsWhatTheUserReads()
     {
         _->layout.printed = {{1, u"s"_s}};
-        const auto name = tables().createName(u"main"_s, controlSpace);
-        QCOMPARE(tables().description(name), u"⌃Space"_s);
+        const auto name = shortcuts().createName(u"main"_s, controlSpace);
+        QCOMPARE(shortcuts().description(name), u"⌃Space"_s);
 
-        tables().setShortcut(name, optionS);
-        QCOMPARE(tables().description(name), u"⌥S"_s);
+        shortcuts().setShortcut(name, optionS);
+        QCOMPARE(shortcuts().description(name), u"⌥S"_s);
 
-        tables().setShortcut(name, std::nullopt);
-        QCOMPARE(tables().description(name), QString());
+        shortcuts().setShortcut(name, std::nullopt);
+        QCOMPARE(shortcuts().description(name), QString());
     }
 
-    void namesAreKeysOfTables()
+    void namesAreKeysOfAMap()
     {
         const Name a{u"a"_s, controlSpace};
 
         QCOMPARE((QSet<Name>{a, {u"a"_s, controlSpace}, {u"a"_s, {}}, {u"b"_s, {}}}.size()), 3);
-        QCOMPARE(Tables::userDefaultsKey(a), u"KeyboardShortcuts_a"_s);
+        QCOMPARE(NamedShortcuts::userDefaultsKey(a), u"KeyboardShortcuts_a"_s);
     }
 };
 
-QTEST_GUILESS_MAIN(tst_Tables)
-#include "tst_Tables.moc"
+QTEST_GUILESS_MAIN(tst_NamedShortcuts)
+#include "tst_NamedShortcuts.moc"

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "keyboard/HotKeyRecord.h"
+#include "keyboard/HotKeyDescription.h"
 
 #include "keyboard/GlobalShortcut.h"
 
@@ -10,7 +10,7 @@ namespace {
 using namespace Qt::StringLiterals;
 using platform::HotKeyFacility;
 using platform::HotKeyReport;
-using State = HotKeyRecord::State;
+using State = HotKeyDescription::State;
 
 QString facilityText(HotKeyFacility facility)
 {
@@ -58,59 +58,61 @@ State stateOf(const HotKeySituation &situation)
     return situation.report.state == HotKeyReport::State::refused ? State::refused : State::waiting;
 }
 
-QString sentenceOfActive(const HotKeySituation &situation, const HotKeyRecord &record)
+QString sentenceOfActive(const HotKeySituation &situation, const HotKeyDescription &description)
 {
     if (situation.report.state != HotKeyReport::State::active)
-        return u"%1 is set in %2."_s.arg(record.trigger, record.facility);
-    return u"%1 works in every program, through %2."_s.arg(record.trigger, record.facility);
+        return u"%1 is set in %2."_s.arg(description.trigger, description.facility);
+    return u"%1 works in every program, through %2."_s.arg(
+        description.trigger, description.facility);
 }
 
-QString sentenceOfWaiting(const HotKeySituation &situation, const HotKeyRecord &record)
+QString sentenceOfWaiting(const HotKeySituation &situation, const HotKeyDescription &description)
 {
     if (situation.report.state == HotKeyReport::State::unknown)
-        return u"%1 is not in use at this moment."_s.arg(record.trigger);
-    return u"%1 is asked for; %2 has not answered yet."_s.arg(
-        record.trigger, record.facility.isEmpty() ? u"the desktop"_s : record.facility);
+        return u"%1 is not in use at this moment."_s.arg(description.trigger);
+    return u"%1 is asked for; %2 has not answered yet."_s.arg(description.trigger,
+        description.facility.isEmpty() ? u"the desktop"_s : description.facility);
 }
 
-QString sentenceOfTaken(const HotKeyRecord &record)
+QString sentenceOfTaken(const HotKeyDescription &description)
 {
     return u"%1 belongs to %2. Choose another shortcut here, or free the key there."_s.arg(
-        record.trigger, record.holder.isEmpty() ? u"another program"_s : record.holder);
+        description.trigger,
+        description.holder.isEmpty() ? u"another program"_s : description.holder);
 }
 
-QString sentenceOfRefused(const HotKeySituation &situation, const HotKeyRecord &record)
+QString sentenceOfRefused(const HotKeySituation &situation, const HotKeyDescription &description)
 {
     return u"%1 did not give %2 (error %3)."_s.arg(
-        record.facility.isEmpty() ? u"The desktop"_s : capitalized(record.facility), record.trigger,
-        QString::number(situation.report.status));
+        description.facility.isEmpty() ? u"The desktop"_s : capitalized(description.facility),
+        description.trigger, QString::number(situation.report.status));
 }
 
-QString sentenceOfDesktop(const HotKeySituation &situation, const HotKeyRecord &record)
+QString sentenceOfDesktop(const HotKeySituation &situation, const HotKeyDescription &description)
 {
     const auto desktop = desktopTitle(situation.desktopNames);
     if (situation.report.state == HotKeyReport::State::unassigned)
         return u"%1 knows what %2 is to do, but has no key for it yet."_s.arg(
-            desktop, record.trigger);
+            desktop, description.trigger);
     return u"%1 gives no program a key of its own. %2 can be set in the desktop's settings."_s.arg(
-        desktop, record.trigger);
+        desktop, description.trigger);
 }
 
-QString sentenceOf(const HotKeySituation &situation, const HotKeyRecord &record)
+QString sentenceOf(const HotKeySituation &situation, const HotKeyDescription &description)
 {
-    switch (record.state) {
+    switch (description.state) {
     case State::withoutShortcut:
         return u"No shortcut is set."_s;
     case State::active:
-        return sentenceOfActive(situation, record);
+        return sentenceOfActive(situation, description);
     case State::waiting:
-        return sentenceOfWaiting(situation, record);
+        return sentenceOfWaiting(situation, description);
     case State::taken:
-        return sentenceOfTaken(record);
+        return sentenceOfTaken(description);
     case State::refused:
-        return sentenceOfRefused(situation, record);
+        return sentenceOfRefused(situation, description);
     case State::toBeSetInDesktop:
-        return sentenceOfDesktop(situation, record);
+        return sentenceOfDesktop(situation, description);
     }
     return {};
 }
@@ -122,17 +124,17 @@ bool coversMenuKeys(const HotKeySituation &situation)
     return situation.modifiers == platform::HotKeyModifiers::option && key.size() == 1;
 }
 
-QString noteOf(const HotKeySituation &situation, const HotKeyRecord &record)
+QString noteOf(const HotKeySituation &situation, const HotKeyDescription &description)
 {
     QStringList notes;
-    const bool isLacking = record.state == State::refused ||
-                           (record.state == State::toBeSetInDesktop &&
+    const bool isLacking = description.state == State::refused ||
+                           (description.state == State::toBeSetInDesktop &&
                                situation.report.state != HotKeyReport::State::unassigned);
     if (isLacking && situation.isWayland && !situation.isDesktopEntryInstalled) {
         notes.append(u"The desktop entry of Vellumhound is not installed; the desktop portal gives "
                      "keys only to programs that have one."_s);
     }
-    if (record.state != State::withoutShortcut && coversMenuKeys(situation)) {
+    if (description.state != State::withoutShortcut && coversMenuKeys(situation)) {
         notes.append(
             u"%1 opens a menu in many programs; while it is ours, those menus do not hear it."_s
                 .arg(situation.texts.qt));
@@ -140,11 +142,11 @@ QString noteOf(const HotKeySituation &situation, const HotKeyRecord &record)
     return notes.join(u' ');
 }
 
-DesktopKeySetting settingOf(const HotKeySituation &situation, State state)
+DesktopKeyInstructions instructionsOf(const HotKeySituation &situation, State state)
 {
     if (state != State::toBeSetInDesktop && state != State::refused)
         return {};
-    return describeDesktopKeySetting(situation.desktopNames,
+    return describeDesktopKeyInstructions(situation.desktopNames,
         {situation.name, hotKeyLabel(situation.name), situation.modifiers, situation.texts,
             situation.command, situation.report.state == HotKeyReport::State::unassigned});
 }
@@ -171,25 +173,26 @@ QString hotKeyAction(const QString &rawValue)
     return {};
 }
 
-HotKeyRecord describeHotKey(const HotKeySituation &situation)
+HotKeyDescription describeHotKey(const HotKeySituation &situation)
 {
-    HotKeyRecord record;
-    record.name = situation.name;
-    record.state = stateOf(situation);
-    if (record.state != State::withoutShortcut) {
-        const bool isByDesktop =
-            record.state == State::active && situation.report.state != HotKeyReport::State::active;
-        record.facility = isByDesktop ? u"the settings of "_s + desktopTitle(situation.desktopNames)
-                                      : facilityText(situation.report.facility);
-        record.trigger =
+    HotKeyDescription description;
+    description.name = situation.name;
+    description.state = stateOf(situation);
+    if (description.state != State::withoutShortcut) {
+        const bool isByDesktop = description.state == State::active &&
+                                 situation.report.state != HotKeyReport::State::active;
+        description.facility = isByDesktop
+                                   ? u"the settings of "_s + desktopTitle(situation.desktopNames)
+                                   : facilityText(situation.report.facility);
+        description.trigger =
             situation.report.trigger.isEmpty() ? situation.shortcutText : situation.report.trigger;
     }
-    if (record.state == State::taken)
-        record.holder = situation.report.holder;
-    record.sentence = sentenceOf(situation, record);
-    record.note = noteOf(situation, record);
-    record.setting = settingOf(situation, record.state);
-    return record;
+    if (description.state == State::taken)
+        description.holder = situation.report.holder;
+    description.sentence = sentenceOf(situation, description);
+    description.note = noteOf(situation, description);
+    description.instructions = instructionsOf(situation, description.state);
+    return description;
 }
 
 }  // namespace vellumhound::keyboard

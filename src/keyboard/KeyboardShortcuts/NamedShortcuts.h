@@ -25,11 +25,11 @@ namespace vellumhound::keyboard::KeyboardShortcuts {
 ///
 /// One for the process, made by the composition root. Main thread. No operation fails visibly: what
 /// cannot be read is no shortcut, what cannot be written changes nothing.
-class Tables {
+class NamedShortcuts {
 public:
     using Action = std::function<void()>;
 
-    /// What the tables stand on. All outlive them; `queue` may be null.
+    /// What the object is made of. All of it outlives the object; `queue` may be null.
     struct Environment {
         settings::UserDefaults &defaults;
         base::NotificationCenter &notificationCenter;
@@ -38,8 +38,8 @@ public:
         const platform::KeyCharacters &keyCharacters;
     };
 
-    explicit Tables(const Environment &environment);
-    Q_DISABLE_COPY_MOVE(Tables)
+    explicit NamedShortcuts(const Environment &environment);
+    Q_DISABLE_COPY_MOVE(NamedShortcuts)
 
     /// Where the shortcut of `name` is kept: a JSON object, `false` after the user removed a
     /// shortcut that has a default, or nothing.

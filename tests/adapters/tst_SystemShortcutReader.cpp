@@ -3,9 +3,9 @@
 // no desktop would write.
 #include "adapters/ShortcutFixture.h"
 #include "fakes/FakeDesktopSession.h"
-#include "platform/linux/shortcuts/DesktopShortcuts.h"
 #include "platform/linux/shortcuts/KdeShortcuts.h"
 #include "platform/linux/shortcuts/SettingsFile.h"
+#include "platform/linux/shortcuts/SystemShortcutReader.h"
 #include "platform/linux/shortcuts/XfceShortcuts.h"
 
 #include <QElapsedTimer>
@@ -86,19 +86,19 @@ QByteArray noise(qsizetype size)
 
 }  // namespace
 
-class tst_DesktopShortcuts : public QObject {
+class tst_SystemShortcutReader : public QObject {
     Q_OBJECT
 
 private:
     std::unique_ptr<QTemporaryDir> _folder;
     fakes::FakeDesktopSession _session;
-    platform::DesktopShortcuts::Places _places;
+    platform::SystemShortcutReader::Places _places;
     platform::XkbKeyCharacters _layout = support::usLayout();
 
     QString path(const QString &name) const { return _folder->filePath(name); }
     QList<platform::SystemShortcut> found() const
     {
-        const platform::DesktopShortcuts shortcuts(
+        const platform::SystemShortcutReader shortcuts(
             _session, _layout, QDBusConnection(u"none"_s), _places);
         return shortcuts.copySymbolicHotKeys();
     }
@@ -277,5 +277,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(tst_DesktopShortcuts)
-#include "tst_DesktopShortcuts.moc"
+QTEST_GUILESS_MAIN(tst_SystemShortcutReader)
+#include "tst_SystemShortcutReader.moc"

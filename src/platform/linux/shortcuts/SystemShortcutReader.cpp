@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "platform/linux/shortcuts/DesktopShortcuts.h"
+#include "platform/linux/shortcuts/SystemShortcutReader.h"
 
 #include "base/NativePath.h"
 #include "platform/linux/shortcuts/GnomeShortcuts.h"
@@ -24,7 +24,7 @@ const auto xfceChannel = u"/xfce4/xfconf/xfce-perchannel-xml/xfce4-keyboard-shor
 
 }  // namespace
 
-DesktopShortcuts::Places DesktopShortcuts::Places::ofEnvironment()
+SystemShortcutReader::Places SystemShortcutReader::Places::ofEnvironment()
 {
     const auto environment = QProcessEnvironment::systemEnvironment();
     Places places;
@@ -40,8 +40,8 @@ DesktopShortcuts::Places DesktopShortcuts::Places::ofEnvironment()
     return places;
 }
 
-DesktopShortcuts::DesktopShortcuts(const DesktopSession &session, const KeyCharacters &characters,
-    const QDBusConnection &bus, const Places &places)
+SystemShortcutReader::SystemShortcutReader(const DesktopSession &session,
+    const KeyCharacters &characters, const QDBusConnection &bus, const Places &places)
     : _session(session)
     , _characters(characters)
     , _bus(bus)
@@ -49,12 +49,12 @@ DesktopShortcuts::DesktopShortcuts(const DesktopSession &session, const KeyChara
 {
 }
 
-bool DesktopShortcuts::isDesktop(const QString &name) const
+bool SystemShortcutReader::isDesktop(const QString &name) const
 {
     return _session.desktopNames().contains(name, Qt::CaseInsensitive);
 }
 
-QList<SystemShortcut> DesktopShortcuts::copySymbolicHotKeys() const
+QList<SystemShortcut> SystemShortcutReader::copySymbolicHotKeys() const
 {
     auto found = gnomeShortcuts(_session.desktopNames(), _characters);
     if (isDesktop(u"KDE"_s))
@@ -68,13 +68,13 @@ QList<SystemShortcut> DesktopShortcuts::copySymbolicHotKeys() const
     return found;
 }
 
-QList<SystemShortcut> DesktopShortcuts::ofKde() const
+QList<SystemShortcut> SystemShortcutReader::ofKde() const
 {
     const auto file = settingsFileContents(_places.configHome + u"/kglobalshortcutsrc"_s);
     return file ? kdeShortcuts(*file, _characters) : QList<SystemShortcut>();
 }
 
-QList<SystemShortcut> DesktopShortcuts::ofXfce() const
+QList<SystemShortcut> SystemShortcutReader::ofXfce() const
 {
     const auto own = settingsFileContents(_places.configHome + xfceChannel);
     std::optional<QByteArray> system;
@@ -85,7 +85,8 @@ QList<SystemShortcut> DesktopShortcuts::ofXfce() const
     return xfceShortcuts(own.value_or(QByteArray()), system.value_or(QByteArray()), _characters);
 }
 
-QList<SystemShortcut> DesktopShortcuts::ofSway(const QString &desktop, const QString &socket) const
+QList<SystemShortcut> SystemShortcutReader::ofSway(
+    const QString &desktop, const QString &socket) const
 {
     SwayConfiguration configuration;
     configuration.desktop = desktop;
@@ -111,7 +112,7 @@ QList<SystemShortcut> DesktopShortcuts::ofSway(const QString &desktop, const QSt
     return {};
 }
 
-std::optional<SystemShortcut> DesktopShortcuts::heldByAnother(int keyCode, int modifiers) const
+std::optional<SystemShortcut> SystemShortcutReader::heldByAnother(int keyCode, int modifiers) const
 {
     const KeyCombination combination{keyCode, modifiers};
     if (const auto holder = holderWithKGlobalAccel(_bus, combination, _characters))

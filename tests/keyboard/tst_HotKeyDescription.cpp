@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "keyboard/HotKeyRecord.h"
+#include "keyboard/HotKeyDescription.h"
 
 #include <QTest>
 
@@ -8,7 +8,7 @@ using namespace vellumhound::keyboard;
 using namespace Qt::StringLiterals;
 using platform::HotKeyFacility;
 using platform::HotKeyReport;
-using State = HotKeyRecord::State;
+using State = HotKeyDescription::State;
 using ReportState = HotKeyReport::State;
 
 namespace {
@@ -37,7 +37,7 @@ HotKeySituation reported(ReportState state, HotKeyFacility facility)
 
 }  // namespace
 
-class tst_HotKeyRecord : public QObject {
+class tst_HotKeyDescription : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
@@ -115,12 +115,12 @@ private Q_SLOTS:
         QFETCH(State, state);
         QFETCH(QString, sentence);
 
-        const auto record = describeHotKey(situation);
+        const auto description = describeHotKey(situation);
 
-        QCOMPARE(record.state, state);
-        QCOMPARE(record.sentence, sentence);
-        QCOMPARE(record.name, situation.name);
-        QCOMPARE(record.setting.where.isEmpty(),
+        QCOMPARE(description.state, state);
+        QCOMPARE(description.sentence, sentence);
+        QCOMPARE(description.name, situation.name);
+        QCOMPARE(description.instructions.where.isEmpty(),
             state != State::toBeSetInDesktop && state != State::refused);
     }
 
@@ -130,7 +130,7 @@ private Q_SLOTS:
         situation.isSupported = false;
         situation.desktopNames = QStringList{u"sway"_s};
 
-        QCOMPARE(describeHotKey(situation).setting.lines,
+        QCOMPARE(describeHotKey(situation).instructions.lines,
             QStringList{u"bindsym Ctrl+space exec vellumhound"_s});
         QCOMPARE(describeHotKey(situation).facility, QString());
     }
@@ -194,5 +194,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(tst_HotKeyRecord)
-#include "tst_HotKeyRecord.moc"
+QTEST_GUILESS_MAIN(tst_HotKeyDescription)
+#include "tst_HotKeyDescription.moc"
