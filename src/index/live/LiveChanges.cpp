@@ -5,6 +5,7 @@
 #include "index/live/LiveIndex.h"
 
 #include <algorithm>
+#include <unordered_map>
 #include <utility>
 
 namespace vellumhound::index {
@@ -23,7 +24,7 @@ bool LiveIndex::applyChanges()
         return false;
     for (const auto &change : changes)
         applyChange(change);
-    if (!_departed.empty()) {
+    if (!_departures.isEmpty()) {
         // The other half of a move is told right after the first, but may not have been there yet.
         changes = _source.read();
         for (const auto &change : changes)
@@ -42,14 +43,10 @@ void LiveIndex::applyChange(const Change &change)
         recheckAll();
         return;
     }
-    if (_applicationWatches.contains(change.watch))
-        readApplications();
-    else if (_isReadingApplications)
-        _touchedWhileReading.insert(change.watch);
+    _applications.noteChange(change.watch);
     const auto folder = _writer.folderOfWatch(change.watch);
     if (folder == nothing) {
-        if (!_listings.empty())
-            _early[change.watch].push_back(change);
+        _listings.noteEarly(change);
         return;
     }
     if (_storms.note(folder, 1, _options.now())) {
@@ -66,10 +63,8 @@ void LiveIndex::applyChange(const Change &change)
     }
     if (!isIndexedName(change.name) && change.kind != Change::Kind::movedHere)
         return;
-    const auto listing = _listings.find(folder);
-    const bool isBeingRead = listing != _listings.end();
-    if (isBeingRead && change.kind != Change::Kind::written && isIndexedName(change.name))
-        listing->second.touched.push_back(change);
+    if (change.kind != Change::Kind::written && isIndexedName(change.name))
+        _listings.noteChange(folder, change);
     switch (change.kind) {
     case Change::Kind::written:
         _written.note(change.watch, change.name, _options.now());
@@ -90,7 +85,8 @@ std::optional<EntryState> LiveIndex::stateOf(FolderId folder, const std::string 
 {
     const auto path = _writer.view().pathOfFolder(folder);
     // Where another file system is mounted there is a folder, and nothing that may be asked.
-    if (!_slowMounts.empty() && mountOf(_slowMounts, joinedPath(path, name)))
+    const auto &slowMounts = _readers.slowMounts();
+    if (!slowMounts.empty() && mountOf(slowMounts, joinedPath(path, name)))
         return EntryState{true, EntryKind::folder, 0};
     if (_probed != folder) {
         const bool isRoot = _writer.view().parentOf(folder) == nothing;
@@ -151,14 +147,13 @@ void LiveIndex::reconcile(FolderId folder, const std::string &name, const Hint &
         return;
     }
     const bool isFolder = state.kind == EntryKind::folder;
-    const auto root = _writer.rootOf(folder);
     const bool isNew = record == nothing;
     if (isNew) {
         record = _writer.add(folder, name, state.kind);
         if (record == nothing)
             return;
         if (isFolder)
-            startFolder(record, root, path);
+            startFolder(record, path);
     }
     if (_writer.view().changeTimeOf(record) != state.changeTime)
         _writer.setChangeTime(record, state.changeTime);
@@ -171,9 +166,9 @@ void LiveIndex::reconcile(FolderId folder, const std::string &name, const Hint &
     // A folder that came where one of its name was known is another one.
     const auto former = isNew || !isFolder ? nothing : _writer.folderFor(record);
     if (former != nothing && hint.isNewFolder)
-        requestListing(former, path, root);
+        requestListing(former, path);
     else if (former == nothing && !isNew && isFolder)
-        startFolder(record, root, path);
+        startFolder(record, path);
 }
 
 // Moves. What has left its place is kept until the changes at hand are applied: if it turns up
@@ -182,10 +177,8 @@ void LiveIndex::reconcile(FolderId folder, const std::string &name, const Hint &
 void LiveIndex::depart(FolderId folder, const Change &change)
 {
     Departure departure;
-    const auto passed = _passedThrough.find({change.watch, change.name});
-    if (passed != _passedThrough.end()) {
-        departure = std::move(passed->second);
-        _passedThrough.erase(passed);
+    if (auto rested = _departures.takeFrom({change.watch, change.name})) {
+        departure = std::move(*rested);
     } else if (const auto record = _writer.find(folder, change.name); record != nothing) {
         departure.isFolder = _writer.view().traitsOf(record).kind() == EntryKind::folder;
         departure.folder = departure.isFolder ? _writer.folderFor(record) : nothing;
@@ -196,33 +189,31 @@ void LiveIndex::depart(FolderId folder, const Change &change)
             _writer.remove(record, [](int) {});
     }
     if (!departure.oldPath.empty()) {
-        const auto [it, isNew] = _departed.try_emplace(change.move, departure);
-        if (!isNew)
-            forget(departure);
+        if (const auto refused = _departures.leave(change.move, std::move(departure)))
+            forget(*refused);
     }
     reconcile(folder, change.name, {});
 }
 
 void LiveIndex::arrive(FolderId folder, const Change &change)
 {
-    const auto found = _departed.find(change.move);
-    if (found == _departed.end()) {
+    auto found = _departures.take(change.move);
+    if (!found) {
         if (isIndexedName(change.name))
             reconcile(folder, change.name, {.isNewFolder = change.isNewFolder});
         return;
     }
-    const auto departure = std::move(found->second);
-    _departed.erase(found);
+    auto departure = std::move(*found);
     if (!isIndexedName(change.name)) {
         // It may come back in the same breath: many programs save so.
-        passThrough(change, departure);
+        passThrough(change, std::move(departure));
         return;
     }
     const auto state = stateOf(folder, change.name);
     const bool isHere =
         state && state->exists && (state->kind == EntryKind::folder) == departure.isFolder;
     if (!isHere) {
-        passThrough(change, departure);
+        passThrough(change, std::move(departure));
         reconcile(folder, change.name, {});
     } else if (departure.folder == nothing) {
         reconcile(folder, change.name, {.oldPath = &departure.oldPath});
@@ -232,12 +223,11 @@ void LiveIndex::arrive(FolderId folder, const Change &change)
     }
 }
 
-void LiveIndex::passThrough(const Change &change, const Departure &departure)
+void LiveIndex::passThrough(const Change &change, Departure departure)
 {
-    auto &place = _passedThrough[{change.watch, change.name}];
-    if (!place.oldPath.empty())
-        forget(place);  // this one has taken its place
-    place = departure;
+    const auto replaced = _departures.rest({change.watch, change.name}, std::move(departure));
+    if (replaced)
+        forget(*replaced);
 }
 
 bool LiveIndex::attach(const Departure &departure, FolderId parent, const std::string &name)
@@ -255,7 +245,7 @@ bool LiveIndex::attach(const Departure &departure, FolderId parent, const std::s
     const bool isAlive = _writer.isAlive(departure.folder);
     if (hasStops || isBelowItself || !isAlive)
         return false;
-    const bool isOfSlowRoot = readerOf(_writer.rootOf(parent)) != nullptr;
+    const bool isOfSlowRoot = _readers.readerOf(_writer.rootOf(parent)) != nullptr;
     if (isOfSlowRoot)
         return false;
     if (const auto replaced = _writer.find(parent, name); replaced != nothing)
@@ -277,16 +267,7 @@ bool LiveIndex::attach(const Departure &departure, FolderId parent, const std::s
     });
     const auto names = _writer.movedCount();
     _counters.namesMoved += names;
-    for (const auto &[old, now] : numbers) {
-        auto listing = _listings.extract(old);
-        if (listing.empty())
-            continue;
-        // What is being read may be what stands at the old place by now.
-        listing.key() = now;
-        listing.mapped().isStale = true;
-        _listings.insert(std::move(listing));
-        _renumbered[old] = now;
-    }
+    _listings.noteMoved(numbers);
     tell(FileChange::Kind::moved, path, true, departure.oldPath);
     if (_storms.note(parent, double(names) / movedNamesPerChange, _options.now()))
         takeOff(parent);
@@ -304,9 +285,7 @@ void LiveIndex::forget(const Departure &departure)
 
 void LiveIndex::settleDepartures()
 {
-    for (const auto &[move, departure] : std::exchange(_departed, {}))
-        forget(departure);
-    for (const auto &[place, departure] : std::exchange(_passedThrough, {}))
+    for (const auto &departure : _departures.takeAll())
         forget(departure);
 }
 
@@ -318,13 +297,12 @@ void LiveIndex::folderWent(FolderId folder)
     const auto record = _writer.view().recordOf(folder);
     const auto path = _writer.view().pathOfFolder(folder);
     if (parent != nothing) {
-        const auto root = _writer.rootOf(folder);
         dropFolder(folder);
         if (_writer.view().isDead(record))
             return;
         const auto state = stateOf(parent, std::string(_writer.view().nameOf(record)));
         if (state && state->exists && state->kind == EntryKind::folder)
-            startFolder(record, root, path);  // unmounted, or another has taken its place
+            startFolder(record, path);  // unmounted, or another has taken its place
         else
             removeEntry(record);
         return;
@@ -334,7 +312,7 @@ void LiveIndex::folderWent(FolderId folder)
     _writer.setWatch(folder, ChangeSource::noWatch);
     if (watch >= 0)
         unwatch(watch);
-    requestListing(folder, path, record);
+    requestListing(folder, path);
 }
 
 void LiveIndex::folderMoved(FolderId folder)
@@ -343,7 +321,7 @@ void LiveIndex::folderMoved(FolderId folder)
     if (parent == nothing)
         folderWent(folder);
     else if (_writer.watchOf(parent) < 0)
-        requestListing(folder, _writer.view().pathOfFolder(folder), _writer.rootOf(folder));
+        requestListing(folder, _writer.view().pathOfFolder(folder));
 }
 
 void LiveIndex::takeOff(FolderId folder)

@@ -1,14 +1,12 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "index/live/LiveIndex.h"
 
-#include "base/NativePath.h"
-#include "index/disk/Logging.h"
 #include "index/disk/Paths.h"
 
 #include <algorithm>
 #include <iterator>
 #include <memory>
-#include <unistd.h>
+#include <unordered_map>
 #include <utility>
 
 namespace vellumhound::index {
@@ -30,16 +28,25 @@ LiveIndex::LiveIndex(Worker &worker, ChangeSource &source, PublishedView &publis
     DesktopEntries desktopEntries, LiveIndexOptions options)
     : _worker(worker)
     , _source(source)
-    , _desktopEntries(std::move(desktopEntries))
     , _options(std::move(options))
     , _writer(published)
     , _mounts(_options.readMounts())
+    , _readers([&worker] { worker.wakeOwner(); }, _options.hangLimit)
+    , _applications(worker, source, std::move(desktopEntries))
+    , _listings(worker)
     , _written(_options.writePause)
     , _sweeper(_options.sweepPace)
     , _keeper(worker, _options.snapshot)
 {
+    _listings.onRead = [this](FolderId folder, const auto &listing, auto &pending) {
+        applyListing(folder, listing, pending);
+    };
+    _listings.onFirstCrawlEnded = [this](std::uint32_t root) { noteCrawled(root); };
+    _applications.onRead = [this](ApplicationTable table, const std::vector<int> &freed) {
+        takeApplications(std::move(table), freed);
+    };
     noteMounts();
-    readApplications();
+    _applications.read();
 }
 
 LiveIndex::~LiveIndex() = default;
@@ -102,7 +109,7 @@ void LiveIndex::applyPlan()
     for (const auto &path : old.stops()) {
         const auto record = _plan.stops().contains(path) ? nothing : folderAt(path);
         if (record != nothing && _writer.folderFor(record) == nothing)
-            startFolder(record, _writer.rootOf(_writer.view().folderOf(record)), path);
+            startFolder(record, path);
     }
     for (const auto &path : _plan.roots()) {
         if (!isRootOf(old, path))
@@ -114,9 +121,8 @@ void LiveIndex::applyPlan()
 void LiveIndex::startRoot(const std::string &path)
 {
     const auto root = _writer.addRoot(path);
-    _outstandingOf.resize(root + 1);
     noteMounts();
-    requestListing(_writer.view().roots[root].folder, path, root);
+    requestListing(_writer.view().roots[root].folder, path);
 }
 
 void LiveIndex::dropRoot(std::uint32_t root)
@@ -133,10 +139,9 @@ void LiveIndex::dropFolder(FolderId folder)
 
 void LiveIndex::unwatch(int watch)
 {
-    if (_applicationWatches.contains(watch))
+    if (_applications.holds(watch))
         return;
-    if (!_listings.empty())
-        _retired.insert(watch);
+    _listings.noteRetired(watch);
     _source.unwatch(watch);
 }
 
@@ -165,16 +170,15 @@ void LiveIndex::mountsChanged()
         const bool isAffected = std::any_of(changed.begin(), changed.end(),
             [&](const auto &point) { return pathBelow(entry.path, point).has_value(); });
         if (entry.folder != nothing && isAffected)
-            requestListing(entry.folder, entry.path, root);
+            requestListing(entry.folder, entry.path);
     }
     for (const auto &path : changed) {
         const auto record = isRootOf(_plan, path) ? nothing : _writer.findPath(path);
         const auto folder = record == nothing ? nothing : _writer.folderFor(record);
         if (folder == nothing)
             continue;
-        const auto root = _writer.rootOf(folder);
         dropFolder(folder);
-        startFolder(record, root, path);
+        startFolder(record, path);
     }
     _writer.publish();
 }
@@ -183,120 +187,31 @@ void LiveIndex::mountsChanged()
 
 void LiveIndex::noteMounts()
 {
-    _slowMounts.clear();
-    for (const auto &mount : _mounts) {
-        if (mount.mayHang())
-            _slowMounts.push_back(mount);
-    }
-    _writer.setSlowMounts(_slowMounts);
     const auto &roots = _writer.view().roots;
-    _readerOf.assign(roots.size(), nullptr);
-    for (std::uint32_t root = 0; root < _readerOf.size(); ++root) {
-        const auto resolved = resolvePath(_slowMounts, _writer.view().roots[root].path);
-        _writer.setRootMayHang(root, resolved.hangs != nullptr);
-        if (!resolved.hangs)
-            continue;
-        auto &reader = _readers[resolved.hangs->point];
-        if (!reader) {
-            reader = std::make_unique<MountReader>(
-                resolved.hangs->point, [&worker = _worker] { worker.wakeOwner(); },
-                _options.hangLimit);
-        }
-        _readerOf[root] = reader.get();
-    }
+    _readers.assign(_mounts, roots);
+    _writer.setSlowMounts(_readers.slowMounts());
+    for (std::uint32_t root = 0; root < _writer.view().roots.size(); ++root)
+        _writer.setRootMayHang(root, _readers.readerOf(root) != nullptr);
 }
 
-MountReader *LiveIndex::readerOf(std::uint32_t root) const
+void LiveIndex::giveUpHungMounts(Clock::time_point now)
 {
-    return root < _readerOf.size() ? _readerOf[root] : nullptr;
-}
-
-void LiveIndex::watchOverReaders(Clock::time_point now)
-{
-    for (const auto &[point, reader] : _readers) {
-        if (reader->giveUpIfHung(now)) {
-            if (_toldHung.insert(point).second) {
-                qCWarning(logIndex,
-                    "the file system at \"%s\" does not answer; what is known "
-                    "of it stays as it is",
-                    point.c_str());
-            }
-            abandonListings(*reader);
-        } else if (_toldHung.contains(point) && !reader->isHung()) {
-            _toldHung.erase(point);
-            qCInfo(logIndex, "the file system at \"%s\" answers again", point.c_str());
+    for (const auto *reader : _readers.giveUpHung(now)) {
+        for (const auto folder : _listings.abandon(*reader)) {
+            if (_writer.isAlive(folder))
+                _sweeper.add(folder, {}, _options.now());
         }
     }
 }
 
-void LiveIndex::abandonListings(MountReader &reader)
+void LiveIndex::takeApplications(ApplicationTable table, const std::vector<int> &freed)
 {
-    std::vector<FolderId> folders;
-    for (const auto &[folder, listing] : _listings) {
-        if (readerOf(listing.root) == &reader)
-            folders.push_back(folder);
+    for (const auto watch : freed) {
+        if (_writer.folderOfWatch(watch) == nothing)
+            unwatch(watch);
     }
-    for (const auto folder : folders) {
-        const auto listing = _listings[folder];
-        _listings.erase(folder);
-        if (_writer.isAlive(folder))
-            _sweeper.add(folder, {}, _options.now());
-        // Nobody is to wait for a crawl that may never end.
-        if (listing.isFirst)
-            finishListing(listing.root);
-    }
-}
-
-// Applications.
-
-void LiveIndex::readApplications()
-{
-    if (_isReadingApplications) {
-        _areApplicationsStale = true;
-        return;
-    }
-    _isReadingApplications = true;
-    struct Outcome {
-        std::unordered_set<int> watches;
-        ApplicationTable table;
-    };
-    _worker.postUrgent([this]() -> Worker::Completion {
-        auto outcome = std::make_shared<Outcome>();
-        // A folder that is made between the look and the watch is met by looking again.
-        QStringList folders;
-        for (auto now = _desktopEntries.watchedFolders(); now != folders;
-             now = _desktopEntries.watchedFolders()) {
-            folders = now;
-            for (const auto &folder : folders) {
-                const int descriptor = openFolder(base::pathToBytes(folder).toStdString(), true);
-                if (descriptor < 0)
-                    continue;
-                const int watch = _source.watch(descriptor, ChangeSource::Interest::contents);
-                if (watch >= 0)
-                    outcome->watches.insert(watch);
-                ::close(descriptor);
-            }
-        }
-        outcome->table = _desktopEntries.applications();
-        return [this, outcome] {
-            const auto old = std::exchange(_applicationWatches, outcome->watches);
-            for (const auto watch : old) {
-                const bool isUnused =
-                    !_applicationWatches.contains(watch) && _writer.folderOfWatch(watch) == nothing;
-                if (isUnused)
-                    unwatch(watch);
-            }
-            _writer.setApplications(std::move(outcome->table));
-            _isReadingApplications = false;
-            _hasCrawled = true;
-            // Told of folders whose watches nobody knew yet.
-            const auto touched = std::exchange(_touchedWhileReading, {});
-            const bool wasTouched = std::any_of(touched.begin(), touched.end(),
-                [this](int watch) { return _applicationWatches.contains(watch); });
-            if (std::exchange(_areApplicationsStale, false) || wasTouched)
-                readApplications();
-        };
-    });
+    _writer.setApplications(std::move(table));
+    _hasCrawled = true;
 }
 
 // Change times.
@@ -312,7 +227,7 @@ void LiveIndex::refreshTimes()
 
 void LiveIndex::readTimes()
 {
-    const bool isBusy = _isReadingTimes || _writer.isCompacting() || !_listings.empty();
+    const bool isBusy = _isReadingTimes || _writer.isCompacting() || !_listings.isEmpty();
     if (isBusy || _times.isEmpty())
         return;
     auto requests = std::make_shared<std::vector<TimesRequest>>();
@@ -321,7 +236,7 @@ void LiveIndex::readTimes()
         if (!wanted)
             break;
         const auto folder = wanted->folder;
-        if (!_writer.isAlive(folder) || readerOf(_writer.rootOf(folder)))
+        if (!_writer.isAlive(folder) || _readers.readerOf(_writer.rootOf(folder)))
             continue;
         TimesRequest request{
             folder, wanted->isRefresh, _writer.view().pathOfFolder(folder), {}, {}, {}};
@@ -333,7 +248,7 @@ void LiveIndex::readTimes()
             request.records.resize(entriesPerJob);
             _times.want(folder, false);
         }
-        for (const auto &mount : _slowMounts) {
+        for (const auto &mount : _readers.slowMounts()) {
             const auto below = pathBelow(mount.point, request.path);
             if (below)
                 request.avoided.emplace_back(*below);
@@ -380,7 +295,7 @@ void LiveIndex::renumber(const std::function<FolderId(FolderId)> &newNumber)
 
 void LiveIndex::compactIfWorthIt()
 {
-    if (!_listings.empty() || _isRechecking || _isSweeping || _isReadingTimes)
+    if (!_listings.isEmpty() || _isRechecking || _isSweeping || _isReadingTimes)
         return;
     if (_compacted) {
         auto compacted = *std::exchange(_compacted, std::nullopt);
@@ -413,10 +328,8 @@ bool LiveIndex::step()
     // Changes first, and again between the folders of a crawl: they are what somebody waits for.
     bool hasWorked = applyChanges();
     auto completions = _worker.takeDone();
-    for (const auto &[point, reader] : _readers) {
-        auto done = reader->takeDone(_options.now());
-        std::move(done.begin(), done.end(), std::back_inserter(completions));
-    }
+    auto done = _readers.takeDone(_options.now());
+    std::move(done.begin(), done.end(), std::back_inserter(completions));
     for (const auto &completion : completions) {
         completion();
         closeProbe();
@@ -441,7 +354,7 @@ bool LiveIndex::doWhatIsDue()
     const auto now = _options.now();
     if (!due || *due > now)
         return false;
-    watchOverReaders(now);
+    giveUpHungMounts(now);
     for (const auto &entry : _written.takeDue(now)) {
         const auto folder = _writer.folderOfWatch(entry.watch);
         if (folder != nothing)
@@ -450,7 +363,7 @@ bool LiveIndex::doWhatIsDue()
     closeProbe();
     for (const auto folder : _storms.takeDue(now)) {
         if (_writer.isAlive(folder))
-            requestListing(folder, _writer.view().pathOfFolder(folder), _writer.rootOf(folder));
+            requestListing(folder, _writer.view().pathOfFolder(folder));
     }
     sweepDue(now);
     return true;
@@ -466,8 +379,7 @@ std::optional<LiveIndex::Clock::time_point> LiveIndex::nextDue() const
     consider(_storms.due());
     if (const auto due = _sweeper.due(); due && !_isSweeping)
         consider(std::max(*due, _sweepFrom));
-    for (const auto &[point, reader] : _readers)
-        consider(reader->due());
+    consider(_readers.due());
     return first;
 }
 

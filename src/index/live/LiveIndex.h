@@ -1,11 +1,14 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// long: one state machine over the tables; its parts that can stand alone do
+// long: the conductor of the parts that keep the tables equal to the disk
 #pragma once
 
+#include "index/live/ApplicationWatch.h"
 #include "index/live/ChangeTimes.h"
 #include "index/live/CrawlPlan.h"
+#include "index/live/Departures.h"
 #include "index/live/IndexStatus.h"
-#include "index/live/MountReader.h"
+#include "index/live/Listings.h"
+#include "index/live/MountReaders.h"
 #include "index/live/SnapshotKeeper.h"
 #include "index/live/StormGuard.h"
 #include "index/live/Sweeper.h"
@@ -18,12 +21,9 @@
 #include <chrono>
 #include <cstddef>
 #include <functional>
-#include <map>
 #include <memory>
 #include <optional>
 #include <string>
-#include <unordered_map>
-#include <unordered_set>
 #include <vector>
 
 namespace vellumhound::index {
@@ -72,6 +72,10 @@ struct LiveCounters {
 /// Keeps the tables equal to the disk: crawls what the plan wants, watches it and applies changes.
 /// A change is only a hint where to look; what counts is what the disk says afterwards, so neither
 /// the order of changes nor their loss can make the index wrong for good.
+///
+/// The conductor: what is being read (Listings), on its way (Departures), due (Sweeper, StormGuard,
+/// WrittenEntries) or another subsystem's (ApplicationWatch, MountReaders, SnapshotKeeper) is kept
+/// by classes of their own; here is what they mean for the tables.
 ///
 /// Everything on one thread. Disk reading beyond single entries is done by the worker, whose
 /// completions step() runs; file systems that may hang are read by threads of their own alone.
@@ -123,7 +127,7 @@ public:
     /// If set: called for what happens to entries, but not for what a tree's first crawl finds.
     std::function<void(const FileChange &)> onFileChanged;
 
-    bool isBusy() const { return !_listings.empty() || _isRechecking || _writer.isCompacting(); }
+    bool isBusy() const { return !_listings.isEmpty() || _isRechecking || _writer.isCompacting(); }
     /// Whether further folders are read. Those that were left out are once there is room again.
     void setTakesFolders(bool takesFolders);
     /// What is covered and done, but for texts and rests.
@@ -139,20 +143,6 @@ public:
     LiveCounters counters() const;
 
 private:
-    /// A folder that is being read.
-    struct Listing {
-        std::uint32_t root = 0;
-        bool isFirst = false;  // counts towards the root's first crawl
-        bool isWantedAgain = false;
-        bool isStale = false;         // the folder was moved since
-        std::vector<Change> touched;  // changes told since it was asked for
-    };
-    /// An entry that has left its place and has not been met elsewhere.
-    struct Departure {
-        FolderId folder = nothing;  // with all below it; absent for what is no folder
-        std::string oldPath;
-        bool isFolder = false;
-    };
     /// More about a change than that there was one.
     struct Hint {
         bool isNewFolder = false;
@@ -166,13 +156,11 @@ private:
     void dropFolder(FolderId folder);
     void unwatch(int watch);
     void noteMounts();
-    MountReader *readerOf(std::uint32_t root) const;
-    void watchOverReaders(Clock::time_point now);
-    void abandonListings(MountReader &reader);
+    void giveUpHungMounts(Clock::time_point now);
+    void takeApplications(ApplicationTable table, const std::vector<int> &freed);
     void snapshotChecked(const SnapshotKeeper::CheckOutcome &outcome);
     void startOver();
     void startRoot(const std::string &path);
-    void readApplications();
     void compactIfWorthIt();
     void readTimes();
     void takeTimes(const std::vector<TimesRequest> &requests, std::size_t answered);
@@ -180,16 +168,16 @@ private:
     bool doWhatIsDue();
 
     // LiveListings.cpp: folders are read.
-    ListingOptions optionsFor(FolderId folder, std::uint32_t root, bool byTime);
-    void requestListing(FolderId folder, const std::string &path, std::uint32_t root);
-    void startFolder(RecordId record, std::uint32_t root, const std::string &path);
-    void applyListing(FolderId number, const FolderListing &listing);
-    void takeListing(FolderId folder, const FolderListing &listing, Listing &pending);
-    void takeWatch(FolderId folder, const FolderListing &listing, Listing &pending);
-    void takeFailure(FolderId folder, const FolderListing &listing, const Listing &pending);
+    Listings::Request requestFor(FolderId folder, const std::string &path, bool byTime) const;
+    void requestListing(FolderId folder, const std::string &path);
+    void startFolder(RecordId record, const std::string &path);
+    void applyListing(FolderId folder, const FolderListing &listing, Listings::Pending &pending);
+    void takeListing(FolderId folder, const FolderListing &listing, Listings::Pending &pending);
+    void takeWatch(FolderId folder, const FolderListing &listing, Listings::Pending &pending);
+    void takeFailure(FolderId folder, const FolderListing &listing);
     void sweepLater(FolderId folder, const FolderListing &listing);
-    void merge(FolderId folder, const Listing &pending, const FolderListing &listing);
-    void finishListing(std::uint32_t root);
+    void merge(FolderId folder, const Listings::Pending &pending, const FolderListing &listing);
+    void noteCrawled(std::uint32_t root);
     void recheckSlice();
     void noteCheck();
     void checkFolders(const std::vector<FolderId> &folders, std::function<void()> whenDone);
@@ -201,7 +189,7 @@ private:
     void reconcile(FolderId folder, const std::string &name, const Hint &hint);
     void depart(FolderId folder, const Change &change);
     void arrive(FolderId folder, const Change &change);
-    void passThrough(const Change &change, const Departure &departure);
+    void passThrough(const Change &change, Departure departure);
     bool attach(const Departure &departure, FolderId parent, const std::string &name);
     void settleDepartures();
     void forget(const Departure &departure);
@@ -216,7 +204,6 @@ private:
 
     Worker &_worker;
     ChangeSource &_source;
-    const DesktopEntries _desktopEntries;
     const LiveIndexOptions _options;
     IndexWriter _writer;
 
@@ -225,21 +212,11 @@ private:
     std::vector<std::string> _excluded;
     std::vector<std::string> _scopes;
     std::vector<Mount> _mounts;
-    std::vector<Mount> _slowMounts;  // of those, the ones that may hang
     CrawlPlan _plan;
-    std::map<std::string, std::unique_ptr<MountReader>> _readers;  // by mount point
-    std::vector<MountReader *> _readerOf;                          // by root; null: the worker
-    std::unordered_set<std::string> _toldHung;
-
-    std::unordered_map<FolderId, Listing> _listings;
-    std::unordered_map<FolderId, FolderId> _renumbered;  // while listings are under way
-    std::vector<std::size_t> _outstandingOf;             // first listings, by root
-    // Changes of watches that no folder is known for yet, while listings are under way.
-    std::unordered_map<int, std::vector<Change>> _early;
-    std::unordered_set<int> _retired;  // given back while listings were under way
-
-    std::unordered_map<std::uint32_t, Departure> _departed;           // by number of the move
-    std::map<std::pair<int, std::string>, Departure> _passedThrough;  // by watch and name
+    MountReaders _readers;
+    ApplicationWatch _applications;
+    Listings _listings;
+    Departures _departures;
     // The folder of the last change, held open while the changes at hand are applied.
     OpenFolder _probe;
     FolderId _probed = nothing;
@@ -259,11 +236,6 @@ private:
 
     ChangeTimes _times;
     bool _isReadingTimes = false;
-
-    std::unordered_set<int> _applicationWatches;
-    std::unordered_set<int> _touchedWhileReading;  // watches, while the applications are read
-    bool _isReadingApplications = false;
-    bool _areApplicationsStale = false;
 
     SnapshotKeeper _keeper;
     bool _isChecked = true;  // false while a loaded base may hold anything

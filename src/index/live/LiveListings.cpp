@@ -8,7 +8,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <ctime>
-#include <memory>
+#include <unordered_set>
 #include <utility>
 
 namespace vellumhound::index {
@@ -35,120 +35,63 @@ std::optional<std::chrono::seconds> ageOf(std::int64_t time)
 
 // Asking.
 
-ListingOptions LiveIndex::optionsFor(FolderId folder, std::uint32_t root, bool byTime)
+Listings::Request LiveIndex::requestFor(FolderId folder, const std::string &path, bool byTime) const
 {
-    ListingOptions options;
+    Listings::Request request;
+    request.folder = folder;
+    request.path = path;
+    request.root = _writer.rootOf(folder);
+    request.reader = _readers.readerOf(request.root);
+    auto &options = request.options;
     // A thread that may outlive us must not know the source. Watches tell nothing of what other
     // machines do, anyway.
-    if (!readerOf(root) && !_storms.isOff(folder))
+    if (!request.reader && !_storms.isOff(folder))
         options.watchBy = &_source;
     options.followsLink = _writer.view().parentOf(folder) == nothing;
     if (byTime) {
         options.knownTime = _writer.timeOf(folder);
         options.knownIdentity = _writer.identityOf(folder);
     }
-    return options;
+    return request;
 }
 
-void LiveIndex::startFolder(RecordId record, std::uint32_t root, const std::string &path)
+void LiveIndex::startFolder(RecordId record, const std::string &path)
 {
     if (!_plan.descendsInto(path))
         return;
     if (_takesFolders)
-        requestListing(_writer.addFolder(record), path, root);
+        requestListing(_writer.addFolder(record), path);
     else
         _hasLeftOut = true;
 }
 
-void LiveIndex::requestListing(FolderId folder, const std::string &path, std::uint32_t root)
+void LiveIndex::requestListing(FolderId folder, const std::string &path)
 {
-    auto *reader = readerOf(root);
-    if (reader && reader->isHung()) {
+    const auto request = requestFor(folder, path, false);
+    if (request.reader && request.reader->isHung())
         _sweeper.add(folder, {}, _options.now());
-        return;
-    }
-    const auto [it, isNew] = _listings.try_emplace(folder);
-    if (!isNew) {
-        it->second.isWantedAgain = true;
-        return;
-    }
-    it->second.root = root;
-    it->second.isFirst = !_writer.view().roots[root].isCrawled;
-    if (it->second.isFirst)
-        ++_outstandingOf[root];
-    auto job = [this, folder, path,
-                   options = optionsFor(folder, root, false)]() -> Worker::Completion {
-        auto listing = std::make_shared<FolderListing>(listFolder(path, options));
-        return [this, folder, listing] { applyListing(folder, *listing); };
-    };
-    // Somebody has just made this folder and may look for it now; a crawl can wait.
-    if (reader)
-        reader->post(std::move(job), _options.now());
-    else if (it->second.isFirst)
-        _worker.post(std::move(job));
+    else if (!_writer.view().roots[request.root].isCrawled)
+        _listings.readFirst(request, _options.now());
     else
-        _worker.postUrgent(std::move(job));
+        _listings.read(request, _options.now());
 }
 
 void LiveIndex::checkFolders(const std::vector<FolderId> &folders, std::function<void()> whenDone)
 {
-    struct Check {
-        FolderId folder = nothing;
-        std::string path;
-        ListingOptions options;
-        FolderListing listing;
-    };
-    auto checks = std::make_shared<std::vector<Check>>();
+    std::vector<Listings::Request> requests;
     for (const auto folder : folders) {
-        const auto root = _writer.rootOf(folder);
-        auto *reader = readerOf(root);
-        if (reader && reader->isHung())
-            continue;
-        const auto [it, isNew] = _listings.try_emplace(folder);
-        if (!isNew) {
-            it->second.isWantedAgain = true;
-            continue;
-        }
-        it->second.root = root;
-        Check check{
-            folder, _writer.view().pathOfFolder(folder), optionsFor(folder, root, true), {}};
-        if (!reader) {
-            checks->push_back(std::move(check));
-            continue;
-        }
-        reader->post(
-            [this, check = std::move(check)]() mutable -> Worker::Completion {
-                auto listing =
-                    std::make_shared<FolderListing>(listFolder(check.path, check.options));
-                return [this, folder = check.folder, listing] { applyListing(folder, *listing); };
-            },
-            _options.now());
+        auto request = requestFor(folder, _writer.view().pathOfFolder(folder), true);
+        if (!request.reader || !request.reader->isHung())
+            requests.push_back(std::move(request));
     }
-    _worker.post([this, checks, whenDone = std::move(whenDone)]() -> Worker::Completion {
-        for (auto &check : *checks)
-            check.listing = listFolder(check.path, check.options);
-        return [this, checks, whenDone] {
-            for (const auto &check : *checks)
-                applyListing(check.folder, check.listing);
-            if (whenDone)
-                whenDone();
-        };
-    });
+    _listings.readTogether(requests, std::move(whenDone), _options.now());
 }
 
 // Taking what was read.
 
-void LiveIndex::applyListing(FolderId number, const FolderListing &listing)
+void LiveIndex::applyListing(
+    FolderId folder, const FolderListing &listing, Listings::Pending &pending)
 {
-    auto folder = number;
-    for (auto now = _renumbered.find(folder); now != _renumbered.end();
-         now = _renumbered.find(folder))
-        folder = now->second;
-    const auto found = _listings.find(folder);
-    if (found == _listings.end())
-        return;
-    auto pending = std::move(found->second);
-    _listings.erase(found);
     if (!_writer.isAlive(folder) || pending.isStale) {
         const bool isFree = listing.watch >= 0 && _writer.folderOfWatch(listing.watch) == nothing;
         if (isFree)
@@ -158,20 +101,14 @@ void LiveIndex::applyListing(FolderId number, const FolderListing &listing)
         takeListing(folder, listing, pending);
     }
     if (pending.isWantedAgain && _writer.isAlive(folder))
-        requestListing(folder, _writer.view().pathOfFolder(folder), _writer.rootOf(folder));
-    if (pending.isFirst)
-        finishListing(pending.root);
-    if (_listings.empty()) {
-        _early.clear();
-        _retired.clear();
-        _renumbered.clear();
-    }
+        requestListing(folder, _writer.view().pathOfFolder(folder));
 }
 
-void LiveIndex::takeListing(FolderId folder, const FolderListing &listing, Listing &pending)
+void LiveIndex::takeListing(
+    FolderId folder, const FolderListing &listing, Listings::Pending &pending)
 {
     if (!listing.isRead()) {
-        takeFailure(folder, listing, pending);
+        takeFailure(folder, listing);
         return;
     }
     const auto known = _writer.identityOf(folder);
@@ -192,11 +129,11 @@ void LiveIndex::takeListing(FolderId folder, const FolderListing &listing, Listi
     }
 }
 
-void LiveIndex::takeWatch(FolderId folder, const FolderListing &listing, Listing &pending)
+void LiveIndex::takeWatch(FolderId folder, const FolderListing &listing, Listings::Pending &pending)
 {
     _writer.setTime(folder, listing.time);
     const auto old = _writer.watchOf(folder);
-    if (listing.watch >= 0 && _retired.contains(listing.watch)) {
+    if (listing.watch >= 0 && _listings.isRetired(listing.watch)) {
         // Given back between the moment it was taken and now.
         pending.isWantedAgain = true;
         _writer.setWatch(folder, ChangeSource::noWatch);
@@ -214,10 +151,8 @@ void LiveIndex::takeWatch(FolderId folder, const FolderListing &listing, Listing
         if (old >= 0 && _writer.folderOfWatch(old) == nothing)
             unwatch(old);
     }
-    if (const auto early = _early.find(listing.watch); early != _early.end()) {
-        pending.touched.insert(pending.touched.end(), early->second.begin(), early->second.end());
-        _early.erase(early);
-    }
+    const auto early = _listings.takeEarly(listing.watch);
+    pending.touched.insert(pending.touched.end(), early.begin(), early.end());
     if (listing.watch >= 0 || _storms.isOff(folder))
         _sweeper.remove(folder);
     else
@@ -241,7 +176,7 @@ void LiveIndex::sweepLater(FolderId folder, const FolderListing &listing)
     }
 }
 
-void LiveIndex::takeFailure(FolderId folder, const FolderListing &listing, const Listing &pending)
+void LiveIndex::takeFailure(FolderId folder, const FolderListing &listing)
 {
     const auto parent = _writer.view().parentOf(folder);
     if (listing.isMissing() && parent != nothing) {
@@ -249,9 +184,8 @@ void LiveIndex::takeFailure(FolderId folder, const FolderListing &listing, const
         if (_writer.watchOf(folder) < 0)
             _sweeper.add(folder, {}, _options.now());
         const bool isParentLive = _writer.watchOf(parent) >= 0 && !_storms.isOff(parent);
-        if (!isParentLive && !_listings.contains(parent)) {
-            requestListing(parent, _writer.view().pathOfFolder(parent), pending.root);
-        }
+        if (!isParentLive && !_listings.isReading(parent))
+            requestListing(parent, _writer.view().pathOfFolder(parent));
         return;
     }
     const bool isForbidden = listing.error == EACCES || listing.error == EPERM;
@@ -268,11 +202,12 @@ void LiveIndex::takeFailure(FolderId folder, const FolderListing &listing, const
     sweepLater(folder, listing);
 }
 
-void LiveIndex::merge(FolderId folder, const Listing &pending, const FolderListing &listing)
+void LiveIndex::merge(
+    FolderId folder, const Listings::Pending &pending, const FolderListing &listing)
 {
     const auto path = _writer.view().pathOfFolder(folder);
     const auto start = [&](RecordId record, const FolderListing::Entry &entry) {
-        startFolder(record, pending.root, joinedPath(path, listing.nameOf(entry)));
+        startFolder(record, joinedPath(path, listing.nameOf(entry)));
     };
     const auto known = _writer.entriesOf(folder);
     if (known.empty() && (pending.isFirst || !onFileChanged)) {
@@ -319,10 +254,8 @@ void LiveIndex::merge(FolderId folder, const Listing &pending, const FolderListi
     }
 }
 
-void LiveIndex::finishListing(std::uint32_t root)
+void LiveIndex::noteCrawled(std::uint32_t root)
 {
-    if (--_outstandingOf[root] > 0)
-        return;
     _writer.setRootCrawled(root);
     _hasCrawled = true;
     noteCheck();
@@ -332,7 +265,7 @@ void LiveIndex::finishListing(std::uint32_t root)
 
 void LiveIndex::recheckAll()
 {
-    readApplications();
+    _applications.read();
     _recheckFrom = 0;
     if (!std::exchange(_isRechecking, true))
         recheckSlice();

@@ -14,7 +14,6 @@ void LiveIndex::startFromSnapshot()
         return;
     const auto &contents = loaded->contents;
     _writer.adopt(contents.base, contents.roots, contents.folderTimes);
-    _outstandingOf.resize(contents.roots.size());
     noteMounts();
     std::vector<std::string> roots;
     for (std::uint32_t root = 0; root < contents.roots.size(); ++root) {

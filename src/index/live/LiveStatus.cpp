@@ -21,7 +21,7 @@ void LiveIndex::setTakesFolders(bool takesFolders)
                                view.traitsOf(record).kind() == EntryKind::folder &&
                                _writer.folderFor(record) == nothing;
         if (isLeftOut)
-            startFolder(record, _writer.rootOf(view.folderOf(record)), view.pathOf(record));
+            startFolder(record, view.pathOf(record));
     };
     const auto mark = view.tail->mark();
     for (RecordId record = 0; record < view.tail->firstRecord(); ++record)
@@ -54,7 +54,7 @@ IndexStatus LiveIndex::status() const
         status.activities.push_back({Kind::compacting, {}});
     if (_isReadingTimes || !_times.isEmpty())
         status.activities.push_back({Kind::readingTimes, {}});
-    for (const auto &point : _toldHung)
+    for (const auto &point : _readers.hung())
         status.hungMounts.append(base::pathFromBytes(point));
     for (const auto &mount : _mounts) {
         // Of those below a searched folder the user may wonder.
@@ -97,7 +97,7 @@ LiveCounters LiveIndex::counters() const
 {
     auto counters = _counters;
     counters.stormFolders = _storms.offCount();
-    counters.hungMounts = _toldHung.size();
+    counters.hungMounts = _readers.hung().size();
     return counters;
 }
 

@@ -1,0 +1,254 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "index/live/Listings.h"
+#include "index/TemporaryTree.h"
+
+#include <QObject>
+#include <QTest>
+
+#include <future>
+#include <map>
+
+using namespace vellumhound::index;
+using namespace std::chrono_literals;
+using vellumhound::tests::TemporaryTree;
+
+class tst_Listings final : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void aFolderIsReadAndHandedOver();
+    void whatSomebodyMayLookForIsReadBeforeACrawl();
+    void aFolderRequestedWhileItIsReadIsWantedAgain();
+    void foldersAreReadTogetherAndTheEndIsAnnounced();
+    void changesWhileAFolderIsReadComeWithItsListing();
+    void aMovedFolderComesUnderItsNewNumberAndIsStale();
+    void changesOfUnknownWatchesWaitWhileSomethingIsRead();
+    void aFirstCrawlEndsWithItsLastFolder();
+    void whatAMountIsToReadCanBeAbandoned();
+};
+
+namespace {
+
+/// Listings by a worker that is stepped by hand, and what they hand over.
+struct Bench {
+    Bench()
+    {
+        listings.onRead = [this](FolderId folder, const FolderListing &listing, auto &pending) {
+            order.push_back(folder);
+            read[folder] = listing;
+            pendingOf[folder] = pending;
+            if (whileTaking)
+                whileTaking();
+        };
+        listings.onFirstCrawlEnded = [this](std::uint32_t root) { crawled.push_back(root); };
+    }
+    Listings::Request request(
+        FolderId folder, const std::string &name, std::uint32_t root = 0) const
+    {
+        Listings::Request request;
+        request.folder = folder;
+        request.path = tree.path(name);
+        request.root = root;
+        return request;
+    }
+    void work()
+    {
+        while (worker.step()) {
+        }
+    }
+    void take()
+    {
+        for (const auto &completion : worker.takeDone())
+            completion();
+    }
+
+    TemporaryTree tree;
+    Worker worker{{}};
+    Listings listings{worker};
+    std::vector<FolderId> order;
+    std::map<FolderId, FolderListing> read;
+    std::map<FolderId, Listings::Pending> pendingOf;
+    std::vector<std::uint32_t> crawled;
+    std::function<void()> whileTaking;
+    const Listings::Clock::time_point now{1h};
+};
+
+Change changeBy(int watch, const std::string &name)
+{
+    Change change;
+    change.watch = watch;
+    change.name = name;
+    return change;
+}
+
+}  // namespace
+
+void tst_Listings::aFolderIsReadAndHandedOver()
+{
+    Bench bench;
+    bench.tree.file("a/one");
+
+    bench.listings.read(bench.request(5, "a"), bench.now);
+    QVERIFY(bench.listings.isReading(5));
+    bench.work();
+    QVERIFY(!bench.listings.isEmpty());
+    bench.whileTaking = [&] { QVERIFY(!bench.listings.isReading(5)); };
+    bench.take();
+
+    QVERIFY(bench.listings.isEmpty());
+    QCOMPARE(bench.order, std::vector<FolderId>{5});
+    QCOMPARE(bench.read[5].entries.size(), std::size_t(1));
+    QVERIFY(!bench.pendingOf[5].isWantedAgain);
+    QVERIFY(!bench.pendingOf[5].isStale);
+    QVERIFY(bench.crawled.empty());
+}
+
+void tst_Listings::whatSomebodyMayLookForIsReadBeforeACrawl()
+{
+    Bench bench;
+
+    bench.listings.readFirst(bench.request(1, ""), bench.now);
+    bench.listings.readFirst(bench.request(2, ""), bench.now);
+    bench.listings.read(bench.request(3, ""), bench.now);
+    bench.work();
+    bench.take();
+
+    QCOMPARE(bench.order, (std::vector<FolderId>{3, 1, 2}));
+}
+
+void tst_Listings::aFolderRequestedWhileItIsReadIsWantedAgain()
+{
+    Bench bench;
+    bench.listings.read(bench.request(5, ""), bench.now);
+
+    bench.listings.read(bench.request(5, ""), bench.now);
+    bench.work();
+    bench.take();
+
+    QCOMPARE(bench.order, std::vector<FolderId>{5});
+    QVERIFY(bench.pendingOf[5].isWantedAgain);
+}
+
+void tst_Listings::foldersAreReadTogetherAndTheEndIsAnnounced()
+{
+    Bench bench;
+    int ended = 0;
+    bench.listings.readTogether(
+        {bench.request(1, ""), bench.request(2, "")}, [&] { ++ended; }, bench.now);
+    QVERIFY(bench.worker.step());
+    QVERIFY(!bench.worker.step());  // one job for both
+    QCOMPARE(ended, 0);
+    bench.take();
+    QCOMPARE(bench.order, (std::vector<FolderId>{1, 2}));
+    QCOMPARE(ended, 1);
+
+    bench.listings.readTogether(
+        {}, [&] { ++ended; }, bench.now);
+    bench.work();
+    bench.take();
+    QCOMPARE(ended, 2);
+}
+
+void tst_Listings::changesWhileAFolderIsReadComeWithItsListing()
+{
+    Bench bench;
+    bench.listings.noteChange(5, changeBy(1, "before"));
+
+    bench.listings.read(bench.request(5, ""), bench.now);
+    bench.listings.noteChange(5, changeBy(1, "while"));
+    bench.listings.noteChange(6, changeBy(1, "elsewhere"));
+    bench.work();
+    bench.take();
+
+    QCOMPARE(bench.pendingOf[5].touched, std::vector<Change>{changeBy(1, "while")});
+}
+
+void tst_Listings::aMovedFolderComesUnderItsNewNumberAndIsStale()
+{
+    Bench bench;
+    bench.listings.readFirst(bench.request(5, ""), bench.now);
+
+    bench.listings.noteMoved({{5, 9}, {6, 10}});
+    QVERIFY(!bench.listings.isReading(5));
+    QVERIFY(bench.listings.isReading(9));
+    bench.listings.noteMoved({{9, 12}});
+    bench.work();
+    bench.take();
+
+    QCOMPARE(bench.order, std::vector<FolderId>{12});
+    QVERIFY(bench.pendingOf[12].isStale);
+    QCOMPARE(bench.crawled, std::vector<std::uint32_t>{0});
+    QVERIFY(bench.listings.isEmpty());
+}
+
+void tst_Listings::changesOfUnknownWatchesWaitWhileSomethingIsRead()
+{
+    Bench bench;
+    bench.listings.noteEarly(changeBy(7, "nobody reads"));
+    bench.listings.noteRetired(7);
+    QVERIFY(bench.listings.takeEarly(7).empty());
+    QVERIFY(!bench.listings.isRetired(7));
+
+    bench.listings.read(bench.request(5, ""), bench.now);
+    bench.listings.noteEarly(changeBy(7, "one"));
+    bench.listings.noteEarly(changeBy(7, "two"));
+    bench.listings.noteEarly(changeBy(8, "three"));
+    bench.listings.noteRetired(9);
+    QCOMPARE(
+        bench.listings.takeEarly(7), (std::vector<Change>{changeBy(7, "one"), changeBy(7, "two")}));
+    QVERIFY(bench.listings.takeEarly(7).empty());
+    QVERIFY(bench.listings.isRetired(9));
+
+    // Their numbers may come again once nothing is being read.
+    bench.work();
+    bench.take();
+    QVERIFY(bench.listings.takeEarly(8).empty());
+    QVERIFY(!bench.listings.isRetired(9));
+}
+
+void tst_Listings::aFirstCrawlEndsWithItsLastFolder()
+{
+    Bench bench;
+    bench.listings.readFirst(bench.request(1, "", 3), bench.now);
+    bench.listings.readFirst(bench.request(5, "", 4), bench.now);
+    bool isFirst = true;
+    bench.whileTaking = [&] {
+        if (std::exchange(isFirst, false))
+            bench.listings.readFirst(bench.request(2, "", 3), bench.now);
+    };
+
+    bench.work();
+    bench.take();
+    QCOMPARE(bench.crawled, std::vector<std::uint32_t>{4});
+    bench.work();
+    bench.take();
+    QCOMPARE(bench.crawled, (std::vector<std::uint32_t>{4, 3}));
+}
+
+void tst_Listings::whatAMountIsToReadCanBeAbandoned()
+{
+    Bench bench;
+    std::promise<void> answered;
+    MountReader reader(
+        "/mount", [] {}, 10s);
+    reader.post(
+        [answer = answered.get_future().share()]() -> Worker::Completion {
+            answer.wait();
+            return [] {};
+        },
+        bench.now);
+    auto onMount = bench.request(5, "", 3);
+    onMount.reader = &reader;
+    bench.listings.readFirst(onMount, bench.now);
+    bench.listings.readFirst(bench.request(6, "", 4), bench.now);
+
+    QCOMPARE(bench.listings.abandon(reader), std::vector<FolderId>{5});
+    QVERIFY(!bench.listings.isReading(5));
+    QVERIFY(bench.listings.isReading(6));
+    QCOMPARE(bench.crawled, std::vector<std::uint32_t>{3});
+    QVERIFY(bench.listings.abandon(reader).empty());
+    answered.set_value();
+}
+
+QTEST_APPLESS_MAIN(tst_Listings)
+#include "tst_Listings.moc"

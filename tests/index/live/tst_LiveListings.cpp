@@ -1,0 +1,247 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "index/live/LiveBench.h"
+#include "index/live/LossySource.h"
+
+#include <QObject>
+#include <QTest>
+
+#include <filesystem>
+#include <sys/stat.h>
+#include <unistd.h>
+
+using namespace vellumhound;
+using namespace vellumhound::index;
+using namespace vellumhound::tests;
+
+class tst_LiveListings final : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void lostChangesAreMadeUpForByChecking();
+    void aRealOverflowIsMadeUpForWithoutACrawl();
+    void foldersBeyondTheLimitOfWatchesAreSwept();
+    void watchesThatBecomeFreeAreGivenOut();
+    void aFolderThatCouldNotBeReadIsTriedAgain();
+    void aRootThatVanishesAndComesBackIsReadAgain();
+    void crawlEventsAndSweepsTakeTheSameNames();
+    void nothingIsDueWhileEverythingIsWatched();
+};
+
+namespace {
+
+/// Somebody who may not read everything, for as long as this lives; owns the tree's top folders.
+class OrdinaryUser {
+public:
+    explicit OrdinaryUser(const TemporaryTree &tree)
+        : _former(::geteuid())
+    {
+        constexpr uid_t nobody = 65534;
+        if (_former != 0)
+            return;
+        for (const auto &entry : std::filesystem::directory_iterator(tree.path()))
+            [[maybe_unused]] const int failed = ::chown(entry.path().c_str(), nobody, gid_t(-1));
+        [[maybe_unused]] const int refused =
+            ::chown(tree.path().c_str(), nobody, gid_t(-1)) + ::seteuid(nobody);
+    }
+    ~OrdinaryUser() { [[maybe_unused]] const int refused = ::seteuid(_former); }
+    OrdinaryUser(const OrdinaryUser &) = delete;
+    OrdinaryUser &operator=(const OrdinaryUser &) = delete;
+
+private:
+    const uid_t _former;
+};
+
+}  // namespace
+
+void tst_LiveListings::lostChangesAreMadeUpForByChecking()
+{
+    const TemporaryTree tree;
+    tree.file("a/one");
+    tree.file("b/two");
+    tree.file("gone/deep/three");
+    Bench<LossySource> bench(neverCompacting());
+    bench.include(tree);
+
+    tree.file("a/new");
+    tree.remove("b/two");
+    tree.file("fresh/deep/four");
+    tree.move("gone", ".gone");
+    bench.source.losesChanges = true;
+    bench.settle();
+
+    QCOMPARE(bench.paths(tree), onDisk(tree));
+    tree.file("fresh/deep/five");
+    bench.settle();
+    QCOMPARE(bench.paths(tree), onDisk(tree));
+}
+
+void tst_LiveListings::aRealOverflowIsMadeUpForWithoutACrawl()
+{
+    const TemporaryTree tree;
+    for (int i = 0; i < 200; ++i)
+        tree.file("still" + std::to_string(i) + "/file");
+    tree.folder("busy");
+    RealBench bench(neverCompacting(), manyWatches);
+    bench.include(tree);
+    const auto overflow = [&] {
+        for (int i = 0; i < 10'000; ++i) {
+            const auto name = "busy/" + std::to_string(i);
+            tree.file(name);
+            if (i % 2 == 0)
+                tree.remove(name);
+        }
+        bench.settle();
+    };
+    // What changed just before the crawl read it is read again, since it may have changed after.
+    overflow();
+    QCOMPARE(bench.paths(tree), onDisk(tree));
+    const auto before = bench.live.counters();
+
+    tree.file("still7/late");
+    overflow();
+
+    QCOMPARE(bench.paths(tree), onDisk(tree));
+    QVERIFY(bench.live.counters().foldersRead - before.foldersRead < 20);
+    QVERIFY(bench.live.counters().foldersUnchanged - before.foldersUnchanged >= 190);
+}
+
+void tst_LiveListings::foldersBeyondTheLimitOfWatchesAreSwept()
+{
+    const TemporaryTree tree;
+    for (const auto *name : {"a", "b", "c", "d", "e"})
+        tree.file(std::string(name) + "/file");
+    QTest::ignoreMessage(QtWarningMsg,
+        "the limit of watched folders is reached (fs.inotify.max_user_watches); further folders "
+        "are compared by their times now and then");
+    RealBench bench(neverCompacting(), [] { return 3; });
+    bench.include(tree);
+    QCOMPARE(bench.paths(tree), onDisk(tree));
+    // The application folders of the machine have taken some of the three.
+    QVERIFY(bench.live.watchedFolderCount() <= 3);
+    QCOMPARE(bench.live.watchedFolderCount() + bench.live.sweptFolderCount(), std::size_t(6));
+
+    for (const auto *name : {"a", "b", "c", "d", "e"}) {
+        tree.file(std::string(name) + "/later");
+        tree.remove(std::string(name) + "/file");
+        tree.file(std::string(name) + "/new/deep");
+    }
+    bench.live.sweep();
+    bench.settle();
+
+    QCOMPARE(bench.paths(tree), onDisk(tree));
+    QVERIFY(bench.live.nextDue().has_value());
+}
+
+void tst_LiveListings::watchesThatBecomeFreeAreGivenOut()
+{
+    const TemporaryTree tree;
+    for (int i = 0; i < 20; ++i)
+        tree.file("folder" + std::to_string(i) + "/file");
+    QTest::ignoreMessage(QtWarningMsg,
+        "the limit of watched folders is reached (fs.inotify.max_user_watches); further folders "
+        "are compared by their times now and then");
+    int budget = 5;
+    RealBench bench(neverCompacting(), [&budget] { return budget; });
+    bench.include(tree);
+    QVERIFY(bench.live.sweptFolderCount() >= 16);
+
+    budget = 100;
+    for (int i = 0; i < 1100; ++i) {  // the source asks for its limit now and then only
+        bench.live.sweep();
+        bench.settle();
+        if (bench.live.sweptFolderCount() == 0)
+            break;
+    }
+
+    QCOMPARE(bench.live.watchedFolderCount(), std::size_t(21));
+    QVERIFY(!bench.live.nextDue());
+}
+
+void tst_LiveListings::aFolderThatCouldNotBeReadIsTriedAgain()
+{
+    const TemporaryTree tree;
+    tree.file("closed/file");
+    const OrdinaryUser user(tree);
+    ::chmod(tree.path("closed").c_str(), 0);
+    RealBench bench(neverCompacting(), manyWatches);
+    bench.include(tree);
+    QCOMPARE(bench.paths(tree), Paths{"closed"});
+
+    ::chmod(tree.path("closed").c_str(), 0755);
+    bench.pass(std::chrono::seconds(30));
+
+    QCOMPARE(bench.paths(tree), onDisk(tree));
+    QVERIFY(!bench.live.nextDue());
+}
+
+void tst_LiveListings::aRootThatVanishesAndComesBackIsReadAgain()
+{
+    const TemporaryTree tree;
+    tree.file("root/one");
+    RealBench bench(neverCompacting(), manyWatches);
+    bench.include(tree, "root");
+
+    tree.move("root", "elsewhere");
+    bench.settle();
+    QCOMPARE(bench.paths(tree), Paths{});
+    QVERIFY(bench.live.nextDue().has_value());
+
+    tree.file("root/two");
+    bench.live.sweep();
+    bench.settle();
+    tree.file("root/three");
+    bench.settle();
+    QCOMPARE(bench.paths(tree), (Paths{"root/two", "root/three"}));
+}
+
+void tst_LiveListings::crawlEventsAndSweepsTakeTheSameNames()
+{
+    const std::vector<std::string> names{
+        "plain", ".hidden", "..two", "...", "a.b", " .x", "~", "#"};
+    const Paths taken{"plain", "a.b", " .x", "~", "#"};
+    for (const auto &name : names)
+        QCOMPARE(isIndexedName(name), taken.contains(name));
+    const auto make = [&](const TemporaryTree &tree) {
+        for (const auto &name : names)
+            tree.file(name);
+    };
+
+    const TemporaryTree crawled;
+    make(crawled);
+    RealBench crawl(neverCompacting(), manyWatches);
+    crawl.include(crawled);
+    QCOMPARE(crawl.paths(crawled), taken);
+
+    const TemporaryTree told;
+    RealBench events(neverCompacting(), manyWatches);
+    events.include(told);
+    make(told);
+    events.settle();
+    QCOMPARE(events.paths(told), taken);
+
+    const TemporaryTree swept;
+    QTest::ignoreMessage(QtWarningMsg,
+        "the limit of watched folders is reached (fs.inotify.max_user_watches); further folders "
+        "are compared by their times now and then");
+    RealBench sweeps(neverCompacting(), [] { return 0; });
+    sweeps.include(swept);
+    make(swept);
+    sweeps.live.sweep();
+    sweeps.settle();
+    QCOMPARE(sweeps.paths(swept), taken);
+}
+
+void tst_LiveListings::nothingIsDueWhileEverythingIsWatched()
+{
+    const TemporaryTree tree;
+    tree.file("a/b/c");
+    RealBench bench(neverCompacting(), manyWatches);
+
+    bench.include(tree);
+
+    QVERIFY(!bench.live.nextDue());
+    QVERIFY(!bench.live.step());
+}
+
+QTEST_GUILESS_MAIN(tst_LiveListings)
+#include "tst_LiveListings.moc"
