@@ -67,6 +67,16 @@ base::Result<SnapshotHeader> readHeader(int file, const std::array<char, 16> &ow
     return header;
 }
 
+/// Lets a section be written to, for this process alone. Where the machine's pages are larger than
+/// the file's, so can the neighbours that share a page with it.
+bool makeWritable(void *memory, std::uint64_t offset, std::uint64_t bytes)
+{
+    const auto pageBytes = std::uint64_t(::getpagesize());
+    const auto first = offset / pageBytes * pageBytes;
+    return ::mprotect(static_cast<char *>(memory) + first, offset + bytes - first,
+               PROT_READ | PROT_WRITE) == 0;
+}
+
 /// Over the file's pages; null if there is no room.
 std::shared_ptr<SnapshotMapping> mapFile(Descriptor file, const SnapshotHeader &header)
 {
@@ -82,9 +92,8 @@ std::shared_ptr<SnapshotMapping> mapFile(Descriptor file, const SnapshotHeader &
     ::madvise(memory, layout.offsetOf(SnapshotSection::names), MADV_POPULATE_READ);
 #endif
     auto mapping = std::make_shared<SnapshotMapping>(std::move(file), memory, header);
-    char *times = static_cast<char *>(memory) + layout.offsetOf(SnapshotSection::changeTimes);
-    const auto timesBytes = layout.bytesOf(SnapshotSection::changeTimes);
-    if (::mprotect(times, timesBytes, PROT_READ | PROT_WRITE) != 0)
+    using enum SnapshotSection;
+    if (!makeWritable(memory, layout.offsetOf(changeTimes), layout.bytesOf(changeTimes)))
         return nullptr;
     return mapping;
 }

@@ -61,7 +61,7 @@ static_assert(std::has_unique_object_representations_v<SnapshotHeader>);
 
 /// Where the sections stand in a file with such a header.
 struct SnapshotLayout {
-    /// Sections begin on pages, so that each can be mapped with its own rights.
+    /// Sections begin on the smallest pages there are; machines with larger ones read them as well.
     static constexpr std::uint64_t alignment = 4096;
 
     explicit SnapshotLayout(const SnapshotHeader &header);

@@ -7,8 +7,10 @@
 
 #include <csignal>
 #include <sched.h>
+#include <sys/mman.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
+#include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -23,6 +25,7 @@ private Q_SLOTS:
     void whatWasWrittenIsFoundAgain_data();
     void whatWasWrittenIsFoundAgain();
     void anEmptyIndexIsWrittenToo();
+    void aSnapshotIsTakenOverWherePagesAreLarge();
     void aMissingFileIsNoFault();
     void aFileCutAnywhereIsRefused();
     void aFlippedBitIsNoticedWhereverItStands();
@@ -41,6 +44,26 @@ private Q_SLOTS:
     void whatAKilledWriterLeftIsRemovedAndARunningOnesIsNot();
     void aWriterKilledAtAnyMomentLeavesAWholeFile();
 };
+
+namespace {
+
+// A machine of another kind: what its pages are like, and what was asked of them.
+std::size_t pageBytes = 0;  // 0: this machine's own
+const char *madeWritable = nullptr;
+
+}  // namespace
+
+extern "C" int getpagesize() noexcept
+{
+    return int(pageBytes != 0 ? pageBytes : std::size_t(::sysconf(_SC_PAGESIZE)));
+}
+
+extern "C" int mprotect(void *memory, std::size_t bytes, int rights) noexcept
+{
+    if ((rights & PROT_WRITE) != 0)
+        madeWritable = static_cast<const char *>(memory);
+    return int(::syscall(SYS_mprotect, memory, bytes, rights));
+}
 
 namespace {
 
@@ -155,6 +178,27 @@ void tst_Snapshot::anEmptyIndexIsWrittenToo()
     QVERIFY(bool(loaded));
     QVERIFY(useAll(*loaded.value()));
     QCOMPARE(loaded.value()->contents.base->recordCount(), 0U);
+}
+
+void tst_Snapshot::aSnapshotIsTakenOverWherePagesAreLarge()
+{
+    const Place place;
+    place.write(inventedIndex(20, 2000));
+    constexpr std::size_t largePage = 65536;
+
+    pageBytes = largePage;
+    const auto loaded = place.load();
+    pageBytes = 0;
+
+    QVERIFY2(bool(loaded), qUtf8Printable(loaded ? QString() : loaded.error().description));
+    const auto &mapping = *loaded.value()->mapping;
+    using enum SnapshotSection;
+    const char *begin = mapping.bytes(names).data() - mapping.layout().offsetOf(names);
+    QVERIFY(mapping.layout().offsetOf(changeTimes) % largePage != 0);
+    QCOMPARE(std::size_t(madeWritable - begin) % largePage, std::size_t(0));
+    loaded.value()->contents.base->names.setChangeTime(0, 7);
+    loaded.value()->contents.base->names.setChangeTime(1999, 7);
+    QVERIFY(useAll(*loaded.value()));
 }
 
 void tst_Snapshot::aMissingFileIsNoFault()
