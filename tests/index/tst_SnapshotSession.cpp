@@ -24,6 +24,7 @@ class tst_SnapshotSession final : public QObject {
 
 private Q_SLOTS:
     void theNextSessionFindsEverythingAtOnce();
+    void tablesFromTheFileGetTheirFilter();
     void changesMadeMeanwhileAreFound();
     void changesAfterTheStartAreFoundBeforeTheCheckHasEnded();
     void anyMixtureOfChangesAndSessionsEndsInWhatIsOnTheDisk_data();
@@ -58,6 +59,7 @@ public:
     {
         LiveIndexOptions options;
         options.compactAbove = 1'000'000;
+        options.filterFrom = 1;
         options.snapshot.folder = tree.path("cache");
         return options;
     }
@@ -181,6 +183,24 @@ void tst_SnapshotSession::theNextSessionFindsEverythingAtOnce()
     QCOMPARE(session.paths(), disk);
     QCOMPARE(session.live.watchedFolderCount(), std::size_t(10));
     QVERIFY(!session.live.nextSave());
+}
+
+void tst_SnapshotSession::tablesFromTheFileGetTheirFilter()
+{
+    const TemporaryTree tree;
+    makeHome(tree);
+    Session(tree).save();
+
+    Session session(tree);
+    const auto loaded = session.published.current();
+    const auto before = session.search("e");
+    session.settle();
+
+    const auto view = session.published.current();
+    QCOMPARE(view->base, loaded->base);
+    QVERIFY(view->filter);
+    QVERIFY(view->filter->memoryBytes() > 0);
+    QCOMPARE(session.search("e"), before);
 }
 
 void tst_SnapshotSession::changesMadeMeanwhileAreFound()

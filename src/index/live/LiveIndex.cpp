@@ -317,10 +317,11 @@ void LiveIndex::compactIfWorthIt()
     _stopsOfCompaction = {_plan.stops().begin(), _plan.stops().end()};
     _keeper.noteChanges(_writer.changeCount());
     _keeper.beginBase();
-    _worker.post([this, build = _writer.beginCompaction()]() -> Worker::Completion {
-        auto compacted = std::make_shared<CompactedIndex>(build());
-        return [this, compacted] { _compacted = std::move(*compacted); };
-    });
+    _worker.post(
+        [this, build = _writer.beginCompaction(_options.filterFrom)]() -> Worker::Completion {
+            auto compacted = std::make_shared<CompactedIndex>(build());
+            return [this, compacted] { _compacted = std::move(*compacted); };
+        });
 }
 
 bool LiveIndex::step()

@@ -43,6 +43,8 @@ struct LiveIndexOptions {
     std::chrono::milliseconds hangLimit = std::chrono::seconds(10);
     /// So many changes, and a sixteenth of the whole, are put into a new base.
     std::uint32_t compactAbove = 4096;
+    /// A base of so many names gets a filter.
+    std::uint32_t filterFrom = BlockFilter::usualLeast;
     SnapshotOptions snapshot;
 };
 
@@ -159,6 +161,7 @@ private:
     void giveUpHungMounts(Clock::time_point now);
     void takeApplications(ApplicationTable table, const std::vector<int> &freed);
     void snapshotChecked(const SnapshotKeeper::CheckOutcome &outcome);
+    void makeFilter();
     void startOver();
     void startRoot(const std::string &path);
     void compactIfWorthIt();

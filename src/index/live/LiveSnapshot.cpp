@@ -47,9 +47,22 @@ void LiveIndex::snapshotChecked(const SnapshotKeeper::CheckOutcome &outcome)
         startRoot(entry.path);
     }
     _writer.view().base->names.summarize();
+    makeFilter();
     recheckAll();
     // What was written to meanwhile has left the times of the folders as they were.
     refreshTimes();
+}
+
+/// The file holds none, and without one a search in many names is slow until the next compaction.
+void LiveIndex::makeFilter()
+{
+    const std::shared_ptr<const IndexBase> base = _writer.view().base;
+    if (base->recordCount() < _options.filterFrom)
+        return;
+    _worker.post([this, base]() -> Worker::Completion {
+        auto filter = std::make_shared<const BlockFilter>(base->names);
+        return [this, base, filter] { _writer.setFilter(base, filter); };
+    });
 }
 
 void LiveIndex::startOver()

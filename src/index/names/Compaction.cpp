@@ -197,9 +197,9 @@ CompactedIndex compact(const IndexView &view, const IndexTail::Mark &mark, Folde
     std::uint32_t filterFrom)
 {
     auto compacted = Compactor(view, mark, folderEnd).run();
-    auto &base = *compacted.base;
+    const auto &base = *compacted.base;
     if (base.recordCount() >= filterFrom)
-        base.filter = std::make_unique<const BlockFilter>(base.names);
+        compacted.filter = std::make_shared<const BlockFilter>(base.names);
     return compacted;
 }
 

@@ -12,7 +12,8 @@ namespace vellumhound::index {
 /// A base built from a view, and where its records and folders have gone.
 struct CompactedIndex {
     std::shared_ptr<IndexBase> base;
-    std::vector<RecordId> newRecords;  ///< by old number; `nothing` for what was dead
+    std::shared_ptr<const BlockFilter> filter;  ///< null where a scan does as well
+    std::vector<RecordId> newRecords;           ///< by old number; `nothing` for what was dead
     std::vector<FolderId> newFolders;
     std::vector<std::int64_t> folderTimes;  ///< those known when it began, by new number
     std::vector<IndexRoot> roots;           ///< those of the view, with new folders

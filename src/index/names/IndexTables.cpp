@@ -33,7 +33,7 @@ FolderId IndexBase::folderFor(RecordId record) const
 
 std::size_t IndexBase::memoryBytes() const
 {
-    return names.memoryBytes() + (filter ? filter->memoryBytes() : 0) +
+    return names.memoryBytes() +
            sizeof(std::uint32_t) * (firstRecords.size() + records.size() + parents.size() +
                                        subtreeEnds.size() + byRecord.size());
 }

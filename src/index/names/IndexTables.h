@@ -2,7 +2,6 @@
 // long: base and tail are read side by side
 #pragma once
 
-#include "index/names/BlockFilter.h"
 #include "index/names/NameBlock.h"
 #include "index/names/Needle.h"
 
@@ -68,7 +67,6 @@ struct IndexBase {
     Column subtreeEnds;
     Column byRecord;
     ByteFrequencies frequencies = usualFrequencies();
-    std::unique_ptr<const BlockFilter> filter;  ///< null where a scan does as well
 
 private:
     FolderTables _own;  // empty over foreign memory

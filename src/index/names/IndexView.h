@@ -3,6 +3,7 @@
 
 #include "index/disk/DesktopEntries.h"
 #include "index/disk/MountTable.h"
+#include "index/names/BlockFilter.h"
 #include "index/names/IndexTables.h"
 
 #include <condition_variable>
@@ -29,6 +30,8 @@ struct IndexRoot {
 struct IndexView {
     std::shared_ptr<IndexBase> base;
     std::shared_ptr<IndexTail> tail;
+    /// Of the base's names; null where a scan does as well, or while it is made.
+    std::shared_ptr<const BlockFilter> filter;
     std::vector<IndexRoot> roots;  ///< by root number
     std::shared_ptr<const ApplicationTable> applications;
     bool hasApplications = false;  ///< they have been read once

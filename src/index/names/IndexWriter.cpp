@@ -64,6 +64,7 @@ void IndexWriter::forgetAll(const std::function<void(int)> &unwatch)
     view->base = std::make_shared<IndexBase>(NameBlock::Capacity{});
     view->base->setFolders({{0}, {}, {}, {}, {}});
     view->tail = std::make_shared<IndexTail>(end, folderEnd());
+    view->filter = nullptr;
     for (auto &root : view->roots)
         root.folder = nothing;
     _view = std::move(view);
@@ -78,6 +79,16 @@ void IndexWriter::forgetAll(const std::function<void(int)> &unwatch)
     _addedCount = 0;
     ++_changeCount;
     publish();
+}
+
+void IndexWriter::setFilter(
+    const std::shared_ptr<const IndexBase> &base, std::shared_ptr<const BlockFilter> filter)
+{
+    if (base != _view->base)
+        return;
+    auto view = changedView();
+    view->filter = std::move(filter);
+    _view = std::move(view);
 }
 
 std::uint32_t IndexWriter::addRoot(const std::string &path)
@@ -489,6 +500,7 @@ void IndexWriter::finishCompaction(
     const auto old = std::exchange(_view, nullptr);
     auto view = std::make_shared<IndexView>(*old);
     view->base = compacted.base;
+    view->filter = compacted.filter;
     view->tail =
         std::make_shared<IndexTail>(view->base->recordCount(), FolderId(view->base->folderCount()));
     _view = view;
@@ -569,6 +581,7 @@ std::size_t IndexWriter::memoryBytes() const
 {
     constexpr std::size_t node = 40;  // of a hash table, bucket included
     auto bytes = _view->base->memoryBytes() + _view->tail->memoryBytes();
+    bytes += _view->filter ? _view->filter->memoryBytes() : 0;
     bytes += _watches.capacity() * sizeof(int) +
              (_times.capacity() + _identities.capacity()) * sizeof(std::int64_t);
     bytes += node * (_folderOfWatch.size() + _folderFor.size() + 2 * _runs.size());

@@ -33,6 +33,9 @@ public:
     /// Takes a base over with its roots, as the first thing. `folderTimes` by folder.
     void adopt(std::shared_ptr<IndexBase> base, std::vector<IndexRoot> roots,
         std::vector<std::int64_t> folderTimes);
+    /// What narrows the search in `base`; nothing happens if that is no longer the one.
+    void setFilter(
+        const std::shared_ptr<const IndexBase> &base, std::shared_ptr<const BlockFilter> filter);
     /// Forgets every entry and root at once, without looking at any. Numbers given so far stay
     /// valid and stand for what is gone. Not during a compaction.
     void forgetAll(const std::function<void(int)> &unwatch);

@@ -139,7 +139,7 @@ private:
     std::optional<std::vector<BlockFilter::Range>> narrowedBy(
         const Needle &needle, RecordId first, RecordId end) const
     {
-        const auto &filter = _view.base->filter;
+        const auto &filter = _view.filter;
         return filter ? filter->narrowed(needle, first, end) : std::nullopt;
     }
 
