@@ -101,10 +101,11 @@ void tst_SlowMounts::typesThatMayHangAreKnown_data()
 {
     QTest::addColumn<QString>("type");
     QTest::addColumn<bool>("mayHang");
-    for (const auto *type : {"nfs", "nfs4", "cifs", "smb3", "fuse", "fuse.sshfs", "fuseblk", "9p",
-             "ceph", "autofs", "somethingnew"})
+    for (const auto *type : {"nfs", "nfs4", "cifs", "smb3", "fuse", "fuse.sshfs", "fuse.fuseblk",
+             "9p", "ceph", "autofs", "somethingnew"})
         QTest::newRow(type) << QString::fromLatin1(type) << true;
-    for (const auto *type : {"ext4", "btrfs", "xfs", "vfat", "overlay", "tmpfs", "proc"})
+    for (const auto *type :
+        {"ext4", "btrfs", "xfs", "vfat", "overlay", "tmpfs", "proc", "fuseblk", "fuseblk.ntfs-3g"})
         QTest::newRow(type) << QString::fromLatin1(type) << false;
 }
 

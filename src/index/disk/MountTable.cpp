@@ -31,6 +31,13 @@ std::string unescaped(std::string_view text)
     return out;
 }
 
+/// The kernel gives this type to no FUSE file system but one that a block device keeps, such as
+/// NTFS and exFAT. The program in between is of this machine, and answers as long as the disk does.
+bool isBlockDeviceOfFuse(std::string_view type)
+{
+    return type == "fuseblk" || type.starts_with("fuseblk.");
+}
+
 }  // namespace
 
 bool Mount::isLocalDisk() const
@@ -38,7 +45,7 @@ bool Mount::isLocalDisk() const
     static constexpr std::array types{"ext2"sv, "ext3"sv, "ext4"sv, "xfs"sv, "btrfs"sv, "f2fs"sv,
         "zfs"sv, "bcachefs"sv, "jfs"sv, "reiserfs"sv, "nilfs2"sv, "vfat"sv, "exfat"sv, "ntfs3"sv,
         "ntfs"sv, "hfsplus"sv, "hfs"sv, "udf"sv, "iso9660"sv, "overlay"sv, "squashfs"sv};
-    return std::find(types.begin(), types.end(), type) != types.end();
+    return std::find(types.begin(), types.end(), type) != types.end() || isBlockDeviceOfFuse(type);
 }
 
 bool Mount::mayHang() const

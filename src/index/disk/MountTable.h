@@ -14,10 +14,11 @@ struct Mount {
     std::string device;  ///< major:minor
     std::string type;    ///< "ext4"
 
-    /// Keeps files of this machine; false for pseudo, memory, network and FUSE file systems.
+    /// Keeps files of this machine, on a block device; false for pseudo, memory and network file
+    /// systems and for those of FUSE that no block device keeps.
     bool isLocalDisk() const;
-    /// Somebody else answers for it, another machine or another program, and may cease to: network
-    /// and FUSE file systems, and all of unknown type.
+    /// Somebody else answers for it, another machine or another program, and may cease to: all
+    /// that is no local disk, unless the kernel itself keeps it.
     bool mayHang() const;
 
     bool operator==(const Mount &) const = default;

@@ -19,6 +19,7 @@ private Q_SLOTS:
     void aBindMountIsEnteredOnce();
     void subvolumesOfOneFileSystemAreEntered();
     void pseudoAndNetworkMountsAreEnteredOnlyByName();
+    void aBlockDeviceThatFuseReadsIsEntered();
     void mountsAreParsed();
     void pathsAreStandardized();
 };
@@ -82,6 +83,17 @@ void tst_CrawlPlan::pseudoAndNetworkMountsAreEnteredOnlyByName()
     QVERIFY(!plan.descendsInto("/no/net"));
     QVERIFY(!plan.descendsInto("/no/fuse"));
     QVERIFY(plan.descendsInto("/no/disk"));
+}
+
+void tst_CrawlPlan::aBlockDeviceThatFuseReadsIsEntered()
+{
+    const std::vector<Mount> mounts{
+        {"/", "/", "8:1", "ext4"}, {"/no/ntfs", "/", "8:17", "fuseblk"}};
+
+    const CrawlPlan plan({"/"}, {}, mounts);
+
+    QVERIFY(plan.descendsInto("/no/ntfs"));
+    QVERIFY(plan.reaches("/no/ntfs/deep"));
 }
 
 void tst_CrawlPlan::mountsAreParsed()
