@@ -3,6 +3,7 @@
 
 #include "base/Fold.h"
 #include "base/NativePath.h"
+#include "index/disk/Paths.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -13,6 +14,7 @@
 #include <string_view>
 #include <sys/stat.h>
 #include <unistd.h>
+#include <utility>
 
 namespace vellumhound::index {
 
@@ -26,10 +28,22 @@ std::string bytesOf(const QString &path)
     return base::pathToBytes(path).toStdString();
 }
 
-bool isFolder(const std::string &path)
+/// Whether `path` leads to no file system that is to be avoided, neither itself nor by links.
+bool isSafe(const std::string &path, const std::vector<Mount> &avoided)
+{
+    return avoided.empty() || !resolvePath(avoided, path).hangs;
+}
+
+bool isSafeFolder(const std::string &path, const std::vector<Mount> &avoided)
 {
     struct stat status {};
-    return ::stat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode);
+    return isSafe(path, avoided) && ::stat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode);
+}
+
+bool isLink(const std::string &path)
+{
+    struct stat status {};
+    return ::lstat(path.c_str(), &status) == 0 && S_ISLNK(status.st_mode);
 }
 
 /// The content of a small regular file; absent if it is something else.
@@ -115,7 +129,9 @@ QStringList formsOfLanguage(const QString &language)
     return forms;
 }
 
-void collectFolders(const std::string &folder, int depth, QStringList &out)
+/// `folder` with all folders below it.
+void collectFolders(
+    const std::string &folder, int depth, const std::vector<Mount> &avoided, QStringList &out)
 {
     const std::unique_ptr<DIR, int (*)(DIR *)> dir(::opendir(folder.c_str()), ::closedir);
     if (!dir)
@@ -125,15 +141,17 @@ void collectFolders(const std::string &folder, int depth, QStringList &out)
         return;
     while (const auto *entry = ::readdir(dir.get())) {
         const auto path = folder + '/' + entry->d_name;
-        if (entry->d_name[0] != '.' && entry->d_type != DT_REG && isFolder(path))
-            collectFolders(path, depth + 1, out);
+        const bool mayBeFolder = entry->d_name[0] != '.' && entry->d_type != DT_REG;
+        if (mayBeFolder && isSafeFolder(path, avoided))
+            collectFolders(path, depth + 1, avoided, out);
     }
 }
 
 }  // namespace
 
-DesktopEntries::DesktopEntries(
-    const QString &dataHome, const QStringList &dataDirs, QStringList languages)
+DesktopEntries::DesktopEntries(const QString &dataHome, const QStringList &dataDirs,
+    QStringList languages, std::function<std::vector<Mount>()> mountsNow)
+    : _mountsNow(std::move(mountsNow))
 {
     QStringList data{dataHome};
     data += dataDirs;
@@ -154,9 +172,10 @@ DesktopEntries::DesktopEntries(
     _nameKeys.emplace_back("Name");
 }
 
-std::optional<std::string> DesktopEntries::visibleName(const std::string &path) const
+std::optional<std::string> DesktopEntries::visibleName(
+    const std::string &path, const std::vector<Mount> &avoided) const
 {
-    const auto content = readSmallFile(path);
+    const auto content = isSafe(path, avoided) ? readSmallFile(path) : std::nullopt;
     if (!content)
         return std::nullopt;
     bool isApplication = false;
@@ -188,17 +207,26 @@ std::optional<QString> DesktopEntries::applicationName(const QString &path) cons
         return std::nullopt;
     const bool isInside = std::any_of(_folders.begin(), _folders.end(),
         [&](const QString &folder) { return path.startsWith(folder + u'/'); });
-    const auto name = isInside ? visibleName(bytesOf(path)) : std::nullopt;
+    if (!isInside)
+        return std::nullopt;
+    // Whoever asks has read the folder, so only a link can lead to something that hangs.
+    const auto bytes = bytesOf(path);
+    auto avoided = isLink(bytes) ? _mountsNow() : std::vector<Mount>();
+    std::erase_if(avoided,
+        [&](const Mount &mount) { return !mount.mayHang() || pathBelow(bytes, mount.point); });
+    const auto name = visibleName(bytes, avoided);
     if (!name)
         return std::nullopt;
     return QString::fromStdString(*name);
 }
 
-std::vector<DesktopEntries::Found> DesktopEntries::entriesBelow(const std::string &top) const
+std::vector<DesktopEntries::Found> DesktopEntries::entriesBelow(
+    const std::string &top, const std::vector<Mount> &avoided)
 {
     std::vector<Found> found;
     QStringList folders;
-    collectFolders(top, 0, folders);
+    if (isSafe(top, avoided))
+        collectFolders(top, 0, avoided, folders);
     for (const auto &folder : std::as_const(folders)) {
         const auto bytes = bytesOf(folder);
         const std::unique_ptr<DIR, int (*)(DIR *)> dir(::opendir(bytes.c_str()), ::closedir);
@@ -219,15 +247,15 @@ std::vector<DesktopEntries::Found> DesktopEntries::entriesBelow(const std::strin
     return found;
 }
 
-ApplicationTable DesktopEntries::applications() const
+ApplicationTable DesktopEntries::applications(const std::vector<Mount> &avoided) const
 {
     ApplicationTable table;
     std::set<std::string> seen;
     for (const auto &folder : _folders) {
-        for (const auto &entry : entriesBelow(bytesOf(folder))) {
+        for (const auto &entry : entriesBelow(bytesOf(folder), avoided)) {
             if (!seen.insert(entry.id).second)
                 continue;
-            const auto name = visibleName(entry.path);
+            const auto name = visibleName(entry.path, avoided);
             if (!name)
                 continue;
             const bool isAscii = std::all_of(name->begin(), name->end(),
@@ -239,15 +267,15 @@ ApplicationTable DesktopEntries::applications() const
     return table;
 }
 
-QStringList DesktopEntries::watchedFolders() const
+QStringList DesktopEntries::watchedFolders(const std::vector<Mount> &avoided) const
 {
     QStringList watched;
     for (auto folder : _folders) {
-        if (isFolder(bytesOf(folder))) {
-            collectFolders(bytesOf(folder), 0, watched);
+        if (isSafeFolder(bytesOf(folder), avoided)) {
+            collectFolders(bytesOf(folder), 0, avoided, watched);
             continue;
         }
-        while (folder != u"/" && !isFolder(bytesOf(folder)))
+        while (folder != u"/" && !isSafeFolder(bytesOf(folder), avoided))
             folder = base::deletingLastPathComponent(folder);
         watched += folder;
     }

@@ -18,6 +18,16 @@ ApplicationWatch::ApplicationWatch(Worker &worker, ChangeSource &source, Desktop
 {
 }
 
+void ApplicationWatch::avoid(std::vector<Mount> mounts)
+{
+    _avoided = std::move(mounts);
+    for (const auto &folder : _entries.folders()) {
+        const auto resolved = resolvePath(_avoided, base::pathToBytes(folder).toStdString());
+        if (resolved.hangs)
+            std::erase(_avoided, Mount(*resolved.hangs));
+    }
+}
+
 void ApplicationWatch::read()
 {
     if (_isReading) {
@@ -25,8 +35,8 @@ void ApplicationWatch::read()
         return;
     }
     _isReading = true;
-    _worker.postUrgent([this]() -> Worker::Completion {
-        auto outcome = std::make_shared<Outcome>(watchAndRead());
+    _worker.postUrgent([this, avoided = _avoided]() -> Worker::Completion {
+        auto outcome = std::make_shared<Outcome>(watchAndRead(avoided));
         return [this, outcome] { take(std::move(*outcome)); };
     });
 }
@@ -40,12 +50,13 @@ void ApplicationWatch::noteChange(int watch)
 }
 
 /// On the worker's thread.
-ApplicationWatch::Outcome ApplicationWatch::watchAndRead() const
+ApplicationWatch::Outcome ApplicationWatch::watchAndRead(const std::vector<Mount> &avoided) const
 {
     Outcome outcome;
     // A folder that is made between the look and the watch is met by looking again.
     QStringList folders;
-    for (auto now = _entries.watchedFolders(); now != folders; now = _entries.watchedFolders()) {
+    for (auto now = _entries.watchedFolders(avoided); now != folders;
+         now = _entries.watchedFolders(avoided)) {
         folders = now;
         for (const auto &folder : folders) {
             const int descriptor = openFolder(base::pathToBytes(folder).toStdString(), true);
@@ -57,7 +68,7 @@ ApplicationWatch::Outcome ApplicationWatch::watchAndRead() const
             ::close(descriptor);
         }
     }
-    outcome.table = _entries.applications();
+    outcome.table = _entries.applications(avoided);
     return outcome;
 }
 

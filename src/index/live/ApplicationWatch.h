@@ -22,6 +22,9 @@ public:
     /// Called with what was read, and with the watches that are no longer needed for it.
     std::function<void(ApplicationTable, const std::vector<int> &freed)> onRead;
 
+    /// Mounts that may hang: what is read from now on leaves them out, but for those on which an
+    /// application folder itself lies.
+    void avoid(std::vector<Mount> mounts);
     /// Reads them anew; while they are being read, once more afterwards.
     void read();
     /// Takes a change in the folder of this watch, whoever's it is.
@@ -35,12 +38,13 @@ private:
         ApplicationTable table;
     };
 
-    Outcome watchAndRead() const;
+    Outcome watchAndRead(const std::vector<Mount> &avoided) const;
     void take(Outcome outcome);
 
     Worker &_worker;
     ChangeSource &_source;
     const DesktopEntries _entries;
+    std::vector<Mount> _avoided;
     std::unordered_set<int> _watches;
     std::unordered_set<int> _touchedWhileReading;  // watches
     bool _isReading = false;

@@ -190,6 +190,7 @@ void LiveIndex::noteMounts()
     const auto &roots = _writer.view().roots;
     _readers.assign(_mounts, roots);
     _writer.setSlowMounts(_readers.slowMounts());
+    _applications.avoid(_readers.slowMounts());
     for (std::uint32_t root = 0; root < _writer.view().roots.size(); ++root)
         _writer.setRootMayHang(root, _readers.readerOf(root) != nullptr);
 }

@@ -8,6 +8,7 @@
 using namespace vellumhound;
 using namespace Qt::StringLiterals;
 using index::DesktopEntries;
+using index::Mount;
 using tests::TemporaryTree;
 
 class tst_DesktopEntries final : public QObject {
@@ -22,6 +23,8 @@ private Q_SLOTS:
     void entriesInSubfoldersCount();
     void anEntryOutsideTheApplicationFoldersIsNone();
     void theExportFoldersAreAmongTheApplicationFolders();
+    void nothingIsReadOnAMountThatMayHang();
+    void anEntryThatLinksOntoAMountThatMayHangIsNone();
 };
 
 namespace {
@@ -85,7 +88,7 @@ void tst_DesktopEntries::whatIsNoVisibleApplicationIsLeftOut()
 
     const auto entries = entriesOf(tree);
 
-    QVERIFY(entries.applications().empty());
+    QVERIFY(entries.applications({}).empty());
     QVERIFY(!entries.applicationName(tree.text("one/applications/a.desktop")));
 }
 
@@ -98,7 +101,7 @@ void tst_DesktopEntries::theEntryOfHigherRankHidesOthersOfItsId()
     tree.file("home/applications/c.desktop", head + "Name=C\nNoDisplay=true\n");
     tree.file("two/applications/c.desktop", head + "Name=C\n");
 
-    const auto applications = entriesOf(tree).applications();
+    const auto applications = entriesOf(tree).applications({});
 
     QCOMPARE(applications.size(), std::size_t(2));
     QCOMPARE(applications[0].name, std::string("First"));
@@ -113,7 +116,7 @@ void tst_DesktopEntries::entriesInSubfoldersCount()
     tree.file("two/applications/kde-deep-a.desktop", head + "Name=Same id\n");
     tree.link("one/applications/loop", ".");
 
-    const auto applications = entriesOf(tree).applications();
+    const auto applications = entriesOf(tree).applications({});
 
     QVERIFY(!applications.empty());
     QCOMPARE(applications[0].name, std::string("Été"));
@@ -145,6 +148,55 @@ void tst_DesktopEntries::theExportFoldersAreAmongTheApplicationFolders()
     QVERIFY(folders.contains(u"/var/lib/flatpak/exports/share/applications"_s));
     QVERIFY(folders.contains(u"/var/lib/snapd/desktop/applications"_s));
     QVERIFY(folders.contains(tree.text("home/flatpak/exports/share/applications")));
+}
+
+void tst_DesktopEntries::nothingIsReadOnAMountThatMayHang()
+{
+    const TemporaryTree tree;
+    tree.file("net/a.desktop", head + "Name=Far\n");
+    tree.file("net/deep/b.desktop", head + "Name=Far and deep\n");
+    tree.file("one/applications/near.desktop", head + "Name=Near\n");
+    tree.link("one/applications/link.desktop", "../../net/a.desktop");
+    tree.link("one/applications/folder", tree.path("net/deep"));
+    tree.folder("two");
+    tree.link("two/applications", tree.path("net"));
+    const auto entries = entriesOf(tree);
+    QCOMPARE(entries.applications({}).size(), std::size_t(5));
+
+    const std::vector<Mount> avoided{{tree.path("net"), "/", "0:50", "nfs4"}};
+
+    const auto applications = entries.applications(avoided);
+    QCOMPARE(applications.size(), std::size_t(1));
+    QCOMPARE(applications[0].name, std::string("Near"));
+    const auto watched = entries.watchedFolders(avoided);
+    QVERIFY(watched.contains(tree.text("one/applications")));
+    QVERIFY(watched.contains(tree.text("two")));
+    QVERIFY(!watched.contains(tree.text("one/applications/folder")));
+    QVERIFY(!watched.contains(tree.text("two/applications")));
+}
+
+void tst_DesktopEntries::anEntryThatLinksOntoAMountThatMayHangIsNone()
+{
+    const TemporaryTree tree;
+    tree.file("net/a.desktop", head + "Name=Far\n");
+    tree.file("real/b.desktop", head + "Name=Near\n");
+    tree.folder("one/applications");
+    tree.link("one/applications/a.desktop", tree.path("net/a.desktop"));
+    tree.link("one/applications/b.desktop", tree.path("real/b.desktop"));
+    const auto nameAt = [&](const std::string &folder, const std::string &entry) {
+        const std::vector<Mount> mounts{
+            {"/", "/", "8:1", "ext4"}, {tree.path("net"), "/", "0:50", "nfs4"}};
+        return DesktopEntries(tree.text(folder), {}, {}, [mounts] {
+            return mounts;
+        }).applicationName(tree.text(folder + "/applications/" + entry));
+    };
+
+    QVERIFY(!nameAt("one", "a.desktop"));
+    QCOMPARE(nameAt("one", "b.desktop"), std::optional(u"Near"_s));
+    // Whoever has come onto the mount to ask may go on there.
+    tree.folder("net/applications");
+    tree.link("net/applications/own.desktop", "../a.desktop");
+    QCOMPARE(nameAt("net", "own.desktop"), std::optional(u"Far"_s));
 }
 
 QTEST_APPLESS_MAIN(tst_DesktopEntries)
