@@ -43,11 +43,14 @@ bool IndexQuery::startQuery()
         if (!text.empty() && std::find(texts.begin(), texts.end(), text) == texts.end())
             texts.push_back(text);
     }
-    if ((run->texts.empty() && run->contents.empty()) || _scopes.isEmpty())
+    if (run->texts.empty() && run->contents.empty())
         return false;
     ++_generation;
     _run = std::move(run);
-    _index.startRun(_run, _scopes);
+    if (_scopes.isEmpty())
+        _run->sender.send({_generation, {}});  // nothing to look through: the end, in a later turn
+    else
+        _index.startRun(_run, _scopes);
     return true;
 }
 

@@ -60,7 +60,7 @@ public:
 
     virtual void setPredicate(const MetadataPredicate &predicate) = 0;
     /// Folder paths (a leading tilde is the home directory), "/Applications" for the desktop
-    /// entries, or NSMetadataQueryLocalComputerScope.
+    /// entries, or NSMetadataQueryLocalComputerScope. Without any, a query ends without results.
     virtual void setSearchScopes(const QStringList &scopes) = 0;
     /// An empty list asks for the index's own order, the only one there is.
     virtual void setSortDescriptors(const QStringList &descriptors) = 0;

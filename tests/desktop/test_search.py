@@ -96,6 +96,18 @@ class TestSearch(DesktopCase):
         wait_until(started.exists, "the application has been started")
         program.wait_until_hidden()
 
+    def test_without_rules_nothing_is_found_and_the_text_stays(self):
+        self.home.set_setting("searchFiltersSettings", {"pathRules": []})
+        program = self.start_and_present()
+
+        self.session.type("re")
+        program.wait_for_box("re")
+        wait_until(lambda: program.part("Search", "text").description == "0 results", "nothing is found")
+
+        self.assertEqual(program.box, "re")
+        self.assertEqual(program.rows(), [])
+        self.assertNotIn("Search failed", program.output)
+
     def test_a_megabyte_of_pasted_text_is_survived(self):
         program = self.start_and_present()
         self.session.set_clipboard("report and more " * 65536)

@@ -32,7 +32,8 @@ private Q_SLOTS:
     void resultsAreNotCutAtAHundred();
     void aReaderWhoLeavesOffGetsTheEnd();
     void applicationsAreFoundByTheirNameAndOnce();
-    void aQueryWithoutTextOrScopeDoesNotStart();
+    void aQueryWithoutTextDoesNotStart();
+    void aQueryWithoutScopesEndsWithNothing();
     void aQueryForContentFindsNamesAloneWhereNoTextIsKept();
     void theQueryMayGoFromInsideItsNotification();
     void aMissingScopeEndsWithNothing();
@@ -295,13 +296,26 @@ void tst_IndexQuery::applicationsAreFoundByTheirNameAndOnce()
     }());
 }
 
-void tst_IndexQuery::aQueryWithoutTextOrScopeDoesNotStart()
+void tst_IndexQuery::aQueryWithoutTextDoesNotStart()
 {
     Session session;
     session.begin();
 
     QVERIFY(!session.start({}));
-    QVERIFY(!session.start(u"a"_s, {}));
+    QVERIFY(!session.query->resultAt(0));
+}
+
+void tst_IndexQuery::aQueryWithoutScopesEndsWithNothing()
+{
+    Session session;
+    session.tree.file("a");
+    session.begin();
+
+    QVERIFY(session.start(u"a"_s, {}));
+    QCOMPARE(session.finishCount, 0);
+    QTRY_COMPARE(session.finishCount, 1);
+
+    QCOMPARE(session.names(), QStringList());
     QVERIFY(!session.query->resultAt(0));
 }
 
