@@ -37,6 +37,7 @@ class FileSystem {
 public:
     virtual ~FileSystem() = default;
 
+    /// Links are followed: nothing exists at one that leads nowhere.
     virtual bool exists(const QString &path) const = 0;
     virtual base::Result<FileAttributes> attributes(const QString &path) const = 0;
     /// The entries without hidden ones, in standard-compare order of their names. Entries that

@@ -20,6 +20,7 @@ private Q_SLOTS:
     void theBeginningOfANameListsWhatBeginsSoInAnyCase();
     void theBeginningIsComparedWithTheNameOnDisk();
     void theBeginningBelowHomeIsFound();
+    void aBrokenLinkHidesNothingThatBeginsLikeIt();
     void hiddenFilesStayOut();
     void aPathThatLeadsNowhereIsEmpty();
     void aFolderThatCannotBeReadIsEmpty();
@@ -112,6 +113,15 @@ void tst_PathSearch::theBeginningBelowHomeIsFound()
     QCOMPARE(names(pathSearch(disk, u"~docu"_s)), QStringList(u"Documents"_s));
     QCOMPARE(names(pathSearch(disk, u"~"_s)), QStringList({u"Documents"_s, u"a"_s}));
     QCOMPARE(names(pathSearch(disk, u"~/"_s)), QStringList({u"Documents"_s, u"a"_s}));
+}
+
+void tst_PathSearch::aBrokenLinkHidesNothingThatBeginsLikeIt()
+{
+    fakes::FakeFileSystem disk;
+    disk.addBrokenLink(u"/d/report"_s);
+    disk.addFile(u"/d/reports.txt"_s);
+
+    QCOMPARE(names(pathSearch(disk, u"/d/report"_s)), QStringList({u"report"_s, u"reports.txt"_s}));
 }
 
 void tst_PathSearch::hiddenFilesStayOut()

@@ -29,6 +29,12 @@ public:
     {
         put(path, {base::lastPathComponent(path), false, false, size, type});
     }
+    /// A link that leads nowhere.
+    void addBrokenLink(const QString &path)
+    {
+        put(path,
+            {base::lastPathComponent(path), false, false, std::nullopt, base::UTType::symlink()});
+    }
     /// Adds an entry exactly as told.
     void put(const QString &path, platform::FileAttributes attributes)
     {
@@ -80,7 +86,8 @@ public:
     {
         const std::lock_guard lock(_mutex);
         ++_calls;
-        return _entries.contains(path);
+        const auto entry = _entries.constFind(path);
+        return entry != _entries.constEnd() && entry->contentType != base::UTType::symlink();
     }
     base::Result<platform::FileAttributes> attributes(const QString &path) const override
     {

@@ -102,8 +102,7 @@ LinuxFileSystem::LinuxFileSystem(ApplicationEntryName applicationName)
 bool LinuxFileSystem::exists(const QString &path) const
 {
     struct stat status {};
-    return ::fstatat(AT_FDCWD, base::pathToBytes(path).constData(), &status, AT_SYMLINK_NOFOLLOW) ==
-           0;
+    return ::stat(base::pathToBytes(path).constData(), &status) == 0;
 }
 
 base::Result<FileAttributes> LinuxFileSystem::attributes(const QString &path) const
