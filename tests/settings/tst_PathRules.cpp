@@ -150,10 +150,10 @@ private Q_SLOTS:
 
     void aTildeSortsAsItIsStored()
     {
-        const auto sorted = sortedPathRules(rulesOf(u"+/zzz +~/a"_s));
+        // Spelled out, the home folder would go ahead of "/zzz"; a tilde goes behind a slash.
+        const auto sorted = sortedPathRules(rulesOf(u"+~/a +/zzz"_s));
 
-        QCOMPARE(sorted, sortedPathRules(rulesOf(u"+~/a +/zzz"_s)));
-        QVERIFY(sorted.contains({u"~/a"_s, true}));
+        QCOMPARE(textOf(sorted), u"+/zzz +~/a"_s);
     }
 
     void homeIsShownAsATilde()
