@@ -56,7 +56,7 @@ void FileBrowserModel::loadFavorites()
 
 /// Shows a row for each favorite whose file is there. The disks are asked on a worker, as a
 /// favorite may lie on one that hangs; an answer that comes late counts while the list is still
-/// theirs.
+/// theirs, and leaves a user who has gone down into one where they are.
 void FileBrowserModel::showFavorites()
 {
     QStringList paths;
@@ -72,13 +72,18 @@ void FileBrowserModel::showFavorites()
         }
         return files;
     };
-    const auto show = [this, alive = std::weak_ptr(_alive), generation = ++_favoritesGeneration](
-                          const FileList &files) {
-        if (!alive.expired() && generation == _favoritesGeneration &&
-            _resultType == ResultType::favorites)
+    const auto isLate = std::make_shared<bool>(false);
+    const auto show = [this, alive = std::weak_ptr(_alive), generation = ++_favoritesGeneration,
+                          isLate](const FileList &files) {
+        if (alive.expired() || generation != _favoritesGeneration ||
+            _resultType != ResultType::favorites)
+            return;
+        if (*isLate && !_root)
+            fillTopLevel(files, ResultType::favorites, SearchStatus::results(files.size()));
+        else
             showFiles(files, ResultType::favorites);
     };
-    _environment.background.runWaiting<FileList>(listingPatience, make, show);
+    *isLate = !_environment.background.runWaiting<FileList>(listingPatience, make, show);
 }
 
 void FileBrowserModel::toggleFavorite(const FilePtr &file)

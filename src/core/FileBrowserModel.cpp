@@ -5,6 +5,7 @@
 #include "base/MainQueue.h"
 #include "core/FileListing.h"
 #include "core/FileSorting.h"
+#include "core/SearchEnd.h"
 
 #include <algorithm>
 #include <utility>
@@ -52,6 +53,7 @@ FileBrowserModel::~FileBrowserModel()
 void FileBrowserModel::setSearchText(const QString &text)
 {
     assign(_searchText, text, searchTextChange);
+    _isTextOfRows = false;
     announce();
 }
 
@@ -88,8 +90,9 @@ void FileBrowserModel::setSelectSearchText(bool isSelected)
 void FileBrowserModel::showFiles(const FileList &list, ResultType type)
 {
     assign(_currentSearchedText, _searchText, currentSearchedTextChange);
+    _gatheredText.reset();
     assign(_searchStatus, SearchStatus::results(list.size()), searchStatusChange);
-    assignResults(sortsFoldersFirst() ? sortedFoldersFirst(list) : list);
+    assignResults(sortedResults(list));
     assign(_resultType, type, resultTypeChange);
     assignFiles(_results);
     assign(_details, {}, detailsChange);
@@ -102,23 +105,59 @@ void FileBrowserModel::showFiles(const FileList &list, ResultType type)
 
 void FileBrowserModel::appendFiles(const FileList &list)
 {
-    auto merged = _results + list;
-    QList<Range> ranges{{_results.size(), list.size()}};
-    bool isGrowth = _files == _results;
-    if (sortsFoldersFirst()) {
-        // Folders of the batch go behind those that stand already, its files to the end.
-        const auto isFolder = [](const FilePtr &file) { return file->isDirectory; };
-        const auto oldFolders = std::count_if(_results.begin(), _results.end(), isFolder);
-        const auto newFolders = std::count_if(list.begin(), list.end(), isFolder);
-        isGrowth = isGrowth && isSortedFoldersFirst(_results);
-        merged = sortedFoldersFirst(merged);
-        ranges = {
-            {oldFolders, newFolders}, {_results.size() + newFolders, list.size() - newFolders}};
+    assign(_results, sortedResults(_results + list), resultsChange);
+    if (_root) {
+        assignFiles(_results);
+        select(_files.isEmpty() ? nullptr : _files.first());
     }
-    ranges.removeIf([](const Range &range) { return range.count == 0; });
-    assign(_results, merged, resultsChange);
-    assignFiles(_results, isGrowth ? ranges : QList<Range>());
-    select(_files.isEmpty() ? nullptr : _files.first());
+    announce();
+}
+
+void FileBrowserModel::beginResults(const QString &text)
+{
+    const bool isWrittenForIt = !_isTextOfRows && _searchText.trimmed() == text;
+    if (_root || isWrittenForIt) {
+        // A box that named the rows so far names the new ones.
+        if (_isTextOfRows)
+            writeTextOfRows(text);
+        reset(false, SearchStatus::searching());
+        _gatheredText = text;
+    } else {
+        assign(_currentSearchedText, text, currentSearchedTextChange);
+        fillTopLevel({}, ResultType::search, SearchStatus::searching());
+    }
+}
+
+void FileBrowserModel::endResults(const FileList &list, const QString &text)
+{
+    switch (describeSearchEnd({text, _searchText, _isTextOfRows, _root})) {
+    case SearchEnd::showList:
+        if (_isTextOfRows)
+            writeTextOfRows(text);
+        showFiles(list, ResultType::search);
+        break;
+    case SearchEnd::fillTopLevel:
+        assign(_currentSearchedText, text, currentSearchedTextChange);
+        fillTopLevel(list, ResultType::search, SearchStatus::results(list.size()));
+        break;
+    case SearchEnd::goHome:
+        // A list that came from elsewhere after the box was emptied stays.
+        if (!_searchStatus.isResults())
+            reset(true, SearchStatus::noResults());
+        break;
+    case SearchEnd::leaveToTheNext:
+        break;
+    }
+}
+
+/// Makes `list` the top level of a user who is below it. The level on screen and its tree stay.
+void FileBrowserModel::fillTopLevel(
+    const FileList &list, ResultType type, const SearchStatus &status)
+{
+    releaseTrees(list + _files.mid(0, 1));
+    assign(_searchStatus, status, searchStatusChange);
+    assign(_results, sortedResults(list), resultsChange);
+    assign(_resultType, type, resultTypeChange);
     announce();
 }
 
@@ -127,7 +166,9 @@ void FileBrowserModel::reset(bool clearText, SearchStatus status)
     if (clearText) {
         assign(_searchText, {}, searchTextChange);
         assign(_currentSearchedText, {}, currentSearchedTextChange);
+        _isTextOfRows = false;
     }
+    _gatheredText.reset();
     assign(_searchStatus, status, searchStatusChange);
     assignResults({});
     assign(_resultType, ResultType::search, resultTypeChange);
@@ -160,15 +201,26 @@ void FileBrowserModel::goBack()
     const auto folder = _selectedFile->_parent;
     if (const auto grandparent = folder->_parent) {
         assignFiles(sortedContents(grandparent->_children, sortContents()));
-        assign(_searchText, grandparent->displayPath(), searchTextChange);
+        writeTextOfRows(grandparent->displayPath());
         assign(_root, false, rootChange);
     } else {
         assignFiles(_results);
-        assign(_searchText, _currentSearchedText, searchTextChange);
+        writeTextOfRows(_currentSearchedText);
         assign(_root, true, rootChange);
     }
-    select(folder);
+    select(rowOf(folder));
     announce();
+}
+
+/// The row of the list on screen for the folder that the user comes out of: the very record or,
+/// where the top level was replaced meanwhile, the one of the same path, else the first.
+FilePtr FileBrowserModel::rowOf(const FilePtr &folder) const
+{
+    if (_files.contains(folder))
+        return folder;
+    const auto found = std::find_if(_files.cbegin(), _files.cend(),
+        [&](const FilePtr &file) { return file->path == folder->path; });
+    return found != _files.cend() ? *found : _files.value(0);
 }
 
 void FileBrowserModel::selectNext()
@@ -207,15 +259,15 @@ void FileBrowserModel::assign(T &field, const std::type_identity_t<T> &value, Ch
     _changes |= change;
 }
 
-/// With `insertedRanges`, the change is the appearance of these rows; without, another list.
-void FileBrowserModel::assignFiles(const FileList &files, const QList<Range> &insertedRanges)
+void FileBrowserModel::assignFiles(const FileList &files)
 {
-    if (_files == files)
-        return;
-    _files = files;
-    _insertedRanges = insertedRanges;
-    ++_filesRevision;
-    _changes |= filesChange;
+    assign(_files, files, filesChange);
+}
+
+void FileBrowserModel::writeTextOfRows(const QString &text)
+{
+    assign(_searchText, text, searchTextChange);
+    _isTextOfRows = true;
 }
 
 void FileBrowserModel::assignResults(const FileList &list)
@@ -293,13 +345,12 @@ void FileBrowserModel::enterDetail(const FilePtr &detail)
     const auto order = sortContents();
     assignFiles(order == _detailsOrder ? _details : sortedContents(_details, order));
     select(detail);
-    if (const auto parent = detail->_parent) {
-        assign(_searchText, parent->displayPath(), searchTextChange);
-        assign(_root, false, rootChange);
-    } else {
-        assign(_searchText, _currentSearchedText, searchTextChange);
-        assign(_root, true, rootChange);
-    }
+    // The search goes on for the top level, whose rows bear its text from here on.
+    if (const auto text = std::exchange(_gatheredText, std::nullopt))
+        assign(_currentSearchedText, *text, currentSearchedTextChange);
+    const auto parent = detail->_parent;
+    writeTextOfRows(parent ? parent->displayPath() : _currentSearchedText);
+    assign(_root, !parent, rootChange);
     announce();
 }
 
@@ -324,9 +375,11 @@ settings::SortOption FileBrowserModel::sortContents() const
     return _fileSystemSettings.wrappedValue().sortContents;
 }
 
-bool FileBrowserModel::sortsFoldersFirst() const
+FileList FileBrowserModel::sortedResults(const FileList &list) const
 {
-    return _searchSettings.wrappedValue().sortResults == settings::SortOption::foldersFirst;
+    const bool areFoldersFirst =
+        _searchSettings.wrappedValue().sortResults == settings::SortOption::foldersFirst;
+    return areFoldersFirst ? sortedFoldersFirst(list) : list;
 }
 
 void FileBrowserModel::announce()
@@ -347,24 +400,9 @@ void FileBrowserModel::announce()
         {favoritesChange, &FileBrowserModel::favoritesChanged},
     };
     const auto changes = std::exchange(_changes, 0U);
-    if (changes & filesChange)
-        announceRows();
     for (const auto &[change, signal] : announcements) {
         if (changes & change)
             Q_EMIT(this->*signal)();
-    }
-}
-
-/// Before everything else, so that a list holds its rows when it hears of the selection.
-void FileBrowserModel::announceRows()
-{
-    const auto ranges = std::exchange(_insertedRanges, {});
-    if (ranges.isEmpty())
-        Q_EMIT filesReplaced();
-    const auto revision = _filesRevision;
-    for (const auto &range : ranges) {
-        if (revision == _filesRevision)  // else a slot has changed the rows, which told all of them
-            Q_EMIT filesInserted(range.first, range.count);
     }
 }
 

@@ -14,6 +14,7 @@
 #include <chrono>
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <set>
 #include <type_traits>
 #include <unordered_set>
@@ -67,6 +68,8 @@ public:
     /// The text of the box; below the top level the `displayPath` of the folder.
     const QString &searchText() const { return _searchText; }
     void setSearchText(const QString &text);
+    /// The box is empty because a person, or reset(), has emptied it.
+    bool isBoxEmptied() const { return _searchText.isEmpty() && !_isTextOfRows; }
     /// The text that the top-level list belongs to, which the box returns to.
     const QString &currentSearchedText() const { return _currentSearchedText; }
     SearchStatus searchStatus() const { return _searchStatus; }
@@ -99,8 +102,13 @@ public:
 
     /// Makes `list` the top level and selects its first row.
     void showFiles(const FileList &list, ResultType type);
-    /// Adds a batch to the top level and selects the first row.
+    /// Adds a batch to the top level and, if that is on screen, selects the first row.
     void appendFiles(const FileList &list);
+    /// The rows of a search for `text` begin to come in. They take the place of the list on screen,
+    /// as by reset(); below the top level they are what Left comes back to, and the level stays.
+    void beginResults(const QString &text);
+    /// The search for `text` has ended with `list`. Where that goes, describeSearchEnd() says.
+    void endResults(const FileList &list, const QString &text);
     void reset(bool clearText, SearchStatus status);
     /// Whether there is anything that a clear button could clear.
     bool hasActiveContent() const;
@@ -127,13 +135,7 @@ Q_SIGNALS:
     void searchStatusChanged();
     void resultsChanged();
     void resultTypeChanged();
-    /// `files` differ from before. For lists that keep rows of their own, filesReplaced() comes
-    /// ahead of all other signals of the operation or, where the list has only grown, one
-    /// filesInserted() for each run of new rows, in ascending order; applied one after the other
-    /// they lead from the old list to the new one.
     void filesChanged();
-    void filesReplaced();
-    void filesInserted(qsizetype first, qsizetype count);
     void detailsChanged();
     void selectedFileChanged();
     void selectedDetailChanged();
@@ -150,27 +152,25 @@ private:
         FileList sorted;
         settings::SortOption order = settings::SortOption::relevance;
     };
-    struct Range {
-        qsizetype first = 0;
-        qsizetype count = 0;
-    };
 
     template <class T> void assign(T &field, const std::type_identity_t<T> &value, Change change);
-    void assignFiles(const FileList &files, const QList<Range> &insertedRanges = {});
+    void assignFiles(const FileList &files);
     void assignResults(const FileList &list);
+    void fillTopLevel(const FileList &list, ResultType type, const SearchStatus &status);
+    void writeTextOfRows(const QString &text);
     void assignFavorites(const QList<FavoritePtr> &favorites);
     void select(const FilePtr &file);
     void choose(const FilePtr &detail);
     void announce();
-    void announceRows();
     void step(int by);
 
     void loadDetails(const FilePtr &file);
     void takeDetails(const FilePtr &file, const Listing &listing);
     void enterDetail(const FilePtr &detail);
     void releaseTrees(const FileList &keptFiles);
+    FilePtr rowOf(const FilePtr &folder) const;
     settings::SortOption sortContents() const;
-    bool sortsFoldersFirst() const;
+    FileList sortedResults(const FileList &list) const;
 
     void showFavorites();
 
@@ -193,9 +193,9 @@ private:
     bool _selectSearchText = false;
     QList<FavoritePtr> _favorites;
 
-    unsigned _changes = 0;         // not announced yet
-    QList<Range> _insertedRanges;  // of the change of `files`; empty: replaced
-    std::uint64_t _filesRevision = 0;
+    bool _isTextOfRows = false;  // the way through the folders wrote `searchText`, not a person
+    std::optional<QString> _gatheredText;  // of the search that fills the list on screen
+    unsigned _changes = 0;                 // not announced yet
     std::uint64_t _selectionGeneration = 0;
     std::uint64_t _favoritesGeneration = 0;
     std::unordered_set<FilePtr> _loadedTrees;  // topmost records whose trees hold loaded children

@@ -54,26 +54,27 @@ base::Task FileSearchService::performSearch(QString text, FileBrowserModel &mode
         co_return;
     }
     model.setSearchStatus(SearchStatus::searching());
+    base::Result<FileList> found = FileList();
     if (isPathText(text)) {
         std::function<FileList()> work = [fileSystem = _environment.fileSystem, text] {
             return pathSearch(*fileSystem, text);
         };
         const auto list = co_await _environment.background.finish<FileList>(std::move(work));
-        if (list && text == model.searchText())
-            model.showFiles(*list, ResultType::search);
+        found = list.value_or(FileList());
     } else {
         const auto outcome = co_await runQuery(text, model, onBatch);
-        if (!outcome) {
-            base::printFailure(u"Search failed: "_s + outcome.error().description);
-            model.reset(true, SearchStatus::noResults());
-        } else if (text == model.searchText()) {
-            model.showFiles(model.files(), ResultType::search);
-        }
+        if (outcome)
+            found = model.results();
+        else
+            found = outcome.error();
     }
-    // A box that was emptied meanwhile stands for the home screen: no later search would take the
-    // sign of this one away, nor the rows that came after the box was emptied and that home hides.
-    if (model.searchText().isEmpty() && !model.searchStatus().isResults())
+    const bool isCancelled = co_await base::isTaskCancelled();
+    if (!found) {
+        base::printFailure(u"Search failed: "_s + found.error().description);
         model.reset(true, SearchStatus::noResults());
+    } else if (!isCancelled) {
+        model.endResults(found.value(), text);
+    }
     call(onFinished);
 }
 
@@ -90,20 +91,24 @@ base::Step<base::Outcome> FileSearchService::runQuery(
     if (!hasBegun)
         co_return base::Error{u"The file index could not begin the query."_s};
     bool isFirstBatch = true;
+    bool isCancelled = false;
     for (;;) {
         const auto batch = co_await stream.next();
-        const bool isCancelled = co_await base::isTaskCancelled();
+        isCancelled = co_await base::isTaskCancelled();
         if (!batch || isCancelled)
             break;
         const auto files = recordsOf(*batch);
         if (std::exchange(isFirstBatch, false))
-            model.reset(false, SearchStatus::searching());
+            model.beginResults(text);
         if (!files.isEmpty()) {
             model.appendFiles(files);
             call(onBatch);
         }
     }
-    if (isFirstBatch)
+    const bool isOldListLeft = isFirstBatch && !model.isBoxEmptied();
+    if (isOldListLeft && !isCancelled)
+        model.beginResults(text);
+    else if (isOldListLeft && model.root())
         model.reset(false, SearchStatus::searching());
     co_return std::monostate{};
 }

@@ -48,8 +48,9 @@ public:
 
     /// Searches for `text`, which must be the model's whole text: one that differs from it, be it
     /// by a blank at the end, is out of date and ends without a trace. `onBatch` runs after each
-    /// batch of a query, `onFinished` once at the end; either may be empty. A failure goes to
-    /// standard output as "Search failed: " and its reason, and leads home.
+    /// batch of a query, `onFinished` once at the end; either may be empty. A search that was
+    /// cancelled shows no final list. A failure goes to standard output as "Search failed: " and
+    /// its reason, and leads home.
     base::Task performSearch(QString text, FileBrowserModel &model, std::function<void()> onBatch,
         std::function<void()> onFinished);
 

@@ -70,11 +70,6 @@ FileList sortedFoldersFirst(FileList files)
     return files;
 }
 
-bool isSortedFoldersFirst(const FileList &files)
-{
-    return std::is_partitioned(files.begin(), files.end(), isFolder);
-}
-
 FileList sortedByName(FileList files)
 {
     base::StandardCompare().sort(

@@ -11,7 +11,6 @@ namespace vellumhound::core {
 
 /// Folders ahead of files, each group in the order given.
 FileList sortedFoldersFirst(FileList files);
-bool isSortedFoldersFirst(const FileList &files);
 /// By name as people read it, folders and files mixed.
 FileList sortedByName(FileList files);
 /// Folders ahead of files, then by the text of the type, then by name. Where a type is absent the

@@ -59,10 +59,8 @@ FileSearchView::FileSearchView(const Environment &environment, QObject *parent)
     , _environment(environment)
     , _modifier(environment.keyboardMonitor, *this)
 {
-    connect(&_environment.model, &core::FileBrowserModel::searchTextChanged, this, [this] {
-        if (_environment.focus.area() == FocusArea::search)
-            sendToPipeline(_environment.model.searchText());
-    });
+    connect(&_environment.model, &core::FileBrowserModel::searchTextChanged, this,
+        &FileSearchView::followText);
     connect(&_environment.focus, &keyboard::FocusState::areaChanged, this,
         &FileSearchView::followFocus);
 }
@@ -89,8 +87,10 @@ void FileSearchView::appear()
 
 void FileSearchView::disappear()
 {
-    _isShown = false;
+    if (!std::exchange(_isShown, false))
+        return;
     _modifier.disappear();
+    _environment.focus.areaLeft(FocusArea::search);
 }
 
 void FileSearchView::clear()
@@ -108,23 +108,30 @@ void FileSearchView::buildPipeline()
     _debounce.reset();
 }
 
-void FileSearchView::sendToPipeline(const QString &text)
+void FileSearchView::followText()
 {
-    _debounce = _environment.timer.after(debounceTime, [this, text] { searchTextPassed(text); });
+    // A text that came into the box from elsewhere takes the place of one that waits.
+    _debounce.reset();
+    if (_environment.focus.area() == FocusArea::search)
+        _debounce = _environment.timer.after(debounceTime, [this] { pauseEnded(); });
 }
 
-void FileSearchView::searchTextPassed(const QString &text)
+void FileSearchView::pauseEnded()
 {
-    const auto trimmed = text.trimmed();
-    if (trimmed.isEmpty()) {
+    const auto &boxText = _environment.model.searchText();
+    const auto text = boxText.trimmed();
+    if (text.isEmpty()) {
         _environment.model.reset(true, core::SearchStatus::noResults());
         return;
     }
+    // With blanks around it the text is not searched, so what runs or stands there stays.
+    if (text != boxText)
+        return;
     auto &service = _environment.fileSearchService;
     if (service.searchTask)
         service.searchTask->cancel();
     service.searchTask = service.performSearch(
-        trimmed, _environment.model, [] {}, [] {});
+        text, _environment.model, [] {}, [] {});
 }
 
 void FileSearchView::followFocus()

@@ -88,8 +88,8 @@ public:
 
 private:
     void buildPipeline();
-    void sendToPipeline(const QString &text);
-    void searchTextPassed(const QString &text);
+    void followText();
+    void pauseEnded();
     void followFocus();
     void recordCurrentSearch();
     bool handleFileKey(const base::KeyEvent &event);

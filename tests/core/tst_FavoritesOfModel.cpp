@@ -30,6 +30,9 @@ private Q_SLOTS:
     void aFavoriteWhoseFileIsGoneHasNoRow();
     void otherListsStayWhenFavoritesChange();
     void aFavoriteOnAHungDiskFreezesNothing();
+    void aLateAnswerLeavesWhoHasGoneDownWhereTheyAre();
+    void offsetsCountInTheFavoritesNotInTheRows_data();
+    void offsetsCountInTheFavoritesNotInTheRows();
     void aStoreThatCannotBeWrittenIsReported();
     void aStoreThatCannotBeReadIsReported();
 
@@ -210,6 +213,68 @@ void tst_FavoritesOfModel::aFavoriteOnAHungDiskFreezesNothing()
     QVERIFY(model().files().isEmpty());
     _core->disk->release(u"/a"_s);
     QTRY_COMPARE(CoreFixture::names(model().files()), QStringList(u"a"_s));
+}
+
+void tst_FavoritesOfModel::aLateAnswerLeavesWhoHasGoneDownWhereTheyAre()
+{
+    _core->disk->addFile(u"/a"_s);
+    _core->disk->addFile(u"/d/inside"_s);
+    toggle({u"/a"_s});
+    model().toggleFavorite(CoreFixture::folderAt(u"/d"_s));
+    model().showFiles({CoreFixture::folderAt(u"/d"_s)}, ResultType::favorites);
+    _core->queue.drain();
+    _core->disk->hang(u"/a"_s);
+    model().loadFavorites();
+    model().moveIntoFolder();
+    _core->queue.drain();
+    QVERIFY(!model().root());
+
+    const QSignalSpy results(&model(), &FileBrowserModel::resultsChanged);
+    _core->disk->release(u"/a"_s);
+    QTRY_COMPARE(results.count(), 1);
+
+    QVERIFY(!model().root());
+    QCOMPARE(CoreFixture::names(model().files()), QStringList(u"inside"_s));
+    QCOMPARE(model().selectedFile(), model().files().first());
+    // The way back leads to the new list, onto the folder's row in it.
+    model().goBack();
+    QCOMPARE(CoreFixture::names(model().files()), QStringList({u"d"_s, u"a"_s}));
+    QCOMPARE(model().selectedFile(), model().files().first());
+    QVERIFY(model().root());
+}
+
+void tst_FavoritesOfModel::offsetsCountInTheFavoritesNotInTheRows_data()
+{
+    QTest::addColumn<bool>("isOneGone");
+    QTest::addColumn<QString>("rowsBefore");
+    QTest::addColumn<QString>("rowsAfter");
+    QTest::newRow("a file is gone") << true << u"b d"_s << u"d b"_s;
+    QTest::newRow("folders first") << false << u"d a b"_s << u"d b a"_s;
+}
+
+void tst_FavoritesOfModel::offsetsCountInTheFavoritesNotInTheRows()
+{
+    QFETCH(bool, isOneGone);
+    QFETCH(QString, rowsBefore);
+    QFETCH(QString, rowsAfter);
+    _core->disk->addFile(u"/b"_s);
+    _core->disk->addFolder(u"/d"_s);
+    if (!isOneGone) {
+        _core->disk->addFile(u"/a"_s);
+        _core->sortResults(settings::SortOption::foldersFirst);
+    }
+    model().toggleFavorite(CoreFixture::folderAt(u"/d"_s));
+    toggle({u"/b"_s, u"/a"_s});
+    QCOMPARE(paths(), QStringList({u"/a"_s, u"/b"_s, u"/d"_s}));
+    model().showFiles({}, ResultType::favorites);
+    model().loadFavorites();
+    QCOMPARE(CoreFixture::names(model().files()).join(u' '), rowsBefore);
+
+    model().reorderFavorites({1}, isOneGone ? 3 : 0);
+
+    QCOMPARE(paths(), isOneGone ? QStringList({u"/a"_s, u"/d"_s, u"/b"_s})
+                                : QStringList({u"/b"_s, u"/a"_s, u"/d"_s}));
+    QCOMPARE(CoreFixture::names(model().files()).join(u' '), rowsAfter);
 }
 
 void tst_FavoritesOfModel::aStoreThatCannotBeWrittenIsReported()

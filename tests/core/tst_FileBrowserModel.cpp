@@ -11,30 +11,6 @@ using namespace vellumhound;
 using namespace vellumhound::core;
 using settings::SortOption;
 
-namespace {
-
-/// A list that keeps rows of its own and follows the signals of the model, as a view does.
-struct FollowingList {
-    explicit FollowingList(FileBrowserModel &model)
-    {
-        QObject::connect(&model, &FileBrowserModel::filesReplaced, &context, [&] {
-            rows = model.files();
-            ++replacements;
-        });
-        QObject::connect(&model, &FileBrowserModel::filesInserted, &context,
-            [&](qsizetype first, qsizetype count) {
-                for (auto i = first; i < first + count; ++i)
-                    rows.insert(i, model.files().at(i));
-            });
-    }
-
-    QObject context;
-    FileList rows;
-    int replacements = 0;
-};
-
-}  // namespace
-
 class tst_FileBrowserModel final : public QObject {
     Q_OBJECT
 
@@ -50,10 +26,12 @@ private Q_SLOTS:
     void appendingThrowsTheSelectionBackOnTheFirstRow();
     void appendingKeepsTheStatus();
     void laterFoldersGoAheadOfEarlierFiles();
-    void aGrowingListIsNeverReset_data();
-    void aGrowingListIsNeverReset();
-    void aListThatWasNotInOrderIsReplaced();
-    void appendingBelowTheTopLevelBringsTheTopLevelBack();
+    void aBatchThatComesWhileTheUserIsBelowStaysOffTheScreen();
+    void goingDownWhileRowsComeInKeepsTheirText();
+    void anotherSearchBelowKeepsTheLevelAndTheWayThroughIt();
+    void comingBackToRowsWithoutTheFolderSelectsTheFirst_data();
+    void comingBackToRowsWithoutTheFolderSelectsTheFirst();
+    void aBoxThatNamesTheRowsFollowsThem();
     void resettingEmptiesTheLists();
     void resettingMayKeepTheText();
     void anythingToClearCountsAsActiveContent();
@@ -231,59 +209,119 @@ void tst_FileBrowserModel::laterFoldersGoAheadOfEarlierFiles()
     QCOMPARE(model().selectedFile()->fileName, u"f1"_s);
 }
 
-void tst_FileBrowserModel::aGrowingListIsNeverReset_data()
+void tst_FileBrowserModel::aBatchThatComesWhileTheUserIsBelowStaysOffTheScreen()
 {
-    QTest::addColumn<bool>("areFoldersFirst");
-    QTest::newRow("by relevance") << false;
-    QTest::newRow("folders first") << true;
-}
-
-void tst_FileBrowserModel::aGrowingListIsNeverReset()
-{
-    QFETCH(bool, areFoldersFirst);
-    if (areFoldersFirst)
-        _core->sortResults(SortOption::foldersFirst);
-    FollowingList list(model());
-
-    for (int batch = 0; batch < 5; ++batch) {
-        const auto name = QString::number(batch);
-        model().appendFiles({CoreFixture::file(u"/a"_s + name),
-            CoreFixture::folderAt(u"/f"_s + name), CoreFixture::file(u"/b"_s + name)});
-        QCOMPARE(list.rows, model().files());
-    }
-    model().appendFiles({CoreFixture::folderAt(u"/last"_s)});
-    model().appendFiles({});
-    model().showFiles(model().files(), ResultType::search);
-
-    QCOMPARE(list.rows, model().files());
-    QCOMPARE(list.replacements, 0);
-}
-
-void tst_FileBrowserModel::aListThatWasNotInOrderIsReplaced()
-{
-    FollowingList list(model());
-    model().appendFiles({CoreFixture::file(u"/a"_s), CoreFixture::folderAt(u"/f"_s)});
-    _core->sortResults(SortOption::foldersFirst);
-
-    model().appendFiles({CoreFixture::file(u"/b"_s)});
-
-    QCOMPARE(list.rows, model().files());
-    QCOMPARE(list.replacements, 1);
-}
-
-void tst_FileBrowserModel::appendingBelowTheTopLevelBringsTheTopLevelBack()
-{
-    FollowingList list(model());
     model().appendFiles({CoreFixture::folderAt(u"/d"_s)});
     settle();
     model().moveIntoFolder();
     settle();
-    QCOMPARE(fileNames(), QStringList({u"a.txt"_s, u"e"_s}));
+    model().selectNext();
+    settle();
+    const auto level = model().files();
+    const auto selected = model().selectedFile();
 
     model().appendFiles({CoreFixture::file(u"/x"_s)});
+    settle();
 
+    QCOMPARE(model().files(), level);
+    QCOMPARE(model().selectedFile(), selected);
+    QVERIFY(!model().root());
+    model().goBack();
     QCOMPARE(fileNames(), QStringList({u"d"_s, u"x"_s}));
-    QCOMPARE(list.rows, model().files());
+}
+
+void tst_FileBrowserModel::goingDownWhileRowsComeInKeepsTheirText()
+{
+    model().setSearchText(u"word"_s);
+    model().beginResults(u"word"_s);
+    model().appendFiles({CoreFixture::folderAt(u"/d"_s)});
+    settle();
+    QCOMPARE(model().currentSearchedText(), QString());
+
+    model().moveIntoFolder();
+    settle();
+    QCOMPARE(model().currentSearchedText(), u"word"_s);
+    model().goBack();
+
+    QCOMPARE(model().searchText(), u"word"_s);
+}
+
+void tst_FileBrowserModel::anotherSearchBelowKeepsTheLevelAndTheWayThroughIt()
+{
+    const auto folder = CoreFixture::folderAt(u"/d"_s);
+    model().setSearchText(u"old"_s);
+    show({folder});
+    model().moveIntoFolder();
+    settle();
+    model().selectNext();
+    settle();
+    model().moveIntoFolder();
+    settle();
+    QCOMPARE(fileNames(), QStringList({u"b.txt"_s, u"f"_s}));
+
+    model().beginResults(u"new"_s);
+    model().appendFiles({CoreFixture::file(u"/x"_s), CoreFixture::folderAt(u"/d"_s)});
+    settle();
+    QCOMPARE(fileNames(), QStringList({u"b.txt"_s, u"f"_s}));
+    QVERIFY(model().searchStatus().isSearching());
+
+    model().goBack();
+    settle();
+    QCOMPARE(fileNames(), QStringList({u"a.txt"_s, u"e"_s}));
+    model().goBack();
+    settle();
+    // The record that the user came out of is none of the new rows: the one of its path is.
+    QCOMPARE(fileNames(), QStringList({u"x"_s, u"d"_s}));
+    QCOMPARE(model().selectedFile(), model().files().at(1));
+    QCOMPARE(model().searchText(), u"new"_s);
+    QCOMPARE(detailNames(), QStringList({u"a.txt"_s, u"e"_s}));
+}
+
+void tst_FileBrowserModel::comingBackToRowsWithoutTheFolderSelectsTheFirst_data()
+{
+    QTest::addColumn<QStringList>("paths");
+    QTest::newRow("other rows") << QStringList{u"/x"_s, u"/y"_s};
+    QTest::newRow("no rows") << QStringList();
+}
+
+void tst_FileBrowserModel::comingBackToRowsWithoutTheFolderSelectsTheFirst()
+{
+    QFETCH(QStringList, paths);
+    FileList list;
+    for (const auto &path : paths)
+        list.append(CoreFixture::file(path));
+    show({CoreFixture::folderAt(u"/d"_s)});
+    model().moveIntoFolder();
+    settle();
+
+    model().beginResults(u"new"_s);
+    model().endResults(list, u"new"_s);
+    model().goBack();
+    settle();
+
+    QCOMPARE(model().files(), list);
+    QCOMPARE(model().selectedFile(), list.value(0));
+    QVERIFY(model().searchStatus() == SearchStatus::results(list.size()));
+}
+
+void tst_FileBrowserModel::aBoxThatNamesTheRowsFollowsThem()
+{
+    show({CoreFixture::folderAt(u"/d"_s)}, ResultType::favorites);
+    model().moveIntoFolder();
+    settle();
+    model().goBack();
+    settle();
+    QVERIFY(model().searchText().isEmpty());
+    QVERIFY(!model().isBoxEmptied());
+
+    model().beginResults(u"word"_s);
+    QCOMPARE(model().searchText(), u"word"_s);
+    model().appendFiles({CoreFixture::file(u"/x"_s)});
+    model().endResults(model().results(), u"word"_s);
+
+    QCOMPARE(fileNames(), QStringList(u"x"_s));
+    QVERIFY(model().searchStatus() == SearchStatus::results(1));
+    QCOMPARE(model().currentSearchedText(), u"word"_s);
 }
 
 void tst_FileBrowserModel::resettingEmptiesTheLists()
@@ -714,14 +752,13 @@ void tst_FileBrowserModel::signalsComeWhenAllOfTheChangeIsMade()
         QVERIFY(model().searchStatus() == SearchStatus::results(1));
     };
     using Model = FileBrowserModel;
-    connect(&model(), &Model::filesReplaced, this, [&] { note(u"rows"_s); });
     connect(&model(), &Model::searchStatusChanged, this, [&] { note(u"status"_s); });
     connect(&model(), &Model::filesChanged, this, [&] { note(u"files"_s); });
     connect(&model(), &Model::selectedFileChanged, this, [&] { note(u"selection"_s); });
 
     model().showFiles({CoreFixture::file(u"/a"_s)}, ResultType::search);
 
-    QCOMPARE(order, QStringList({u"rows"_s, u"status"_s, u"files"_s, u"selection"_s}));
+    QCOMPARE(order, QStringList({u"status"_s, u"files"_s, u"selection"_s}));
     model().disconnect(this);
 }
 

@@ -2,6 +2,7 @@
 #include "CoreFixture.h"
 #include "support/CapturedOutput.h"
 
+#include <QSignalSpy>
 #include <QTest>
 
 using namespace Qt::StringLiterals;
@@ -35,6 +36,17 @@ private Q_SLOTS:
     void aSearchOfTheSameTextTakesTheOldOnesPlace();
     void batchesLandAfterTheTextHasGoneEmpty();
     void rowsThatCameAfterHomeWasShownGoWithTheSearch();
+    void rowsStayWhereTheWayBackEmptiedTheBox();
+    void aSearchEndsForTheTopLevelOfAUserWhoIsBelow();
+    void theFirstBatchLeavesTheLevelOnScreenAsItIs();
+    void aSearchThatWasTypedBelowTakesTheLevelsPlace();
+    void aPathListEndsForTheTopLevelOfAUserWhoIsBelow();
+    void aBlankTypedWhileGatheringLeavesNoSpinner();
+    void aTextThatStartsNoSearchLeavesNoSpinner();
+    void aCancelledSearchShowsNoFinalList();
+    void aSearchThatEndsBehindHomeDoesNotFlashTheBrowser();
+    void aListFromElsewhereSurvivesTheEndBehindAnEmptyBox();
+    void typingWhileABatchIsHandledEndsWithTheNewListAlone();
     void anIndexThatCannotBeginIsReported();
     void theServiceMaySearchAgainAfterAFailure();
     void aPathIsListedWithoutTheIndex();
@@ -77,6 +89,12 @@ private:
             index().append({FakeMetadataQuery::item(path)});
         index().postProgress();
         settle();
+    }
+    void findFolder(const QString &path)
+    {
+        index().append({FakeMetadataQuery::item(path,
+            {{QString::fromUtf16(platform::NSMetadataItemContentTypeKey), u"public.folder"_s}})});
+        find({});
     }
     void finish()
     {
@@ -364,6 +382,205 @@ void tst_FileSearchService::batchesLandAfterTheTextHasGoneEmpty()
     QVERIFY(model().searchStatus().isNoResults());
     QVERIFY(fileNames().isEmpty());
     QCOMPARE(_ends, 1);
+}
+
+void tst_FileSearchService::rowsStayWhereTheWayBackEmptiedTheBox()
+{
+    _core->disk->addFile(u"/d/folder/inside"_s);
+    search(u"f"_s);
+    findFolder(u"/d/folder"_s);
+    model().moveIntoFolder();
+    settle();
+    QCOMPARE(fileNames(), QStringList(u"inside"_s));
+    model().goBack();
+    settle();
+
+    finish();
+
+    QCOMPARE(fileNames(), QStringList(u"folder"_s));
+    QCOMPARE(model().searchText(), u"f"_s);
+    QVERIFY(model().searchStatus() == SearchStatus::results(1));
+}
+
+void tst_FileSearchService::aSearchEndsForTheTopLevelOfAUserWhoIsBelow()
+{
+    _core->disk->addFile(u"/d/folder/inside"_s);
+    search(u"f"_s);
+    findFolder(u"/d/folder"_s);
+    model().moveIntoFolder();
+    settle();
+
+    find({u"/d/f2"_s});
+    QCOMPARE(fileNames(), QStringList(u"inside"_s));
+    QVERIFY(model().searchStatus().isSearching());
+    finish();
+
+    QVERIFY(model().searchStatus() == SearchStatus::results(2));
+    QCOMPARE(fileNames(), QStringList(u"inside"_s));
+    QCOMPARE(model().searchText(), u"/d/folder/"_s);
+    model().goBack();
+    settle();
+    QCOMPARE(fileNames(), QStringList({u"folder"_s, u"f2"_s}));
+    QCOMPARE(model().searchText(), u"f"_s);
+}
+
+void tst_FileSearchService::theFirstBatchLeavesTheLevelOnScreenAsItIs()
+{
+    _core->disk->addFile(u"/d/folder/inside"_s);
+    search(u"old"_s);
+    findFolder(u"/d/folder"_s);
+    finish();
+    search(u"new"_s);
+    model().moveIntoFolder();
+    settle();
+    const auto selected = model().selectedFile();
+
+    find({u"/d/new1"_s});
+    QCOMPARE(fileNames(), QStringList(u"inside"_s));
+    QCOMPARE(model().selectedFile(), selected);
+    QVERIFY(!model().root());
+    find({u"/d/new2"_s});
+    finish();
+
+    QVERIFY(model().searchStatus() == SearchStatus::results(2));
+    model().goBack();
+    settle();
+    QCOMPARE(fileNames(), QStringList({u"new1"_s, u"new2"_s}));
+    QCOMPARE(model().searchText(), u"new"_s);
+}
+
+void tst_FileSearchService::aSearchThatWasTypedBelowTakesTheLevelsPlace()
+{
+    _core->disk->addFile(u"/d/folder/inside"_s);
+    search(u"old"_s);
+    findFolder(u"/d/folder"_s);
+    finish();
+    model().moveIntoFolder();
+    settle();
+
+    search(u"new"_s);
+    QCOMPARE(fileNames(), QStringList(u"inside"_s));
+    find({u"/d/new"_s});
+
+    QVERIFY(model().root());
+    QCOMPARE(fileNames(), QStringList(u"new"_s));
+    finish();
+    QVERIFY(model().searchStatus() == SearchStatus::results(1));
+}
+
+void tst_FileSearchService::aPathListEndsForTheTopLevelOfAUserWhoIsBelow()
+{
+    _core->disk->addFile(u"/d/folder/inside"_s);
+    _core->disk->addFile(u"/slow/a"_s);
+    search(u"old"_s);
+    findFolder(u"/d/folder"_s);
+    finish();
+    _core->disk->hang(u"/slow"_s);
+    search(u"/slow"_s);
+    model().moveIntoFolder();
+    settle();
+
+    _core->disk->release(u"/slow"_s);
+    QTRY_COMPARE(_ends, 2);
+
+    QVERIFY(model().searchStatus() == SearchStatus::results(1));
+    QCOMPARE(fileNames(), QStringList(u"inside"_s));
+    model().goBack();
+    settle();
+    QCOMPARE(fileNames(), QStringList(u"a"_s));
+    QCOMPARE(model().searchText(), u"/slow"_s);
+}
+
+void tst_FileSearchService::aBlankTypedWhileGatheringLeavesNoSpinner()
+{
+    search(u"a"_s);
+    find({u"/d/a"_s});
+    model().setSearchText(u"a "_s);
+
+    finish();
+
+    QVERIFY(model().searchStatus() == SearchStatus::results(1));
+    QCOMPARE(fileNames(), QStringList(u"a"_s));
+    QCOMPARE(model().searchText(), u"a "_s);
+}
+
+void tst_FileSearchService::aTextThatStartsNoSearchLeavesNoSpinner()
+{
+    search(u"a"_s);
+    find({u"/d/a"_s});
+    model().setSearchText(u"ab "_s);
+
+    finish();
+
+    QVERIFY(model().searchStatus() == SearchStatus::results(1));
+    QCOMPARE(fileNames(), QStringList(u"a"_s));
+}
+
+void tst_FileSearchService::aCancelledSearchShowsNoFinalList()
+{
+    search(u"a"_s);
+    find({u"/d/b"_s, u"/d/a"_s});
+    model().selectNext();
+
+    _core->service.searchTask->cancel();
+    settle();
+
+    QVERIFY(model().searchStatus().isSearching());
+    QCOMPARE(model().selectedFile(), model().files().at(1));
+    QCOMPARE(_ends, 1);
+}
+
+void tst_FileSearchService::aSearchThatEndsBehindHomeDoesNotFlashTheBrowser()
+{
+    search(u"a"_s);
+    model().reset(true, SearchStatus::noResults());
+    const QSignalSpy changes(&model(), &FileBrowserModel::searchStatusChanged);
+
+    finish();
+
+    QCOMPARE(_ends, 1);
+    QCOMPARE(changes.count(), 0);
+}
+
+void tst_FileSearchService::aListFromElsewhereSurvivesTheEndBehindAnEmptyBox()
+{
+    search(u"a"_s);
+    model().reset(true, SearchStatus::noResults());
+    const FileList windows{CoreFixture::folderAt(u"/w"_s)};
+    model().showFiles(windows, ResultType::browseFinderWindows);
+
+    finish();
+
+    QCOMPARE(_ends, 1);
+    QCOMPARE(model().files(), windows);
+    QCOMPARE(model().resultType(), ResultType::browseFinderWindows);
+}
+
+void tst_FileSearchService::typingWhileABatchIsHandledEndsWithTheNewListAlone()
+{
+    QList<QStringList> shown;
+    model().setSearchText(u"a"_s);
+    _core->service.searchTask = _core->service.performSearch(
+        u"a"_s, model(),
+        [&] {
+            shown.append(fileNames());
+            model().setSearchText(u"ab"_s);
+            begin(u"ab"_s);
+        },
+        [this] { ++_ends; });
+    settle();
+
+    find({u"/d/a1"_s});
+    QCOMPARE(shown, QList<QStringList>({{u"a1"_s}}));
+    QCOMPARE(_ends, 1);
+    QCOMPARE(index().startCount, 2);
+    QVERIFY(index().isRunning);
+    find({u"/d/ab"_s});
+    finish();
+
+    QCOMPARE(fileNames(), QStringList(u"ab"_s));
+    QVERIFY(model().searchStatus() == SearchStatus::results(1));
+    QCOMPARE(_ends, 2);
 }
 
 void tst_FileSearchService::anIndexThatCannotBeginIsReported()

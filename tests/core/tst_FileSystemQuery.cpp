@@ -141,11 +141,16 @@ void tst_FileSystemQuery::cleanup()
 void tst_FileSystemQuery::aFloodGoesOutInTenBatchesOfTenAndEndsTheRun()
 {
     Run run(*_queue, *_query);
+    QList<qsizetype> processedAtStop;
+    _index->onStop = [&] { processedAtStop.append(_query->lastProcessedIndex()); };
     _index->append(items(250));
 
     progress();
 
     QCOMPARE(run.sizes(), QList<qsizetype>(10, 10));
+    // What the limit cut off counts as looked at.
+    QCOMPARE(processedAtStop, QList<qsizetype>(1, 250));
+    _index->onStop = {};
     QVERIFY(run.isFinished);
     QVERIFY(!_index->isRunning);
     QCOMPARE(_index->readCount, 100);

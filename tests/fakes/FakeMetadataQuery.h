@@ -101,6 +101,8 @@ public:
     {
         ++stopCount;
         isRunning = false;
+        if (onStop)
+            onStop();
     }
     qsizetype resultCount() const override { return _results.size(); }
     Item resultAt(qsizetype index) const override
@@ -118,6 +120,7 @@ public:
     int stopCount = 0;
     mutable int readCount = 0;
     std::function<void()> onStart;  ///< runs inside startQuery; must not post by itself
+    std::function<void()> onStop;   ///< runs inside stopQuery, likewise
 
 private:
     bool accepts(const platform::MetadataItem &item) const

@@ -93,6 +93,85 @@ private Q_SLOTS:
         QCOMPARE(model().searchStatus(), SearchStatus::results(1));
     }
 
+    void aStalePauseLeavesANewerSearchAlone()
+    {
+        _screen->type(u"ab"_s);
+        _screen->press(KeyCode::down);
+        _screen->press(KeyCode::f, 0, u"c"_s);
+        QCOMPARE(_screen->index.startCount, 1);
+        _screen->index.append({fakes::FakeMetadataQuery::item(u"/d/abc"_s)});
+        _screen->index.postProgress();
+
+        _screen->letThePausePass();
+
+        QVERIFY(_screen->index.isRunning);
+        QCOMPARE(model().searchStatus(), SearchStatus::searching());
+        _screen->answer({u"/d/abc2"_s});
+        QCOMPARE(_screen->index.startCount, 1);
+        QCOMPARE(_screen->rows(), QStringList({u"abc"_s, u"abc2"_s}));
+        QCOMPARE(model().searchStatus(), SearchStatus::results(2));
+    }
+
+    void whatWasTypedIsSearchedThoughTheFocusHasMovedOn()
+    {
+        _screen->type(u"ab"_s);
+        _screen->press(KeyCode::down);
+
+        _screen->letThePausePass();
+
+        QCOMPARE(_screen->index.startCount, 1);
+        QCOMPARE(_screen->index.predicate.anyOf.first().text, u"ab"_s);
+    }
+
+    void aTextThatWaitsIsDroppedOnTheWayDown()
+    {
+        _screen->disk->addFile(u"/d/folder/inside"_s);
+        model().setSearchText(u"a"_s);
+        model().showFiles({core::CoreFixture::folderAt(u"/d/folder"_s)}, ResultType::search);
+        _screen->type(u"ab"_s);
+        _screen->press(KeyCode::down);
+        _screen->press(KeyCode::right);
+
+        _screen->letThePausePass();
+
+        QVERIFY(!_screen->service.searchTask);
+        QCOMPARE(_screen->rows(), QStringList{u"inside"_s});
+        QVERIFY(!model().root());
+    }
+
+    void aBlankTypedWhileGatheringStartsAndCancelsNothing_data()
+    {
+        QTest::addColumn<QString>("box");
+        QTest::newRow("the same text") << u"ab "_s;
+        QTest::newRow("another text") << u"abc "_s;
+    }
+    void aBlankTypedWhileGatheringStartsAndCancelsNothing()
+    {
+        QFETCH(QString, box);
+        _screen->type(u"ab"_s);
+        _screen->letThePausePass();
+
+        _screen->type(box);
+        _screen->letThePausePass();
+
+        QCOMPARE(_screen->index.startCount, 1);
+        QVERIFY(_screen->index.isRunning);
+        _screen->answer({u"/d/ab"_s});
+        QCOMPARE(_screen->rows(), QStringList{u"ab"_s});
+        QCOMPARE(model().searchStatus(), SearchStatus::results(1));
+    }
+
+    void theSameTextTypedAgainIsSearchedAgain()
+    {
+        _screen->searchFor(u"ab"_s, {u"/d/ab"_s});
+
+        _screen->type(u"a"_s);
+        _screen->type(u"ab"_s);
+        _screen->letThePausePass();
+
+        QCOMPARE(_screen->index.startCount, 2);
+    }
+
     void deletingAllTextLeadsHomeAfterThePauseAndCancelsNothing()
     {
         _screen->type(u"report"_s);
@@ -298,6 +377,33 @@ private Q_SLOTS:
 
         QVERIFY(!_screen->press(KeyCode::down));
         QVERIFY(!_screen->monitor.focusedHandler());
+    }
+
+    void leavingThePanelGivesUpTheBoxsAreaOnce()
+    {
+        _screen->focusOn(FocusArea::search);
+
+        _screen->search.disappear();
+        QVERIFY(!_screen->focus.area());
+        // Whoever holds the same area next keeps it.
+        _screen->focusOn(FocusArea::search);
+        _screen->search.disappear();
+
+        QCOMPARE(_screen->focus.area(), FocusArea::search);
+    }
+
+    void theLocksOfTheKeyboardChangeNothing()
+    {
+        _screen->searchFor(u"report"_s, {u"/a/report.txt"_s});
+        const auto locks = Flags::capsLock | Flags::numericPad;
+
+        QVERIFY(_screen->press(KeyCode::returnKey, locks));
+        QCOMPARE(_screen->workspace.opened, QStringList{u"/a/report.txt"_s});
+        QVERIFY(_screen->press(KeyCode::returnKey, locks | Flags::command));
+        QCOMPARE(_screen->workspace.selected.size(), 1);
+        QVERIFY(_screen->press(KeyCode::up, locks));
+        QVERIFY(_screen->press(KeyCode::down, locks));
+        QCOMPARE(_screen->focus.area(), FocusArea::results);
     }
 };
 
