@@ -15,14 +15,16 @@ namespace KeyCode = base::KeyCode;
 
 namespace {
 
-/// A letter or digit of any script, also one outside the basic plane.
+/// A letter or decimal digit of any script, also one outside the basic plane. Raised digits and
+/// fractions are neither.
 bool beginsWithLetterOrDigit(const QString &characters)
 {
     if (characters.isEmpty())
         return false;
+    char32_t first = characters[0].unicode();
     if (characters[0].isHighSurrogate() && characters.size() > 1)
-        return QChar::isLetterOrNumber(QChar::surrogateToUcs4(characters[0], characters[1]));
-    return characters[0].isLetterOrNumber();
+        first = QChar::surrogateToUcs4(characters[0], characters[1]);
+    return QChar::isLetter(first) || QChar::isDigit(first);
 }
 
 }  // namespace

@@ -65,7 +65,7 @@ private Q_SLOTS:
         QCOMPARE(model().searchText(), u"/a/folder/"_s);
         QVERIFY(!model().root());
         QVERIFY(!model().selectSearchText());
-        QCOMPARE(_screen->index.startCount, 0);
+        QVERIFY(!_screen->service.searchTask);
     }
 
     void tabOnAFileMovesToTheBoxAllTheSame()
@@ -146,7 +146,9 @@ private Q_SLOTS:
         QTest::newRow("accented letter") << u"é"_s;
         QTest::newRow("digit") << u"7"_s;
         QTest::newRow("cyrillic letter") << u"ж"_s;
+        QTest::newRow("arabic digit") << u"٣"_s;
         QTest::newRow("letter beyond the basic plane") << u"𐐀"_s;
+        QTest::newRow("digit beyond the basic plane") << u"𝟗"_s;
     }
     void aLetterOrDigitInTheListSearchesAtOnce()
     {
@@ -167,6 +169,10 @@ private Q_SLOTS:
         showFolderAndFile();
 
         QVERIFY(!_screen->press(KeyCode::t, 0, u","_s));
+        QVERIFY(!_screen->press(KeyCode::t, 0, u"²"_s));
+        QVERIFY(!_screen->press(KeyCode::t, 0, u"½"_s));
+        QVERIFY(!_screen->press(KeyCode::t, 0, u"🄀"_s));
+        QVERIFY(!_screen->press(KeyCode::t, 0, QString()));
         QVERIFY(!_screen->press(KeyCode::t, Flags::shift, u"T"_s));
         QVERIFY(!_screen->press(KeyCode::t, Flags::option, u"t"_s));
         QVERIFY(!_screen->press(KeyCode::escape, 0, u"\x1b"_s));
@@ -193,6 +199,30 @@ private Q_SLOTS:
         QVERIFY(!_screen->press(KeyCode::w, Flags::command, u"w"_s));
         QCOMPARE(_screen->finderManager.windows.size(), 3);
         QCOMPARE(_screen->rows().size(), 2);
+    }
+
+    void closingWindowsIsForTheRowsOfWindowsAlone()
+    {
+        const auto closingKeys = {Flags::command, Flags::command | Flags::shift};
+        _screen->disk->addFile(u"/w/one/inner/deep.txt"_s);
+        _screen->finderManager.windows = {u"/w/one"_s, u"/w/file"_s};
+        model().showFiles(
+            {core::CoreFixture::file(u"/w/file"_s), core::CoreFixture::folderAt(u"/w/one"_s)},
+            ResultType::browseFinderWindows);
+        _screen->focusOn(FocusArea::results);
+        for (const auto modifiers : closingKeys)
+            QVERIFY(!_screen->press(KeyCode::w, modifiers, u"w"_s));
+
+        model().selectNext();
+        _screen->queue.drain();
+        QVERIFY(_screen->press(KeyCode::right));
+        QTRY_COMPARE(_screen->rows(), QStringList{u"inner"_s});
+        QVERIFY(model().selectedFile()->isDirectory);
+        for (const auto modifiers : closingKeys)
+            QVERIFY(!_screen->press(KeyCode::w, modifiers, u"w"_s));
+
+        QCOMPARE(_screen->finderManager.windows.size(), 2);
+        QCOMPARE(_screen->rows(), QStringList{u"inner"_s});
     }
 
     void commandWClosesTheWindowOfTheRowAndWithShiftAll()
@@ -258,6 +288,25 @@ private Q_SLOTS:
         _screen->queue.drain();
 
         QCOMPARE(scrolls.count(), 1);
+    }
+
+    void theLocksOfTheKeyboardChangeNothing()
+    {
+        showFolderAndFile();
+        const auto locks = Flags::capsLock | Flags::numericPad | Flags::function;
+
+        QVERIFY(_screen->press(KeyCode::returnKey, locks));
+        QCOMPARE(_screen->workspace.opened, QStringList{u"/a/folder"_s});
+        QVERIFY(_screen->press(KeyCode::right, locks));
+        QTRY_VERIFY(!model().root());
+        QVERIFY(_screen->press(KeyCode::left, locks));
+        QVERIFY(model().root());
+        QVERIFY(_screen->press(KeyCode::up, locks));
+        QCOMPARE(_screen->focus.area(), FocusArea::search);
+
+        _screen->focusOn(FocusArea::results);
+        QVERIFY(_screen->press(KeyCode::t, Flags::capsLock, u"X"_s));
+        QCOMPARE(model().searchText(), u"oX"_s);
     }
 
     void leavingThePanelGivesUpTheFocus()
