@@ -51,6 +51,7 @@ public:
     keyboard::FocusState &focusedArea() { return _focusedArea; }
     keyboard::FocusArea lastFocusedArea() const { return _lastFocusedArea; }
     screens::FileSearchView &fileSearchView() { return _fileSearchView; }
+    const screens::FileSearchView &fileSearchView() const { return _fileSearchView; }
     screens::FileBrowserView &fileBrowserView() { return _fileBrowserView; }
     actions::AppActionsView &appActionsView() { return _appActionsView; }
     LauncherContent content() const { return _content; }

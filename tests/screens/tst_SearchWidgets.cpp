@@ -21,7 +21,6 @@ class tst_SearchWidgets : public QObject {
     Q_OBJECT
 
     std::unique_ptr<ScreenFixture> _screen;
-    std::unique_ptr<keyboard::KeyEquivalents> _equivalents;
     std::unique_ptr<QWidget> _window;
     FileSearchWidget *_search = nullptr;
     FileBrowserWidget *_browser = nullptr;
@@ -45,21 +44,13 @@ class tst_SearchWidgets : public QObject {
         showRows({core::CoreFixture::file(u"/d/a"_s), core::CoreFixture::file(u"/d/b"_s),
             core::CoreFixture::file(u"/d/c"_s)});
     }
-    bool press(int keyCode)
-    {
-        base::KeyEvent event;
-        event.keyCode = keyCode;
-        return _equivalents->perform(event);
-    }
 
 private Q_SLOTS:
     void init()
     {
         _screen = std::make_unique<ScreenFixture>();
-        _equivalents = std::make_unique<keyboard::KeyEquivalents>();
         _window = std::make_unique<QWidget>();
-        _search = new FileSearchWidget(
-            _screen->search, model(), _screen->focus, *_equivalents, _window.get());
+        _search = new FileSearchWidget(_screen->search, model(), _screen->focus, _window.get());
         _browser = new FileBrowserWidget(_screen->browser, model(), _screen->focus, _window.get());
         _browser->setGeometry(0, 50, 800, 400);
         _window->resize(800, 450);
@@ -70,7 +61,6 @@ private Q_SLOTS:
     void cleanup()
     {
         _window.reset();
-        _equivalents.reset();
         _screen.reset();
     }
 
@@ -178,6 +168,48 @@ private Q_SLOTS:
         QCOMPARE(resets.size(), 2);
         QCOMPARE(rows.rowOf(b), 0);
         QCOMPARE(rows.rowOf(a), -1);
+    }
+
+    void batchesOfASearchNeverResetTheList_data()
+    {
+        QTest::addColumn<settings::SortOption>("order");
+        QTest::newRow("by relevance") << settings::SortOption::relevance;
+        QTest::newRow("folders first") << settings::SortOption::foldersFirst;
+    }
+    void batchesOfASearchNeverResetTheList()
+    {
+        QFETCH(settings::SortOption, order);
+        _screen->sortResults(order);
+        const auto &rows = dynamic_cast<const FileListModel &>(*list().model());
+        model().setSearchText(u"w"_s);
+        model().beginResults(u"w"_s);
+        QSignalSpy resets(&rows, &QAbstractItemModel::modelReset);
+
+        for (int batch = 0; batch < 5; ++batch) {
+            const auto name = QString::number(batch);
+            model().appendFiles({core::CoreFixture::file(u"/a"_s + name),
+                core::CoreFixture::folderAt(u"/f"_s + name),
+                core::CoreFixture::file(u"/b"_s + name)});
+            QCOMPARE(rows.files(), model().files());
+            QCOMPARE(list().currentIndex().row(), 0);
+        }
+        model().endResults(model().results(), u"w"_s);
+
+        QCOMPARE(rows.files(), model().files());
+        QCOMPARE(rows.files().size(), 15);
+        // The first batch fills an empty list.
+        QCOMPARE(resets.size(), 1);
+    }
+
+    void theWidthsOfTheLeftColumnAllHoldThePadding()
+    {
+        namespace metrics = ui::metrics;
+        const auto *splitter = _browser->findChild<QSplitter *>();
+        const auto *left = splitter->widget(0);
+
+        QCOMPARE(left->minimumWidth() - metrics::panelPadding, 100);
+        QCOMPARE(splitter->sizes().first() - metrics::panelPadding, 300);
+        QCOMPARE(left->maximumWidth() - metrics::panelPadding, 700);
     }
 
     void aPathThatLooksLikeMarkupIsShownAsItIs()
@@ -295,24 +327,6 @@ private Q_SLOTS:
 
         QVERIFY(!field().isComposing());
         QCOMPARE(field().text(), u"/d/"_s);
-    }
-
-    void theClearKeyWorksOnlyWhileItsButtonIsShown()
-    {
-        QVERIFY(!press(base::KeyCode::escape));
-
-        model().setSearchText(u"abc"_s);
-        model().setSearchStatus(SearchStatus::searching());
-        QVERIFY(!press(base::KeyCode::escape));
-        QCOMPARE(model().searchText(), u"abc"_s);
-
-        model().setSearchStatus(SearchStatus::noResults());
-        QVERIFY(press(base::KeyCode::escape));
-        QCOMPARE(model().searchText(), QString());
-
-        model().setSearchText(u"abc"_s);
-        _window->hide();
-        QVERIFY(!press(base::KeyCode::escape));
     }
 
     void theBoxTellsTheScreenReaderWhatWasFound()

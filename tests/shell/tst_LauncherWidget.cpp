@@ -145,7 +145,7 @@ private Q_SLOTS:
         QCOMPARE(field().text(), QString());
     }
 
-    void anEscapeThatNobodyTookIsTold()
+    void anEscapeThatHasNothingToClearPutsThePanelAway()
     {
         QSignalSpy escapes(&_panel->widget, &LauncherWidget::escapeNotTaken);
         for (const auto area : {FocusArea::search, FocusArea::results}) {
@@ -165,6 +165,29 @@ private Q_SLOTS:
         model().setSearchStatus(SearchStatus::searching());
         _panel->send(Qt::Key_Escape);
         QCOMPARE(escapes.size(), 3);
+        QCOMPARE(model().searchText(), u"abc"_s);
+    }
+
+    void escapeWithAModifierDoesNothing()
+    {
+        QSignalSpy escapes(&_panel->widget, &LauncherWidget::escapeNotTaken);
+        for (const auto *text : {u"", u"abc"}) {
+            model().setSearchText(QString::fromUtf16(text));
+            _panel->send(Qt::Key_Escape, Qt::ShiftModifier);
+            QCOMPARE(model().searchText(), QString::fromUtf16(text));
+        }
+        QCOMPARE(escapes.size(), 0);
+    }
+
+    void theClearKeyIsNotForAPanelThatIsHidden()
+    {
+        base::KeyEvent escape;
+        escape.keyCode = KeyCode::escape;
+        model().setSearchText(u"abc"_s);
+        _panel->widget.hide();
+
+        QVERIFY(!_panel->equivalents.perform(escape));
+
         QCOMPARE(model().searchText(), u"abc"_s);
     }
 

@@ -26,7 +26,7 @@ QStackedWidget *makeSlot(QWidget *parent, std::initializer_list<QWidget *> pages
 }  // namespace
 
 FileSearchWidget::FileSearchWidget(FileSearchView &view, core::FileBrowserModel &model,
-    keyboard::FocusState &focus, keyboard::KeyEquivalents &keyEquivalents, QWidget *parent)
+    keyboard::FocusState &focus, QWidget *parent)
     : QWidget(parent)
     , _view(view)
     , _model(model)
@@ -54,10 +54,6 @@ FileSearchWidget::FileSearchWidget(FileSearchView &view, core::FileBrowserModel 
 
     connect(_backButton, &QAbstractButton::clicked, this, [this] { _model.goBack(); });
     connect(_clearButton, &QAbstractButton::clicked, this, [this] { _view.clear(); });
-    _clearKey = keyEquivalents.add(
-        {{}, base::KeyCode::escape, 0},
-        [this] { return isVisible() && _shown.trailing == SearchRowTrailing::clearButton; },
-        [this] { _view.clear(); });
 
     connect(_field, &QLineEdit::textEdited, &_model, &core::FileBrowserModel::setSearchText);
     connect(_field, &SearchField::compositionEnded, this, &FileSearchWidget::writeText);

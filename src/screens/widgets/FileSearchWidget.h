@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-#include "keyboard/KeyEquivalents.h"
 #include "screens/FileSearchView.h"
 #include "screens/widgets/SearchField.h"
 #include "ui/widgets/Spinner.h"
@@ -21,8 +20,7 @@ class FileSearchWidget final : public QWidget {
 public:
     /// All outlive the widget.
     FileSearchWidget(FileSearchView &view, core::FileBrowserModel &model,
-        keyboard::FocusState &focus, keyboard::KeyEquivalents &keyEquivalents,
-        QWidget *parent = nullptr);
+        keyboard::FocusState &focus, QWidget *parent = nullptr);
 
     SearchField &field() { return *_field; }
     void setTheme(const ui::Theme &theme);
@@ -46,7 +44,6 @@ private:
     ui::Spinner *_spinner;
     ui::SymbolButton *_clearButton;
     QWidget *_emptySlot;
-    std::unique_ptr<keyboard::KeyEquivalents::Registration> _clearKey;
 };
 
 }  // namespace vellumhound::screens

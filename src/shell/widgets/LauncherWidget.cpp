@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "shell/widgets/LauncherWidget.h"
 
+#include "shell/EscapeRule.h"
+
 #include <QHBoxLayout>
 #include <QKeyEvent>
 #include <QPainter>
@@ -16,7 +18,7 @@ LauncherWidget::LauncherWidget(
     : QWidget(parent)
     , _view(view)
     , _search(new screens::FileSearchWidget(
-          view.fileSearchView(), view.model(), view.focusedArea(), keyEquivalents, this))
+          view.fileSearchView(), view.model(), view.focusedArea(), this))
     , _home(new actions::AppActionsWidget(this))
     , _browser(new screens::FileBrowserWidget(
           view.fileBrowserView(), view.model(), view.focusedArea(), this))
@@ -41,6 +43,10 @@ LauncherWidget::LauncherWidget(
         &LauncherWidget::followFocus);
     connect(&_home->list(), &ui::RowList::focusedByMouse, this,
         [this] { _view.focusedArea().setArea(FocusArea::results); });
+    _clearKey = keyEquivalents.add(
+        {{}, base::KeyCode::escape, 0},
+        [this] { return isVisible() && escapeEffect(_view) == EscapeEffect::clearSearch; },
+        [this] { _view.fileSearchView().clear(); });
     showPage();
 }
 
@@ -114,10 +120,11 @@ void LauncherWidget::paintEvent(QPaintEvent *)
 
 void LauncherWidget::keyPressEvent(QKeyEvent *event)
 {
-    if (event->key() == Qt::Key_Escape && event->modifiers() == Qt::NoModifier)
-        Q_EMIT escapeNotTaken();
-    else
+    const bool isEscape = event->key() == Qt::Key_Escape && event->modifiers() == Qt::NoModifier;
+    if (!isEscape)
         QWidget::keyPressEvent(event);
+    else if (escapeEffect(_view) == EscapeEffect::giveUpKey)
+        Q_EMIT escapeNotTaken();
 }
 
 bool LauncherWidget::focusNextPrevChild(bool)

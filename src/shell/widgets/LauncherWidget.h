@@ -2,6 +2,7 @@
 #pragma once
 
 #include "actions/widgets/AppActionsWidget.h"
+#include "keyboard/KeyEquivalents.h"
 #include "screens/widgets/FileBrowserWidget.h"
 #include "screens/widgets/FileSearchWidget.h"
 #include "shell/LauncherView.h"
@@ -26,7 +27,7 @@ public:
     QSize sizeHint() const override;
 
 Q_SIGNALS:
-    /// Nobody took an Escape.
+    /// An Escape puts the panel away.
     void escapeNotTaken();
 
 protected:
@@ -45,6 +46,7 @@ private:
     screens::FileSearchWidget *_search;
     actions::AppActionsWidget *_home;
     screens::FileBrowserWidget *_browser;
+    std::unique_ptr<keyboard::KeyEquivalents::Registration> _clearKey;
 };
 
 }  // namespace vellumhound::shell

@@ -42,9 +42,10 @@ constexpr int resultPadding = 4;  // above and below the content
 constexpr int resultRowPitch = resultContentHeight + 2 * resultPadding;
 constexpr int rowPadding = 16;     // from the column's edge to the symbol
 constexpr int listTopPadding = 7;  // from the separator to the first row
-constexpr int leftColumnMinimum = 100;
-constexpr int leftColumnIdeal = 300 + panelPadding;  // it reaches the edge of the panel
-constexpr int leftColumnMaximum = 700;
+// The left column reaches the edge of the panel, so each of its widths holds the padding too.
+constexpr int leftColumnMinimum = 100 + panelPadding;
+constexpr int leftColumnIdeal = 300 + panelPadding;
+constexpr int leftColumnMaximum = 700 + panelPadding;
 constexpr int selectionRadius = 7;
 constexpr int selectionInset = 8;  // from the edges of the column
 constexpr int selectionLine = 1;
