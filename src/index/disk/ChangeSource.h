@@ -35,6 +35,7 @@ class ChangeSource {
 public:
     static constexpr int noWatch = -1;
     enum class Interest {
+        place,     ///< that the folder itself is moved or goes, at least
         names,     ///< entries that come and go
         contents,  ///< also entries that somebody has finished writing
     };

@@ -47,7 +47,8 @@ int CombinedSource::watch(int folderDescriptor, Interest interest)
         _inotify.unwatch(watch);
         return noWatch;
     }
-    if (watch >= 0)
+    // fanotify would tell of every entry that comes and goes.
+    if (watch >= 0 || interest == Interest::place)
         return watch;
     const int other = _fanotify.watch(folderDescriptor, interest);
     if (other < 0)

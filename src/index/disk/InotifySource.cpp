@@ -12,8 +12,16 @@ namespace vellumhound::index {
 
 namespace {
 
-constexpr std::uint32_t watchedEvents = IN_CREATE | IN_DELETE | IN_MOVED_FROM | IN_MOVED_TO |
-                                        IN_DELETE_SELF | IN_MOVE_SELF | IN_ONLYDIR;
+std::uint32_t eventsFor(ChangeSource::Interest interest)
+{
+    // A folder that others watch as well goes on being watched for what they want.
+    std::uint32_t events = IN_DELETE_SELF | IN_MOVE_SELF | IN_ONLYDIR | IN_MASK_ADD;
+    if (interest != ChangeSource::Interest::place)
+        events |= IN_CREATE | IN_DELETE | IN_MOVED_FROM | IN_MOVED_TO;
+    if (interest == ChangeSource::Interest::contents)
+        events |= IN_CLOSE_WRITE;
+    return events;
+}
 
 Change changeOf(const inotify_event &event)
 {
@@ -60,13 +68,12 @@ int InotifySource::watch(int folderDescriptor, Interest interest)
         return noWatch;
     struct stat status {};
     const bool isCovered = _allowance.coversOneMoreThan(_held);
+    _isRecountWanted = _isRecountWanted || (!isCovered && _mayHoldLess);
     if (!isCovered && (::fstat(folderDescriptor, &status) != 0 || !mayBeHeld(status.st_ino)))
         return noWatch;
     // By descriptor: the path may be too long, or meanwhile that of another folder.
     const auto path = "/proc/self/fd/" + std::to_string(folderDescriptor);
-    const auto events =
-        watchedEvents | IN_MASK_ADD | (interest == Interest::contents ? IN_CLOSE_WRITE : 0);
-    const int watch = ::inotify_add_watch(_descriptor, path.c_str(), events);
+    const int watch = ::inotify_add_watch(_descriptor, path.c_str(), eventsFor(interest));
     if (watch <= _highest)
         return watch < 0 ? noWatch : watch;
     _highest = watch;
@@ -78,6 +85,18 @@ int InotifySource::watch(int folderDescriptor, Interest interest)
     if (!_heldInodes.empty() && ::fstat(folderDescriptor, &status) == 0)
         noteHeld(status.st_ino);
     return watch;
+}
+
+/// By the kernel's count. When nothing waits to be read: what says that a watch is no more would be
+/// counted twice.
+void InotifySource::recount()
+{
+    const std::lock_guard lock(_mutex);
+    if (!_isRecountWanted)
+        return;
+    _held = countWatchesOf(_descriptor);
+    _isRecountWanted = false;
+    _mayHoldLess = false;
 }
 
 bool InotifySource::mayBeHeld(std::uint64_t inode)
@@ -107,13 +126,18 @@ std::vector<Change> InotifySource::read()
     alignas(inotify_event) std::array<char, 65536> buffer;
     for (;;) {
         const auto length = ::read(_descriptor, buffer.data(), buffer.size());
-        if (length <= 0)
+        if (length <= 0) {
+            recount();
             return changes;
+        }
         for (std::size_t at = 0; at < std::size_t(length);) {
             const auto &event = *reinterpret_cast<const inotify_event *>(buffer.data() + at);
-            if ((event.mask & IN_IGNORED) != 0) {
+            if ((event.mask & (IN_IGNORED | IN_Q_OVERFLOW)) != 0) {
                 const std::lock_guard lock(_mutex);
-                --_held;
+                if ((event.mask & IN_Q_OVERFLOW) != 0)
+                    _mayHoldLess = true;
+                else if (_held > 0)
+                    --_held;
             }
             changes.push_back(changeOf(event));
             at += sizeof event + event.len;

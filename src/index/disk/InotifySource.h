@@ -30,6 +30,7 @@ public:
     static int halfOfWhatTheUserMayHave();
 
 private:
+    void recount();
     bool mayBeHeld(std::uint64_t inode);
     void noteHeld(std::uint64_t inode);
 
@@ -38,6 +39,8 @@ private:
     std::mutex _mutex;  // guards what follows
     WatchAllowance _allowance;
     std::size_t _held = 0;
+    bool _mayHoldLess = false;      // changes were lost, and with them that watches are no more
+    bool _isRecountWanted = false;  // and the budget seems to be spent
     int _highest = 0;  // the kernel numbers watches upwards, so a larger one is a new one
     // Sorted; only once the budget was spent, for then a folder that is watched must be told from
     // one that is not. Also holds some that are watched no more.

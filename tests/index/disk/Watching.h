@@ -15,12 +15,13 @@
 namespace vellumhound::tests {
 
 /// Watches the folder at a path as a crawl does, by a descriptor that is closed again.
-inline int watchPath(index::ChangeSource &source, const std::string &path)
+inline int watchPath(index::ChangeSource &source, const std::string &path,
+    index::ChangeSource::Interest interest = index::ChangeSource::Interest::contents)
 {
     const int folder = ::open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
     if (folder < 0)
         return index::ChangeSource::noWatch;
-    const int watch = source.watch(folder, index::ChangeSource::Interest::contents);
+    const int watch = source.watch(folder, interest);
     ::close(folder);
     return watch;
 }
