@@ -79,9 +79,11 @@ void Worker::run()
 {
     std::unique_lock lock(_mutex);
     while (!_isStopped) {
-        if (!hasJobs())
+        if (!hasJobs()) {
             _changed.wait(lock, [this] { return _isStopped || hasJobs(); });
-        else if (_throttle && _urgentJobs.empty())
+            continue;  // what comes alone is not excepted from resting
+        }
+        if (_throttle && _urgentJobs.empty())
             rest(lock);
         stepLocked(lock);
     }
@@ -92,12 +94,13 @@ void Worker::rest(std::unique_lock<std::mutex> &lock)
     const auto isWanted = [this] { return _isStopped || !_urgentJobs.empty(); };
     while (!isWanted()) {
         const auto work = _jobs.empty() ? Throttle::Work::upkeep : Throttle::Work::firstCrawl;
+        // Before it is asked: what changes meanwhile is asked about again.
+        _isWoken = false;
         lock.unlock();
         const auto duration = _throttle->restBefore(work);
         lock.lock();
         if (duration.count() == 0)
             return;
-        _isWoken = false;
         // What comes meanwhile and may not wait so long is not held up by what may.
         const bool isUpkeep = work == Throttle::Work::upkeep;
         _changed.wait_for(

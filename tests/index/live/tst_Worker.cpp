@@ -3,11 +3,14 @@
 #include "index/live/Worker.h"
 
 #include <QObject>
+#include <QSemaphore>
 #include <QTest>
 
 #include <chrono>
+#include <functional>
 #include <future>
 #include <thread>
+#include <utility>
 
 using namespace vellumhound::index;
 
@@ -15,21 +18,28 @@ namespace {
 
 /// Much less than a rest while power is saved.
 constexpr std::chrono::seconds patience{15};
+/// The thread may not be asleep yet when its rest has begun, so each is tried some times.
+constexpr int rounds = 20;
 
 /// A worker on a thread of its own, by a throttle that rests while power is saved.
 class Running {
 public:
-    Running()
+    /// `onRest` is called by the thread when a rest begins.
+    explicit Running(std::function<void()> onRest = {})
+        : _onRest(std::move(onRest))
     {
-        _throttle.setSavesPower(true);
-        worker.setThrottle(&_throttle);
+        throttle.setSavesPower(true);
+        worker.setThrottle(&throttle);
         _thread = std::thread([this] { worker.run(); });
     }
-    ~Running()
+    ~Running() { end(); }
+    void end()
     {
         worker.stop();
-        _thread.join();
+        if (_thread.joinable())
+            _thread.join();
     }
+    void waitForRest() { _rests.acquire(); }
     /// A job that says when it is done.
     static Worker::Job telling(std::promise<void> &done)
     {
@@ -40,15 +50,23 @@ public:
     }
 
     Worker worker{{}};
+    // Reads the machine's pressure when a rest begins.
+    Throttle throttle{Pressure([this] {
+        if (_onRest)
+            _onRest();
+        _rests.release();
+        return PressureReading{};
+    })};
 
 private:
-    Throttle _throttle{Pressure([] { return PressureReading{}; })};
+    const std::function<void()> _onRest;
+    QSemaphore _rests;
     std::thread _thread;
 };
 
-bool isDone(std::promise<void> &promise)
+template <class Future> bool isReady(const Future &future, std::chrono::seconds time = patience)
 {
-    return promise.get_future().wait_for(patience) == std::future_status::ready;
+    return future.wait_for(time) == std::future_status::ready;
 }
 
 }  // namespace
@@ -58,7 +76,11 @@ class tst_Worker final : public QObject {
 
 private Q_SLOTS:
     void urgentJobsComeFirstAndIdleOnesLast();
-    void whatMayNotWaitIsNotHeldUpByAnIdleJobThatRests();
+    void anUrgentJobEndsARest();
+    void anOrdinaryJobEndsTheRestOfAnIdleOne();
+    void powerThatIsNoLongerSavedEndsARest();
+    void aWakeWhileTheThrottleIsAskedIsNotMissed();
+    void theEndDoesNotWaitForARest();
 };
 
 void tst_Worker::urgentJobsComeFirstAndIdleOnesLast()
@@ -83,23 +105,90 @@ void tst_Worker::urgentJobsComeFirstAndIdleOnesLast()
     QCOMPARE(worker.takeDone().size(), std::size_t(4));
 }
 
-void tst_Worker::whatMayNotWaitIsNotHeldUpByAnIdleJobThatRests()
+void tst_Worker::anUrgentJobEndsARest()
 {
-    std::promise<void> idle;
-    std::promise<void> urgent;
-    std::promise<void> ordinary;
-    {
+    for (int round = 0; round < rounds; ++round) {
+        std::promise<void> idle;
+        std::promise<void> urgent;
+        const auto isIdleDone = idle.get_future();
+        {
+            Running running;
+            running.worker.postIdle(Running::telling(idle));
+            running.waitForRest();
+
+            running.worker.postUrgent(Running::telling(urgent));
+
+            QVERIFY(isReady(urgent.get_future()));
+        }
+        // The power saver holds the idle one back.
+        QVERIFY(!isReady(isIdleDone, std::chrono::seconds(0)));
+    }
+}
+
+void tst_Worker::anOrdinaryJobEndsTheRestOfAnIdleOne()
+{
+    for (int round = 0; round < rounds; ++round) {
+        std::promise<void> idle;
+        std::promise<void> ordinary;
+        const auto isIdleDone = idle.get_future();
+        {
+            Running running;
+            running.worker.postIdle(Running::telling(idle));
+            running.waitForRest();
+
+            running.worker.post(Running::telling(ordinary));
+
+            QVERIFY(isReady(ordinary.get_future()));
+        }
+        QVERIFY(!isReady(isIdleDone, std::chrono::seconds(0)));
+    }
+}
+
+void tst_Worker::powerThatIsNoLongerSavedEndsARest()
+{
+    for (int round = 0; round < rounds; ++round) {
+        std::promise<void> idle;
         Running running;
         running.worker.postIdle(Running::telling(idle));
-        running.worker.postUrgent(Running::telling(urgent));
-        QVERIFY(isDone(urgent));
+        running.waitForRest();
 
-        running.worker.post(Running::telling(ordinary));
+        running.throttle.setSavesPower(false);
+        running.worker.wake();
 
-        QVERIFY(isDone(ordinary));
+        QVERIFY(isReady(idle.get_future()));
     }
-    // The power saver holds the idle one back.
-    QCOMPARE(idle.get_future().wait_for(std::chrono::seconds(0)), std::future_status::timeout);
+}
+
+void tst_Worker::aWakeWhileTheThrottleIsAskedIsNotMissed()
+{
+    std::promise<void> idle;
+    Running *self = nullptr;
+    bool isFirst = true;
+    Running running([&] {
+        if (!std::exchange(isFirst, false))
+            return;
+        self->throttle.setSavesPower(false);
+        self->worker.wake();
+    });
+    self = &running;
+
+    running.worker.postIdle(Running::telling(idle));
+
+    QVERIFY(isReady(idle.get_future()));
+}
+
+void tst_Worker::theEndDoesNotWaitForARest()
+{
+    for (int round = 0; round < rounds; ++round) {
+        std::promise<void> idle;
+        Running running;
+        running.worker.postIdle(Running::telling(idle));
+        running.waitForRest();
+
+        const auto end = std::async(std::launch::async, [&] { running.end(); });
+
+        QVERIFY(isReady(end));
+    }
 }
 
 QTEST_APPLESS_MAIN(tst_Worker)
