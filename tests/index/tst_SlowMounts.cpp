@@ -25,6 +25,7 @@ private Q_SLOTS:
     void linksAreFollowedUpToAMountThatMayHang();
     void aMountThatAnswersIsReadAndSwept();
     void aMountThatDoesNotAnswerBlocksNothing();
+    void aMountThatAnswersAgainIsSweptThoughNoMountChanged();
     void whatLeadsToADeadMountIsDescribedWithoutReadingIt();
     void aDesktopEntryThatLinksIntoADeadMountHangsNothing();
     void theIndexEndsWhileAMountHangs();
@@ -191,6 +192,38 @@ void tst_SlowMounts::aMountThatDoesNotAnswerBlocksNothing()
     bench.live->mountsChanged();
     tree.file("dead/alive");
     QVERIFY(bench.await([&] { return bench.find(tree.path("dead/alive")) != nothing; }));
+}
+
+void tst_SlowMounts::aMountThatAnswersAgainIsSweptThoughNoMountChanged()
+{
+    const TemporaryTree tree;
+    tree.file("dead/in/file");
+    SilentFileSystem silent(tree.path("dead"));
+    if (!silent.isMounted())
+        QSKIP("this test mounts a file system, which is not allowed here");  // style: needs a right
+    const auto point = tree.path("dead");
+    Bench bench([point] { return withSlowMount(point); });
+    bench.include({tree.text("dead")});
+    bench.settle();
+    QTest::ignoreMessage(QtWarningMsg,
+        qPrintable(
+            u"the file system at \"%1\" does not answer; what is known of it stays as it is"_s.arg(
+                tree.text("dead"))));
+    bench.clock += 11s;
+    bench.settle();
+    QCOMPARE(bench.live->counters().hungMounts, std::size_t(1));
+    QVERIFY(!bench.live->isBusy());
+    QVERIFY(bench.live->nextDue());
+
+    // The request that hung ends, and what is asked from now on is answered.
+    silent.end();
+    QVERIFY(bench.await([&] {
+        if (!bench.live->isBusy())
+            bench.clock += 31s;
+        bench.settle();
+        return bench.find(tree.path("dead/in/file")) != nothing;
+    }));
+    QCOMPARE(bench.live->counters().hungMounts, std::size_t(0));
 }
 
 void tst_SlowMounts::whatLeadsToADeadMountIsDescribedWithoutReadingIt()
