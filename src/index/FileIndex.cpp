@@ -148,6 +148,8 @@ FileIndex::~FileIndex()
 
 void FileIndex::setPathRules(const QList<Rule> &rules)
 {
+    // The scopes go with the rules that they came from.
+    _scopeCommands.clear();
     post([this, copy = std::vector<Rule>(rules.begin(), rules.end())] {
         _live.setRules(copy);
         _areTextsBehind = true;

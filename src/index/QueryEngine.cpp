@@ -12,21 +12,18 @@ namespace vellumhound::index {
 
 namespace {
 
-/// Whether all trees that the scopes touch have been crawled once.
+/// Whether all trees that the scopes touch have been crawled once. For a scope that none touches
+/// there is nothing to wait for: its rule was deleted while the query ran.
 bool isCrawled(const IndexView &view, const QueryScopes &scopes)
 {
     if ((scopes.holdsApplications || scopes.isWholeComputer) && !view.hasApplications)
         return false;
     const auto areCrawled = [&](const std::string &scope) {
-        bool isKnown = false;
-        for (const auto &root : view.roots) {
+        return std::all_of(view.roots.begin(), view.roots.end(), [&](const IndexRoot &root) {
             const bool touches = root.folder != nothing &&
                                  (pathBelow(root.path, scope) || pathBelow(scope, root.path));
-            if (touches && !root.isCrawled)
-                return false;
-            isKnown = isKnown || touches;
-        }
-        return isKnown;
+            return root.isCrawled || !touches;
+        });
     };
     return (!scopes.isWholeComputer || areCrawled("/")) &&
            std::all_of(scopes.folders.begin(), scopes.folders.end(), areCrawled);

@@ -43,6 +43,7 @@ private Q_SLOTS:
     void theStatusTellsWhatIsCovered();
     void itSaysWhyAnEntryIsNotFound();
     void atItsLimitOfMemoryTheIndexSaysSo();
+    void aDeletedRuleThatWasSearchedEndsAtOnce();
 };
 
 void tst_IndexQuery::theHitsComeRankedAndTheEndIsPostedOnce()
@@ -493,6 +494,29 @@ void tst_IndexQuery::atItsLimitOfMemoryTheIndexSaysSo()
     QTRY_COMPARE(session.index->status().names, std::uint64_t(1));
     QTRY_VERIFY(session.index->status().activities.empty());
     QCOMPARE(session.index->status().names, std::uint64_t(1));
+}
+
+void tst_IndexQuery::aDeletedRuleThatWasSearchedEndsAtOnce()
+{
+    Session session;
+    session.tree.file("kept/one");
+    session.tree.file("deleted/two");
+    const auto kept = session.tree.text("kept");
+    const auto deleted = session.tree.text("deleted");
+    session.begin();
+    session.index->setPathRules({{kept, true}, {deleted, true}});
+    QVERIFY(session.start(u"o"_s, {kept, deleted}));
+    QTRY_COMPARE(session.finishCount, 1);
+    QCOMPARE(session.names().size(), qsizetype(2));
+
+    session.index->setPathRules({{kept, true}});
+    QTRY_COMPARE(session.index->status().names, std::uint64_t(1));
+    QCOMPARE(session.index->status().liveFolders, std::uint64_t(1));
+
+    // Named again, it is crawled again.
+    QVERIFY(session.start(u"o"_s, {kept, deleted}));
+    QTRY_COMPARE(session.finishCount, 2);
+    QCOMPARE(session.names().size(), qsizetype(2));
 }
 
 QTEST_GUILESS_MAIN(tst_IndexQuery)

@@ -1,33 +1,45 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "index/live/Listings.h"
 
+#include <cerrno>
 #include <memory>
 #include <utility>
 
 namespace vellumhound::index {
 
-bool Listings::begin(const Request &request, bool isFirst)
+FolderListing Listings::readUnlessCancelled(const Request &request, const Flag &isCancelled)
+{
+    if (!*isCancelled)
+        return listFolder(request.path, request.options);
+    FolderListing listing;
+    listing.error = ECANCELED;
+    return listing;
+}
+
+/// Null if the folder is being read already.
+Listings::Flag Listings::begin(const Request &request, bool isFirst)
 {
     const auto [it, isNew] = _pending.try_emplace(request.folder);
     auto &pending = it->second;
     if (!isNew) {
         pending.isWantedAgain = true;
-        return false;
+        return nullptr;
     }
+    pending.isCancelled = std::make_shared<std::atomic<bool>>(false);
     pending.root = request.root;
     pending.reader = request.reader;
     pending.isFirst = isFirst;
     if (isFirst)
         ++_firstOf[request.root];
-    return true;
+    return pending.isCancelled;
 }
 
-void Listings::post(const Request &request, Clock::time_point now, bool isFirst)
+void Listings::post(
+    const Request &request, const Flag &isCancelled, Clock::time_point now, bool isFirst)
 {
-    auto job = [this, folder = request.folder, path = request.path,
-                   options = request.options]() -> Worker::Completion {
-        auto listing = std::make_shared<FolderListing>(listFolder(path, options));
-        return [this, folder, listing] { take(folder, *listing); };
+    auto job = [this, request, isCancelled]() -> Worker::Completion {
+        auto listing = std::make_shared<FolderListing>(readUnlessCancelled(request, isCancelled));
+        return [this, folder = request.folder, listing] { take(folder, *listing); };
     };
     if (request.reader)
         request.reader->post(std::move(job), now);
@@ -39,34 +51,38 @@ void Listings::post(const Request &request, Clock::time_point now, bool isFirst)
 
 void Listings::readFirst(const Request &request, Clock::time_point now)
 {
-    if (begin(request, true))
-        post(request, now, true);
+    if (const auto isCancelled = begin(request, true))
+        post(request, isCancelled, now, true);
 }
 
 void Listings::read(const Request &request, Clock::time_point now)
 {
-    if (begin(request, false))
-        post(request, now, false);
+    if (const auto isCancelled = begin(request, false))
+        post(request, isCancelled, now, false);
 }
 
 void Listings::readTogether(
     const std::vector<Request> &requests, std::function<void()> whenDone, Clock::time_point now)
 {
-    auto together = std::make_shared<std::vector<std::pair<Request, FolderListing>>>();
+    struct Read {
+        Request request;
+        Flag isCancelled;
+        FolderListing listing;
+    };
+    auto together = std::make_shared<std::vector<Read>>();
     for (const auto &request : requests) {
-        if (!begin(request, false))
-            continue;
-        if (request.reader)
-            post(request, now, false);
-        else
-            together->push_back({request, {}});
+        const auto isCancelled = begin(request, false);
+        if (isCancelled && request.reader)
+            post(request, isCancelled, now, false);
+        else if (isCancelled)
+            together->push_back({request, isCancelled, {}});
     }
     _worker.post([this, together, whenDone = std::move(whenDone)]() -> Worker::Completion {
-        for (auto &[request, listing] : *together)
-            listing = listFolder(request.path, request.options);
+        for (auto &read : *together)
+            read.listing = readUnlessCancelled(read.request, read.isCancelled);
         return [this, together, whenDone] {
-            for (const auto &[request, listing] : *together)
-                take(request.folder, listing);
+            for (const auto &read : *together)
+                take(read.request.folder, read.listing);
             if (whenDone)
                 whenDone();
         };
@@ -97,6 +113,14 @@ void Listings::endFirst(std::uint32_t root)
 {
     if (--_firstOf[root] == 0)
         onFirstCrawlEnded(root);
+}
+
+void Listings::cancel(const std::function<bool(FolderId)> &isUnwanted)
+{
+    for (const auto &[folder, pending] : _pending) {
+        if (isUnwanted(folder))
+            *pending.isCancelled = true;
+    }
 }
 
 std::vector<FolderId> Listings::abandon(const MountReader &reader)

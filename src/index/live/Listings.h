@@ -7,10 +7,12 @@
 #include "index/live/Worker.h"
 #include "index/names/IndexTables.h"
 
+#include <atomic>
 #include <chrono>
 #include <cstddef>
 #include <cstdint>
 #include <functional>
+#include <memory>
 #include <string>
 #include <unordered_map>
 #include <unordered_set>
@@ -34,8 +36,9 @@ public:
         MountReader *reader = nullptr;  ///< null: the worker reads it
         bool isFirst = false;           ///< counts towards the root's first crawl
         bool isWantedAgain = false;
-        bool isStale = false;         ///< the folder was moved since
-        std::vector<Change> touched;  ///< changes in it since it was requested
+        bool isStale = false;                            ///< the folder was moved since
+        std::vector<Change> touched;                     ///< changes in it since it was requested
+        std::shared_ptr<std::atomic<bool>> isCancelled;  ///< shared with the job
     };
     struct Request {
         FolderId folder = nothing;
@@ -65,6 +68,9 @@ public:
     /// any case, when the worker's have been taken.
     void readTogether(const std::vector<Request> &requests, std::function<void()> whenDone,
         Clock::time_point now);
+    /// Folders that nobody wants any more are not read, unless that has begun. They are handed over
+    /// all the same, as not read (ECANCELED).
+    void cancel(const std::function<bool(FolderId)> &isUnwanted);
     /// Gives up what this reader was to read: its folders.
     std::vector<FolderId> abandon(const MountReader &reader);
 
@@ -83,8 +89,11 @@ public:
     void noteMoved(const std::unordered_map<FolderId, FolderId> &numbers);
 
 private:
-    bool begin(const Request &request, bool isFirst);
-    void post(const Request &request, Clock::time_point now, bool isFirst);
+    using Flag = std::shared_ptr<std::atomic<bool>>;
+
+    static FolderListing readUnlessCancelled(const Request &request, const Flag &isCancelled);
+    Flag begin(const Request &request, bool isFirst);
+    void post(const Request &request, const Flag &isCancelled, Clock::time_point now, bool isFirst);
     void take(FolderId number, const FolderListing &listing);
     void endFirst(std::uint32_t root);
 

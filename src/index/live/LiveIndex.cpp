@@ -58,6 +58,7 @@ void LiveIndex::setRules(const std::vector<Rule> &rules)
     _rules = rules;
     _included.clear();
     _excluded.clear();
+    _scopes.clear();
     for (const auto &rule : rules) {
         const auto path = standardizedPath(rule.path);
         if (!path.empty() && path != applicationsPath)
@@ -108,6 +109,7 @@ void LiveIndex::applyPlan()
     }
     for (const auto &path : old.stops()) {
         const auto record = _plan.stops().contains(path) ? nothing : folderAt(path);
+    _listings.cancel([this](FolderId folder) { return !_writer.isAlive(folder); });
         if (record != nothing && _writer.folderFor(record) == nothing)
             startFolder(record, path);
     }
@@ -133,6 +135,8 @@ void LiveIndex::dropRoot(std::uint32_t root)
 }
 
 void LiveIndex::dropFolder(FolderId folder)
+    // Its watches are to be had again.
+    _sweeper.hasten(_options.now());
 {
     _writer.removeFolder(folder, [this](int watch) { unwatch(watch); });
 }

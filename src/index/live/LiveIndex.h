@@ -107,7 +107,8 @@ public:
 
     /// Replaces the folders to crawl and to leave out.
     void setRules(const std::vector<Rule> &rules);
-    /// Folders that a query has named; they are crawled from now on.
+    /// Folders that a query has named; they are crawled from now on, until rules are set again: a
+    /// scope comes from a rule, and ends with it.
     void addScopes(const std::vector<std::string> &folders);
     /// Something was mounted or unmounted.
     void mountsChanged();

@@ -15,6 +15,7 @@ class LossySource final : public ChangeSource {
 public:
     int watch(int descriptor, Interest interest) override
     {
+        ++watchCount;
         return _real.watch(descriptor, interest);
     }
     void unwatch(int watch) override { _real.unwatch(watch); }
@@ -39,7 +40,8 @@ public:
     }
 
     bool losesChanges = false;
-    int repeats = 1;  // how often each change is given
+    int watchCount = 0;  // how often a watch was asked for
+    int repeats = 1;     // how often each change is given
 
 private:
     InotifySource _real;

@@ -5,6 +5,7 @@
 #include <QObject>
 #include <QTest>
 
+#include <cerrno>
 #include <future>
 #include <map>
 
@@ -24,6 +25,7 @@ private Q_SLOTS:
     void aMovedFolderComesUnderItsNewNumberAndIsStale();
     void changesOfUnknownWatchesWaitWhileSomethingIsRead();
     void aFirstCrawlEndsWithItsLastFolder();
+    void whatNobodyWantsAnyMoreIsNotRead();
     void whatAMountIsToReadCanBeAbandoned();
 };
 
@@ -223,6 +225,25 @@ void tst_Listings::aFirstCrawlEndsWithItsLastFolder()
     bench.work();
     bench.take();
     QCOMPARE(bench.crawled, (std::vector<std::uint32_t>{4, 3}));
+}
+
+void tst_Listings::whatNobodyWantsAnyMoreIsNotRead()
+{
+    Bench bench;
+    for (const FolderId folder : {1U, 2U})
+        bench.listings.readFirst(bench.request(folder, ""), bench.now);
+    bench.listings.readTogether({bench.request(3, ""), bench.request(4, "")}, {}, bench.now);
+
+    bench.listings.cancel([](FolderId folder) { return folder % 2 == 1; });
+    bench.work();
+    bench.take();
+
+    for (const FolderId folder : {1U, 3U})
+        QCOMPARE(bench.read[folder].error, ECANCELED);
+    for (const FolderId folder : {2U, 4U})
+        QVERIFY(bench.read[folder].isRead());
+    QCOMPARE(bench.crawled, std::vector<std::uint32_t>{0});
+    QVERIFY(bench.listings.isEmpty());
 }
 
 void tst_Listings::whatAMountIsToReadCanBeAbandoned()

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "index/live/LiveBench.h"
+#include "index/live/LossySource.h"
 
 #include <QObject>
 #include <QTest>
@@ -23,6 +24,8 @@ private Q_SLOTS:
     void aHiddenFolderIsCrawledWhereARuleNamesIt();
     void anExcludedFolderIsNotCrawledUnlessARuleBelowIncludesAgain();
     void excludingLaterDropsAndIncludingLaterBringsBack();
+    void aDeletedRuleThatWasSearchedEndsAtOnce();
+    void aDeletedRuleIsNotCrawledToItsEnd();
     void linksAreNotFollowed();
     void hostileNamesAreFound();
     void aPathLongerThanTheKernelTakesIsCrawledAndWatched();
@@ -138,6 +141,50 @@ void tst_LiveIndex::excludingLaterDropsAndIncludingLaterBringsBack()
         QCOMPARE(bench.paths(tree), Paths{});
         QCOMPARE(bench.live.watchedFolderCount(), std::size_t(0));
     }
+}
+
+void tst_LiveIndex::aDeletedRuleThatWasSearchedEndsAtOnce()
+{
+    const TemporaryTree tree;
+    tree.file("kept/one");
+    tree.file("kept/part/two");
+    tree.file("deleted/three");
+    RealBench bench(neverCompacting(), manyWatches);
+    bench.include(tree, "kept");
+    bench.include(tree, "deleted");
+    bench.include(tree, "kept/part");
+    bench.live.addScopes({tree.path("kept"), tree.path("deleted"), tree.path("kept/part")});
+    QCOMPARE(bench.live.watchedFolderCount(), std::size_t(3));
+
+    bench.forgetRule(2);
+    bench.forgetRule(1);
+
+    // What another rule covers stays.
+    QCOMPARE(bench.paths(tree), (Paths{"kept/one", "kept/part", "kept/part/two"}));
+    QCOMPARE(bench.live.watchedFolderCount(), std::size_t(2));
+    QCOMPARE(bench.live.nameCount(), std::uint64_t(3));
+    QVERIFY(!bench.live.nextDue());
+}
+
+void tst_LiveIndex::aDeletedRuleIsNotCrawledToItsEnd()
+{
+    const TemporaryTree tree;
+    for (int i = 0; i < 100; ++i)
+        tree.file("folder" + std::to_string(i) + "/file");
+    Bench<LossySource> bench(neverCompacting());
+    bench.settle();
+    bench.live.setRules({{tree.text(), true}});
+    bench.worker.step();
+    bench.live.step();  // a hundred folders are to be read
+    const auto before = bench.source.watchCount;
+
+    bench.live.setRules({});
+    QCOMPARE(bench.paths(tree), Paths{});
+    bench.settle();
+
+    QCOMPARE(bench.source.watchCount, before);
+    QVERIFY(!bench.live.isBusy());
+    QCOMPARE(bench.live.watchedFolderCount(), std::size_t(0));
 }
 
 void tst_LiveIndex::linksAreNotFollowed()
