@@ -308,10 +308,7 @@ void LiveIndex::folderWent(FolderId folder)
         return;
     }
     // A root stays wanted: whatever stands at its path now is read.
-    const auto watch = _writer.watchOf(folder);
-    _writer.setWatch(folder, ChangeSource::noWatch);
-    if (watch >= 0)
-        unwatch(watch);
+    giveWatchBack(folder);
     requestListing(folder, path);
 }
 
@@ -326,10 +323,7 @@ void LiveIndex::folderMoved(FolderId folder)
 
 void LiveIndex::takeOff(FolderId folder)
 {
-    const auto watch = _writer.watchOf(folder);
-    _writer.setWatch(folder, ChangeSource::noWatch);
-    if (watch >= 0)
-        unwatch(watch);
+    giveWatchBack(folder);
     _sweeper.remove(folder);
     qCInfo(logIndex, "a folder changes all the time and is read now and then");
 }

@@ -149,6 +149,14 @@ void LiveIndex::unwatch(int watch)
     _source.unwatch(watch);
 }
 
+void LiveIndex::giveWatchBack(FolderId folder)
+{
+    const auto watch = _writer.watchOf(folder);
+    _writer.setWatch(folder, ChangeSource::noWatch);
+    if (watch >= 0 && _writer.folderOfWatch(watch) == nothing)
+        unwatch(watch);
+}
+
 void LiveIndex::mountsChanged()
 {
     auto mounts = _options.readMounts();

@@ -158,6 +158,7 @@ private:
     void dropRoot(std::uint32_t root);
     void dropFolder(FolderId folder);
     void unwatch(int watch);
+    void giveWatchBack(FolderId folder);
     void noteMounts();
     void giveUpHungMounts(Clock::time_point now);
     void takeApplications(ApplicationTable table, const std::vector<int> &freed);
@@ -178,6 +179,7 @@ private:
     void applyListing(FolderId folder, const FolderListing &listing, Listings::Pending &pending);
     void takeListing(FolderId folder, const FolderListing &listing, Listings::Pending &pending);
     void takeWatch(FolderId folder, const FolderListing &listing, Listings::Pending &pending);
+    void leaveWatch(FolderId folder, const FolderListing &listing);
     void takeFailure(FolderId folder, const FolderListing &listing);
     void sweepLater(FolderId folder, const FolderListing &listing);
     void merge(FolderId folder, const Listings::Pending &pending, const FolderListing &listing);
@@ -229,7 +231,8 @@ private:
 
     Sweeper _sweeper;
     bool _isSweeping = false;
-    Clock::time_point _sweepFrom{};  // not earlier, to keep the share of time small
+    bool _hasRefusedInSweep = false;  // a watch, to a folder that was looked at meanwhile
+    Clock::time_point _sweepFrom{};   // not earlier, to keep the share of time small
     bool _hasToldOfLimit = false;
     bool _takesFolders = true;
     bool _hasLeftOut = false;   // folders, for want of room

@@ -129,6 +129,13 @@ void LiveIndex::takeListing(
     }
 }
 
+void LiveIndex::leaveWatch(FolderId folder, const FolderListing &listing)
+{
+    _writer.setTime(folder, listing.time);
+    giveWatchBack(folder);
+    sweepLater(folder, listing);
+}
+
 void LiveIndex::takeWatch(FolderId folder, const FolderListing &listing, Listings::Pending &pending)
 {
     _writer.setTime(folder, listing.time);
@@ -169,6 +176,7 @@ void LiveIndex::sweepLater(FolderId folder, const FolderListing &listing)
                         ? 0
                         : _writer.view().traitsOf(_writer.view().recordOf(folder)).depth() + 1;
     _sweeper.add(folder, outcome, _options.now());
+    _hasRefusedInSweep = _hasRefusedInSweep || listing.isWatchRefused;
     if (listing.isWatchRefused && !std::exchange(_hasToldOfLimit, true)) {
         qCWarning(logIndex,
             "the limit of watched folders is reached (fs.inotify.max_user_watches); "
@@ -190,11 +198,8 @@ void LiveIndex::takeFailure(FolderId folder, const FolderListing &listing)
     }
     const bool isForbidden = listing.error == EACCES || listing.error == EPERM;
     if (listing.isMissing() || isForbidden) {
-        const auto watch = _writer.watchOf(folder);
-        _writer.setWatch(folder, ChangeSource::noWatch);
-        if (watch >= 0)
-            unwatch(watch);
-        _writer.clearFolder(folder, [this](int freed) { unwatch(freed); });
+        giveWatchBack(folder);
+        _writer.clearFolder(folder, [this](int watch) { unwatch(watch); });
         _writer.setTime(folder, 0);
     }
     if (isForbidden)
@@ -315,15 +320,16 @@ void LiveIndex::sweepDue(Clock::time_point now)
     if (folders.empty())
         return;
     _isSweeping = true;
+    _hasRefusedInSweep = false;
     checkFolders(folders, [this, folders, started = Clock::now()] {
         _isSweeping = false;
         const auto took = std::chrono::ceil<std::chrono::milliseconds>(Clock::now() - started);
         const auto pause = took * (shareOfSweeps - 1);
-        const bool areAllWatched = std::all_of(folders.begin(), folders.end(),
+        const bool isOneWatchedNow = std::any_of(folders.begin(), folders.end(),
             [this](FolderId folder) { return !_sweeper.contains(folder); });
         _sweepFrom = _options.now() + std::max(pause, pauseBetweenSweeps);
         // There are watches to be had again; the others are to get some before their time.
-        if (areAllWatched)
+        if (isOneWatchedNow && !_hasRefusedInSweep)
             _sweeper.hasten(_options.now());
     });
 }

@@ -21,6 +21,7 @@ private Q_SLOTS:
     void aRealOverflowIsMadeUpForWithoutACrawl();
     void foldersBeyondTheLimitOfWatchesAreSwept();
     void watchesThatBecomeFreeAreGivenOut();
+    void aFolderReachedByTwoRootsKeepsItsWatch();
     void aFolderThatCouldNotBeReadIsTriedAgain();
     void aRootThatVanishesAndComesBackIsReadAgain();
     void crawlEventsAndSweepsTakeTheSameNames();
@@ -155,6 +156,44 @@ void tst_LiveListings::watchesThatBecomeFreeAreGivenOut()
 
     QCOMPARE(bench.live.watchedFolderCount(), std::size_t(21));
     QVERIFY(!bench.live.nextDue());
+}
+
+void tst_LiveListings::aFolderReachedByTwoRootsKeepsItsWatch()
+{
+    const TemporaryTree tree;
+    tree.file("data/x/y/file");
+    tree.link("link", "data/x");
+    Bench<LossySource> bench(neverCompacting());
+    bench.include(tree, "data");
+    bench.include(tree, "link");
+    const auto inBoth = [&](const std::string &name) {
+        const auto paths = bench.paths(tree);
+        return paths.contains("data/x/" + name) && paths.contains("link/" + name);
+    };
+    QVERIFY(inBoth("y/file"));
+
+    // What is swept at one of its places is looked at as often as any swept folder, not each
+    // second.
+    bench.pass(std::chrono::seconds(31));
+    const auto before = bench.source.watchCount;
+    bench.pass(std::chrono::seconds(29));
+    QCOMPARE(bench.source.watchCount, before);
+    QCOMPARE(bench.live.watchedFolderCount(), std::size_t(3));
+    QCOMPARE(bench.live.sweptFolderCount(), std::size_t(2));
+
+    tree.file("data/x/y/later");
+    bench.settle();
+    bench.pass(std::chrono::seconds(31));
+    QVERIFY(inBoth("y/later"));
+
+    // One place gone, the other is live again.
+    bench.forgetRule(1);
+    bench.pass(std::chrono::seconds(1));
+    QCOMPARE(bench.live.watchedFolderCount(), std::size_t(3));
+    QCOMPARE(bench.live.sweptFolderCount(), std::size_t(0));
+    tree.file("data/x/y/last");
+    bench.settle();
+    QVERIFY(bench.paths(tree).contains("data/x/y/last"));
 }
 
 void tst_LiveListings::aFolderThatCouldNotBeReadIsTriedAgain()
