@@ -44,6 +44,7 @@ void LiveIndex::applyChange(const Change &change)
         return;
     }
     _applications.noteChange(change.watch);
+    _ancestors.noteChange(change);
     const auto folder = _writer.folderOfWatch(change.watch);
     if (folder == nothing) {
         _listings.noteEarly(change);

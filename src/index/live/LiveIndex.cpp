@@ -33,6 +33,7 @@ LiveIndex::LiveIndex(Worker &worker, ChangeSource &source, PublishedView &publis
     , _mounts(_options.readMounts())
     , _readers([&worker] { worker.wakeOwner(); }, _options.hangLimit)
     , _applications(worker, source, std::move(desktopEntries))
+    , _ancestors(worker, source)
     , _listings(worker)
     , _written(_options.writePause)
     , _sweeper(_options.sweepPace)
@@ -45,6 +46,7 @@ LiveIndex::LiveIndex(Worker &worker, ChangeSource &source, PublishedView &publis
     _applications.onRead = [this](ApplicationTable table, const std::vector<int> &freed) {
         takeApplications(std::move(table), freed);
     };
+    _ancestors.onWatched = [this](const std::vector<int> &freed) { takeAncestors(freed); };
     noteMounts();
     _applications.read();
 }
@@ -117,6 +119,7 @@ void LiveIndex::applyPlan()
         if (!isRootOf(old, path))
             startRoot(path);
     }
+    followAncestors();
     _writer.publish();
 }
 
@@ -143,7 +146,7 @@ void LiveIndex::dropFolder(FolderId folder)
 
 void LiveIndex::unwatch(int watch)
 {
-    if (_applications.holds(watch))
+    if (_applications.holds(watch) || _ancestors.holds(watch))
         return;
     _listings.noteRetired(watch);
     _source.unwatch(watch);
@@ -225,6 +228,30 @@ void LiveIndex::takeApplications(ApplicationTable table, const std::vector<int> 
     }
     _writer.setApplications(std::move(table));
     _hasCrawled = true;
+}
+
+// The folders above the roots.
+
+void LiveIndex::followAncestors()
+{
+    _ancestors.follow(_plan.roots(), _readers.slowMounts());
+}
+
+/// One of them was moved, has gone or is watched now for the first time: what stands at the paths
+/// of the roots may be something else than what is known.
+void LiveIndex::takeAncestors(const std::vector<int> &freed)
+{
+    for (const auto watch : freed) {
+        if (_writer.folderOfWatch(watch) == nothing)
+            unwatch(watch);
+    }
+    std::vector<FolderId> folders;
+    for (std::uint32_t root = 0; root < _writer.view().roots.size(); ++root) {
+        const auto &entry = _writer.view().roots[root];
+        if (entry.folder != nothing && !_readers.readerOf(root))
+            folders.push_back(entry.folder);
+    }
+    checkFolders(folders, {});
 }
 
 // Change times.

@@ -2,6 +2,7 @@
 // long: the conductor of the parts that keep the tables equal to the disk
 #pragma once
 
+#include "index/live/AncestorWatch.h"
 #include "index/live/ApplicationWatch.h"
 #include "index/live/ChangeTimes.h"
 #include "index/live/CrawlPlan.h"
@@ -76,8 +77,8 @@ struct LiveCounters {
 /// the order of changes nor their loss can make the index wrong for good.
 ///
 /// The conductor: what is being read (Listings), on its way (Departures), due (Sweeper, StormGuard,
-/// WrittenEntries) or another subsystem's (ApplicationWatch, MountReaders, SnapshotKeeper) is kept
-/// by classes of their own; here is what they mean for the tables.
+/// WrittenEntries) or beside the tables (ApplicationWatch, AncestorWatch, MountReaders,
+/// SnapshotKeeper) is kept by classes of their own; here is what they mean for the tables.
 ///
 /// Everything on one thread. Disk reading beyond single entries is done by the worker, whose
 /// completions step() runs; file systems that may hang are read by threads of their own alone.
@@ -162,6 +163,8 @@ private:
     void noteMounts();
     void giveUpHungMounts(Clock::time_point now);
     void takeApplications(ApplicationTable table, const std::vector<int> &freed);
+    void followAncestors();
+    void takeAncestors(const std::vector<int> &freed);
     void snapshotChecked(const SnapshotKeeper::CheckOutcome &outcome);
     void makeFilter();
     void startOver();
@@ -221,6 +224,7 @@ private:
     CrawlPlan _plan;
     MountReaders _readers;
     ApplicationWatch _applications;
+    AncestorWatch _ancestors;
     Listings _listings;
     Departures _departures;
     // The folder of the last change, held open while the changes at hand are applied.

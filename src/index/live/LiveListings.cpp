@@ -31,6 +31,13 @@ std::optional<std::chrono::seconds> ageOf(std::int64_t time)
     return std::max(now - then, std::chrono::seconds(0));
 }
 
+/// Whether a folder of this identity is not the one that was listed. One that was never read has no
+/// identity; it is being read, or tried again when its time has come.
+bool isAnother(std::uint64_t identity, const FolderListing::Entry &entry)
+{
+    return identity != 0 && inodeOf(identity) != entry.inode;
+}
+
 }  // namespace
 
 // Asking.
@@ -113,7 +120,19 @@ void LiveIndex::takeListing(
     }
     const auto known = _writer.identityOf(folder);
     _writer.setIdentity(folder, listing.identity);
-    takeWatch(folder, listing, pending);
+    // A root that comes back may have come with other folders above it.
+    const bool isRoot = _writer.view().parentOf(folder) == nothing;
+    if (isRoot && _writer.watchOf(folder) < 0 && !pending.reader)
+        followAncestors();
+    const auto holder = _writer.folderOfWatch(listing.watch);
+    const bool isShownTwice = holder != nothing && holder != folder && known == listing.identity &&
+                              _writer.identityOf(holder) == listing.identity;
+    // One folder at two places has one watch, which stays where it is: the other place is swept.
+    // A folder that is new here takes it over, since it may have come from there.
+    if (isShownTwice)
+        leaveWatch(folder, listing);
+    else
+        takeWatch(folder, listing, pending);
     if (known != 0 && known != listing.identity)
         _writer.clearFolder(folder, [this](int watch) { unwatch(watch); });
     if (listing.isUnchanged) {
@@ -240,7 +259,7 @@ void LiveIndex::merge(
         const auto below = _writer.folderFor(record);
         if (below == nothing)
             start(record, *entry);
-        else if (inodeOf(_writer.identityOf(below)) != entry->inode)
+        else if (isAnother(_writer.identityOf(below), *entry))
             replaced.push_back(below);  // or something is mounted there
     }
     if (!replaced.empty())
