@@ -10,13 +10,6 @@
 
 namespace vellumhound::index {
 
-namespace {
-
-/// Names taken along by a move that cost as much as one change.
-constexpr double movedNamesPerChange = 16;
-
-}  // namespace
-
 bool LiveIndex::applyChanges()
 {
     auto changes = _source.read();
@@ -252,6 +245,8 @@ bool LiveIndex::attach(const Departure &departure, FolderId parent, const std::s
     if (const auto replaced = _writer.find(parent, name); replaced != nothing)
         removeEntry(replaced);
     closeProbe();
+    if (!_storms.copiesMoves(_options.now()) && !_storms.isOff(departure.folder))
+        moveAlone(departure.folder);
 
     std::unordered_map<FolderId, FolderId> numbers;
     std::vector<FolderId> moved;
@@ -270,11 +265,22 @@ bool LiveIndex::attach(const Departure &departure, FolderId parent, const std::s
     _counters.namesMoved += names;
     _listings.noteMoved(numbers);
     tell(FileChange::Kind::moved, path, true, departure.oldPath);
-    if (_storms.note(parent, double(names) / movedNamesPerChange, _options.now()))
+    _storms.noteMove(names, _options.now());
+    if (_storms.note(parent, double(names) / StormGuard::namesPerChange, _options.now()))
         takeOff(parent);
     // Whether these are the folders that we think they are shows by their identities and times.
     checkFolders(moved, {});
     return true;
+}
+
+/// Too many names were copied lately. What is known below the folder is dropped; it is read again
+/// when the moves have had time to end.
+void LiveIndex::moveAlone(FolderId folder)
+{
+    _writer.clearFolder(folder, [this](int watch) { unwatch(watch); });
+    _writer.setTime(folder, 0);
+    _storms.takeOffMoved(folder, _options.now());
+    takeOff(folder);
 }
 
 void LiveIndex::forget(const Departure &departure)

@@ -58,9 +58,9 @@ LiveIndex::~LiveIndex() = default;
 void LiveIndex::setRules(const std::vector<Rule> &rules)
 {
     _rules = rules;
+    _scopes.clear();
     _included.clear();
     _excluded.clear();
-    _scopes.clear();
     for (const auto &rule : rules) {
         const auto path = standardizedPath(rule.path);
         if (!path.empty() && path != applicationsPath)
@@ -109,9 +109,9 @@ void LiveIndex::applyPlan()
         if (record != nothing && _writer.folderFor(record) != nothing)
             dropFolder(_writer.folderFor(record));
     }
+    _listings.cancel([this](FolderId folder) { return !_writer.isAlive(folder); });
     for (const auto &path : old.stops()) {
         const auto record = _plan.stops().contains(path) ? nothing : folderAt(path);
-    _listings.cancel([this](FolderId folder) { return !_writer.isAlive(folder); });
         if (record != nothing && _writer.folderFor(record) == nothing)
             startFolder(record, path);
     }
@@ -135,11 +135,11 @@ void LiveIndex::dropRoot(std::uint32_t root)
     const auto folder = _writer.view().roots[root].folder;
     dropFolder(folder);
     _writer.removeRoot(root);
+    // Its watches are to be had again.
+    _sweeper.hasten(_options.now());
 }
 
 void LiveIndex::dropFolder(FolderId folder)
-    // Its watches are to be had again.
-    _sweeper.hasten(_options.now());
 {
     _writer.removeFolder(folder, [this](int watch) { unwatch(watch); });
 }

@@ -200,6 +200,7 @@ private:
     void arrive(FolderId folder, const Change &change);
     void passThrough(const Change &change, Departure departure);
     bool attach(const Departure &departure, FolderId parent, const std::string &name);
+    void moveAlone(FolderId folder);
     void settleDepartures();
     void forget(const Departure &departure);
     void folderWent(FolderId folder);

@@ -87,6 +87,9 @@ void LiveIndex::checkFolders(const std::vector<FolderId> &folders, std::function
 {
     std::vector<Listings::Request> requests;
     for (const auto folder : folders) {
+        // One that storms is read when its time comes.
+        if (_storms.isOff(folder))
+            continue;
         auto request = requestFor(folder, _writer.view().pathOfFolder(folder), true);
         if (!request.reader || !request.reader->isHung())
             requests.push_back(std::move(request));

@@ -27,12 +27,38 @@ bool StormGuard::note(FolderId folder, double changes, Clock::time_point now)
     state.left -= changes;
     const bool isStorm = state.left < 0;
     if (isStorm) {
-        const auto factor = 1 << std::min(state.timesOff++, 16);
-        state.offUntil = now + std::min(shortest * factor, longest);
+        state.offUntil = now + nextPause(state);
         ++_offCount;
     }
     forgetCalm(now);
     return isStorm;
+}
+
+std::chrono::milliseconds StormGuard::nextPause(State &state)
+{
+    const auto factor = 1 << std::min(state.timesOff++, 16);
+    return std::min(shortest * factor, longest);
+}
+
+bool StormGuard::copiesMoves(Clock::time_point now)
+{
+    refill(_moves, now);
+    return _moves.left >= 0;
+}
+
+void StormGuard::noteMove(std::size_t names, Clock::time_point now)
+{
+    refill(_moves, now);
+    _moves.left -= double(names) / namesPerChange;
+}
+
+void StormGuard::takeOffMoved(FolderId folder, Clock::time_point now)
+{
+    auto &state = _states.try_emplace(folder).first->second;
+    if (!state.offUntil)
+        ++_offCount;
+    state.noted = now;
+    state.offUntil = now + nextPause(_moves);
 }
 
 void StormGuard::forgetCalm(Clock::time_point now)

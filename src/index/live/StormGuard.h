@@ -24,6 +24,7 @@ public:
 
     static constexpr double burst = 65536;           ///< changes in a row that are followed
     static constexpr double changesPerSecond = 200;  ///< that are followed for ever
+    static constexpr double namesPerChange = 16;  ///< copied names that weigh as much as a change
     static constexpr double trial = 1000;  ///< changes followed after a return from being off
     static constexpr std::chrono::milliseconds shortest{100};
     static constexpr std::chrono::milliseconds longest{60'000};
@@ -31,6 +32,15 @@ public:
     /// Notes changes in a folder. True if it is to be taken off now.
     bool note(FolderId folder, double changes, Clock::time_point now);
     bool isOff(FolderId folder) const;
+    /// Whether a folder that was moved takes along what is known below it. That copies the names,
+    /// so they have a store of their own, for all folders together: as many as sixteen changes
+    /// each.
+    bool copiesMoves(Clock::time_point now);
+    /// Notes that a move has copied so many names.
+    void noteMove(std::size_t names, Clock::time_point now);
+    /// Takes off a folder that is moved while moves do not copy: read again in a while, for which
+    /// each such move makes it longer.
+    void takeOffMoved(FolderId folder, Clock::time_point now);
     /// How many folders are off.
     std::size_t offCount() const { return _offCount; }
     /// When the next folder that is off is to be read.
@@ -49,9 +59,11 @@ private:
     };
 
     static void refill(State &state, Clock::time_point now);
+    static std::chrono::milliseconds nextPause(State &state);
     void forgetCalm(Clock::time_point now);
 
     std::unordered_map<FolderId, State> _states;  // of folders that changed not long ago
+    State _moves;                                 // of all folders together
     std::size_t _forgetAbove = 1024;
     std::size_t _offCount = 0;
 };

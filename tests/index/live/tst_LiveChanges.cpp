@@ -23,6 +23,8 @@ private Q_SLOTS:
     void filesInAFolderMadeJustNowAreSeen();
     void aMovedFolderIsFoundAtOnceWithoutBeingReadAgain();
     void aChainOfRenamesCopiesOnce();
+    void aTreeMovedRoundManyFoldersIsNotCopiedEachTime();
+    void aRenamedAncestorOfARootLeavesNoGhostNames();
     void aFolderMovedWhileItIsReadIsFoundWhole();
     void whatIsWrittenOverAndOverIsLookedAtOnceInAPause();
     void changesAreToldToWhoWantsThem();
@@ -192,6 +194,75 @@ void tst_LiveChanges::aChainOfRenamesCopiesOnce()
     QCOMPARE(bench.live.counters().namesMoved, std::uint64_t(3));
     bench.settle();
     QCOMPARE(bench.paths(tree), onDisk(tree));
+}
+
+void tst_LiveChanges::aTreeMovedRoundManyFoldersIsNotCopiedEachTime()
+{
+    constexpr int parents = 100;
+    constexpr int folders = 120;
+    constexpr int filesEach = 500;
+    constexpr std::size_t mostBytes = std::size_t(200) << 20;
+    constexpr double copiedNames = StormGuard::burst * StormGuard::namesPerChange;
+    const TemporaryTree tree;
+    for (int i = 0; i < parents; ++i)
+        tree.folder("parent" + std::to_string(i));
+    for (int i = 0; i < folders; ++i) {
+        const auto folder = "parent0/tree/folder" + std::to_string(i);
+        tree.folder(folder);
+        for (int file = 0; file < filesEach; ++file)
+            tree.file(folder + "/file" + std::to_string(file));
+    }
+    RealBench bench(LiveIndexOptions{}, manyWatches);
+    bench.include(tree);
+    const auto names = bench.live.nameCount();
+    QVERIFY(names > std::uint64_t(folders * filesEach));
+
+    // The worker, and with it all compacting, never gets its turn.
+    for (int i = 1; i < parents; ++i) {
+        tree.move(
+            "parent" + std::to_string(i - 1) + "/tree", "parent" + std::to_string(i) + "/tree");
+        bench.live.step();
+    }
+    QVERIFY(double(bench.live.counters().namesMoved) <= copiedNames + double(names) + parents);
+    QVERIFY2(bench.live.memoryBytes() < mostBytes,
+        std::to_string(bench.live.memoryBytes() >> 20).c_str());
+    QCOMPARE(bench.paths(tree).count("parent99/tree"), std::size_t(1));
+
+    // When the moves have ended it is read where it is.
+    bench.pass(StormGuard::longest);
+    QCOMPARE(bench.live.nameCount(), names);
+    QCOMPARE(bench.search(tree, "file499", "parent99/tree/folder7"), (Names{"file499"}));
+    QCOMPARE(bench.live.counters().stormFolders, std::size_t(0));
+    tree.file("parent99/tree/folder7/later");
+    bench.settle();
+    QCOMPARE(bench.search(tree, "later"), (Names{"later"}));
+}
+
+void tst_LiveChanges::aRenamedAncestorOfARootLeavesNoGhostNames()
+{
+    const TemporaryTree tree;
+    tree.file("a/b/root/in/file");
+    RealBench bench(neverCompacting(), manyWatches);
+    bench.include(tree, "a/b/root");
+    QCOMPARE(bench.paths(tree), (Paths{"a/b/root/in", "a/b/root/in/file"}));
+
+    tree.move("a", "z");
+    bench.settle();
+    QCOMPARE(bench.paths(tree), Paths{});
+    QCOMPARE(bench.live.watchedFolderCount(), std::size_t(0));
+
+    // Back again, it is met by the next look at the root, and its ancestors are watched as before.
+    for (int round = 0; round < 2; ++round) {
+        tree.move("z", "a");
+        bench.pass(std::chrono::minutes(5));
+        QCOMPARE(bench.paths(tree), (Paths{"a/b/root/in", "a/b/root/in/file"}));
+        QVERIFY(!bench.live.nextDue());
+        tree.move("a/b", "a/c");
+        tree.move("a", "z");
+        bench.settle();
+        QCOMPARE(bench.paths(tree), Paths{});
+        tree.move("z/c", "z/b");
+    }
 }
 
 void tst_LiveChanges::aFolderMovedWhileItIsReadIsFoundWhole()

@@ -16,6 +16,8 @@ private Q_SLOTS:
     void aStormIsTakenOffForTwiceAsLongEachTime();
     void afterACalmTimeAStormBeginsSmallAgain();
     void aFolderKeepsItsStateUnderANewNumber();
+    void movesAreCopiedUntilTheirStoreIsEmpty();
+    void whatMovesOnIsOffForTwiceAsLongEachTime();
 };
 
 namespace {
@@ -89,6 +91,39 @@ void tst_StormGuard::aFolderKeepsItsStateUnderANewNumber()
 
     QVERIFY(guard.isOff(10));
     QCOMPARE(guard.offCount(), std::size_t(1));
+}
+
+void tst_StormGuard::movesAreCopiedUntilTheirStoreIsEmpty()
+{
+    StormGuard guard;
+    constexpr auto store = std::size_t(StormGuard::burst * StormGuard::namesPerChange);
+    guard.noteMove(store, start);
+    QVERIFY(guard.copiesMoves(start));
+
+    guard.noteMove(std::size_t(StormGuard::namesPerChange), start);
+    QVERIFY(!guard.copiesMoves(start));
+
+    QVERIFY(guard.copiesMoves(start + 1s));
+}
+
+void tst_StormGuard::whatMovesOnIsOffForTwiceAsLongEachTime()
+{
+    StormGuard guard;
+    auto now = start;
+    guard.noteMove(std::size_t(2 * StormGuard::burst * StormGuard::namesPerChange), now);
+    // Another folder each time: it is the moves that storm.
+    FolderId folder = 1;
+    for (const auto pause : {100ms, 200ms, 400ms, 800ms}) {
+        guard.takeOffMoved(folder, now);
+
+        QVERIFY(guard.isOff(folder));
+        QCOMPARE(guard.offCount(), std::size_t(1));
+        QVERIFY(guard.due() == now + pause);
+        now += pause;
+        QCOMPARE(guard.takeDue(now), std::vector<FolderId>{folder});
+        ++folder;
+    }
+    QCOMPARE(guard.offCount(), std::size_t(0));
 }
 
 QTEST_APPLESS_MAIN(tst_StormGuard)
