@@ -29,13 +29,6 @@ const Name &GlobalShortcut::browseFinderWindows()
     return name;
 }
 
-void GlobalShortcut::createNames(KeyboardShortcuts::NamedShortcuts &shortcuts)
-{
-    for (const auto *name :
-        {&launchVellumhound(), &loadSelectedFilesFromFinder(), &browseFinderWindows()})
-        shortcuts.createName(name->rawValue, name->defaultShortcut);
-}
-
 std::optional<KeyShortcut> GlobalShortcut::keyShortcut(
     const KeyboardShortcuts::NamedShortcuts &shortcuts) const
 {

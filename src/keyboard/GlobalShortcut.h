@@ -19,9 +19,6 @@ struct GlobalShortcut {
     /// Loads the folders of the file manager's windows into the panel; Option and F.
     static const KeyboardShortcuts::Name &browseFinderWindows();
 
-    /// Brings the three names into being, in the order above. Before any action is bound to them.
-    static void createNames(KeyboardShortcuts::NamedShortcuts &shortcuts);
-
     /// The current recording as a row or a menu entry shows it; nothing if there is none.
     std::optional<KeyShortcut> keyShortcut(
         const KeyboardShortcuts::NamedShortcuts &shortcuts) const;

@@ -17,10 +17,4 @@ public:
     virtual std::optional<QString> charactersOf(int keyCode) const = 0;
 };
 
-/// Where no layout can be asked.
-class NullKeyCharacters final : public KeyCharacters {
-public:
-    std::optional<QString> charactersOf(int) const override { return std::nullopt; }
-};
-
 }  // namespace vellumhound::platform

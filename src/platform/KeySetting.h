@@ -38,16 +38,4 @@ public:
     virtual void remove(const QString &name) = 0;
 };
 
-/// Where the desktop has no settings that a program may write.
-class NullKeySetting final : public KeySetting {
-public:
-    bool isOffered() const override { return false; }
-    bool isSet(const QString &) const override { return false; }
-    base::Outcome set(const Entry &) override
-    {
-        return base::Error{QStringLiteral("the desktop has no settings for keys")};
-    }
-    void remove(const QString &) override {}
-};
-
 }  // namespace vellumhound::platform

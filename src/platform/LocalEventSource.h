@@ -40,11 +40,4 @@ public:
     virtual void removeMonitor(int handle) = 0;
 };
 
-/// Where nothing can be watched.
-class NullLocalEventSource final : public LocalEventSource {
-public:
-    int addLocalMonitor(std::uint64_t, Handler) override { return 1; }
-    void removeMonitor(int) override {}
-};
-
 }  // namespace vellumhound::platform

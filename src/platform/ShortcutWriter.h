@@ -26,10 +26,4 @@ public:
     virtual ShortcutTexts textsOf(int keyCode, int modifiers) const = 0;
 };
 
-/// Where no layout can be asked.
-class NullShortcutWriter final : public ShortcutWriter {
-public:
-    ShortcutTexts textsOf(int, int) const override { return {}; }
-};
-
 }  // namespace vellumhound::platform

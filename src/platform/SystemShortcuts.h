@@ -30,11 +30,4 @@ public:
     virtual std::optional<SystemShortcut> heldByAnother(int keyCode, int modifiers) const = 0;
 };
 
-/// Where no desktop can be asked.
-class NullSystemShortcuts final : public SystemShortcuts {
-public:
-    QList<SystemShortcut> copySymbolicHotKeys() const override { return {}; }
-    std::optional<SystemShortcut> heldByAnother(int, int) const override { return std::nullopt; }
-};
-
 }  // namespace vellumhound::platform

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // How the desktops write keys, on real layouts and against the toolkits' own names.
 #include "base/KeyTable.h"
+#include "fakes/FakeKeyCharacters.h"
 #include "platform/HotKeyCenter.h"
 #include "platform/linux/keyboard/KeyboardLayout.h"
 #include "platform/linux/keyboard/ShortcutText.h"
@@ -241,7 +242,7 @@ private Q_SLOTS:
 
     void withoutALayoutOnlyNamedKeysAreKnown()
     {
-        const NullKeyCharacters none;
+        const fakes::FakeKeyCharacters none;
 
         QCOMPARE(ShortcutText::toGtk({49, Modifiers::control}, none), u"<Control>space"_s);
         QCOMPARE(ShortcutText::toGtk({1, Modifiers::control}, none), QString());

@@ -18,7 +18,10 @@ private Q_SLOTS:
     {
         KeyboardShortcuts::NamedShortcutsFixture fixture;
 
-        GlobalShortcut::createNames(*fixture.shortcuts);
+        for (const auto *name :
+            {&GlobalShortcut::launchVellumhound(), &GlobalShortcut::loadSelectedFilesFromFinder(),
+                &GlobalShortcut::browseFinderWindows()})
+            fixture.shortcuts->createName(name->rawValue, name->defaultShortcut);
 
         QCOMPARE(fixture.stored(u"launchVellumhound"_s),
             R"({"carbonKeyCode":49,"carbonModifiers":4096})");
@@ -37,8 +40,8 @@ private Q_SLOTS:
     {
         KeyboardShortcuts::NamedShortcutsFixture fixture;
         auto &shortcuts = *fixture.shortcuts;
-        GlobalShortcut::createNames(shortcuts);
         const GlobalShortcut browse{GlobalShortcut::browseFinderWindows()};
+        shortcuts.createName(browse.name.rawValue, browse.name.defaultShortcut);
         QCOMPARE(browse.keyShortcut(shortcuts), (KeyShortcut{U'f', Flags::option}));
 
         shortcuts.setShortcut(browse.name, KeyboardShortcuts::Shortcut(49, 0x1100));

@@ -42,7 +42,8 @@ private Q_SLOTS:
         _writer.texts.insert({49, 0x1000},
             {u"Ctrl+Space"_s, u"<Control>space"_s, u"Ctrl+space"_s, u"CTRL, space"_s, u"space"_s});
         _keySetting = {};
-        GlobalShortcut::createNames(*_fixture->shortcuts);
+        for (const auto &name : {launch(), browse()})
+            _fixture->shortcuts->createName(name.rawValue, name.defaultShortcut);
         _status = std::make_unique<HotKeyStatus>(
             HotKeyStatus::Environment{*_fixture->shortcuts, _fixture->center,
                 _fixture->notifications, _session, _writer, _keySetting},

@@ -30,12 +30,6 @@ public:
     virtual QList<MenuItem> itemArray() const = 0;
 };
 
-/// Where there is no menu.
-class NullMainMenu final : public MainMenu {
-public:
-    QList<MenuItem> itemArray() const override { return {}; }
-};
-
 /// The first of `items` that the shortcut would press, each item's submenu before the next item.
 std::optional<MenuItem> menuItemWithShortcut(const QList<MenuItem> &items, const Shortcut &shortcut,
     const platform::KeyCharacters &characters);

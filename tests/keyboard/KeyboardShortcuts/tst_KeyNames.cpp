@@ -68,7 +68,7 @@ private Q_SLOTS:
     {
         int fixed = 0;
         for (int keyCode = -1; keyCode < 256; ++keyCode)
-            fixed += keyName(keyCode, platform::NullKeyCharacters()).has_value();
+            fixed += keyName(keyCode, fakes::FakeKeyCharacters()).has_value();
 
         QCOMPARE(fixed, fixedKeyNameCount);
     }
@@ -106,7 +106,7 @@ private Q_SLOTS:
 
         QCOMPARE(description({7, 0x100}, _layout), u"⌘�"_s);
         QCOMPARE(description({93, 0x1000}, _layout), u"⌃�"_s);
-        QCOMPARE(description({1, 0x800}, platform::NullKeyCharacters()), u"⌥�"_s);
+        QCOMPARE(description({1, 0x800}, fakes::FakeKeyCharacters()), u"⌥�"_s);
     }
 
     void aLetterIsReadByTheActiveLayout()
