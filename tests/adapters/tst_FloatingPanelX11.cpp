@@ -3,6 +3,7 @@
 #include "fakes/ManualTimer.h"
 #include "platform/linux/x11/X11Desktop.h"
 #include "shell/widgets/FloatingPanel.h"
+#include "support/RunProgram.h"
 
 #include <QApplication>
 #include <QLineEdit>
@@ -18,6 +19,7 @@
 using namespace vellumhound;
 using namespace Qt::StringLiterals;
 using shell::FloatingPanel;
+using support::xdotool;
 
 namespace {
 
@@ -26,11 +28,6 @@ QByteArray outputOf(const QString &program, const QStringList &arguments)
     QProcess process;
     process.start(program, arguments);
     return process.waitForFinished() ? process.readAllStandardOutput() : QByteArray();
-}
-
-void xdotool(const QStringList &arguments)
-{
-    outputOf(u"xdotool"_s, arguments);
 }
 
 /// A window of another program, which takes the keyboard when it starts.

@@ -5,9 +5,9 @@
 #include "platform/linux/hotkeys/X11HotKeys.h"
 #include "platform/linux/keyboard/XkbKeyCharacters.h"
 #include "support/CapturedOutput.h"
+#include "support/RunProgram.h"
 
 #include <QGuiApplication>
-#include <QProcess>
 #include <QTemporaryDir>
 #include <QTest>
 
@@ -20,20 +20,14 @@ using namespace Qt::StringLiterals;
 using keyboard::GlobalShortcut;
 using keyboard::KeyboardShortcuts::NamedShortcuts;
 using keyboard::KeyboardShortcuts::Shortcut;
+using support::run;
+using support::xdotool;
 
 namespace {
 
-bool run(const QString &program, const QStringList &arguments)
-{
-    QProcess process;
-    process.start(program, arguments);
-    return process.waitForFinished() && process.exitStatus() == QProcess::NormalExit &&
-           process.exitCode() == 0;
-}
-
 bool press(const QString &keys)
 {
-    return run(u"xdotool"_s, {u"key"_s, keys});
+    return xdotool({u"key"_s, keys});
 }
 
 }  // namespace
@@ -54,11 +48,12 @@ private:
     {
         _shortcuts = std::make_unique<NamedShortcuts>(NamedShortcuts::Environment{
             *_defaults, _notifications, *_center, nullptr, *_characters});
-        GlobalShortcut::createNames(*_shortcuts);
         for (const auto *name :
             {&GlobalShortcut::launchVellumhound(), &GlobalShortcut::loadSelectedFilesFromFinder(),
-                &GlobalShortcut::browseFinderWindows()})
+                &GlobalShortcut::browseFinderWindows()}) {
+            _shortcuts->createName(name->rawValue, name->defaultShortcut);
             _shortcuts->onKeyDown(*name, [this, name] { _ran.append(name->rawValue); });
+        }
     }
 
 private Q_SLOTS:

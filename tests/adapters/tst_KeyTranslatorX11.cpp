@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // Real presses on a real X server, with the layouts that people use.
 #include "platform/linux/keyboard/KeyTranslator.h"
+#include "support/RunProgram.h"
 
 #include <QGuiApplication>
 #include <QKeyEvent>
-#include <QProcess>
 #include <QTest>
 #include <QWindow>
 
@@ -12,6 +12,8 @@
 
 using namespace vellumhound;
 using namespace Qt::StringLiterals;
+using support::run;
+using support::xdotool;
 namespace Flags = base::ModifierFlags;
 
 namespace {
@@ -35,14 +37,6 @@ private:
     platform::KeyTranslator &_translator;
 };
 
-bool run(const QString &program, const QStringList &arguments)
-{
-    QProcess process;
-    process.start(program, arguments);
-    return process.waitForFinished() && process.exitStatus() == QProcess::NormalExit &&
-           process.exitCode() == 0;
-}
-
 /// xdotool takes a number of several digits for a hardware code.
 QString codeOf(int linuxCode)
 {
@@ -61,7 +55,7 @@ private:
     std::optional<base::KeyEvent> eventOf(const QString &keys)
     {
         _window->events.clear();
-        if (!run(u"xdotool"_s, {u"key"_s, u"--clearmodifiers"_s, keys}))
+        if (!xdotool({u"key"_s, u"--clearmodifiers"_s, keys}))
             return std::nullopt;
         if (!QTest::qWaitFor([&] { return !_window->events.isEmpty(); }))
             return std::nullopt;

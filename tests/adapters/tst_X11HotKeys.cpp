@@ -2,10 +2,10 @@
 // Real presses on a real X server, some with a second client that holds keys of its own.
 #include "platform/linux/hotkeys/X11HotKeys.h"
 #include "support/OtherClient.h"
+#include "support/RunProgram.h"
 
 #include <QGuiApplication>
 #include <QKeyEvent>
-#include <QProcess>
 #include <QTest>
 #include <QWindow>
 
@@ -17,6 +17,8 @@ using namespace vellumhound;
 using namespace Qt::StringLiterals;
 using platform::HotKeyEvent;
 using platform::HotKeyId;
+using support::run;
+using support::xdotool;
 namespace Modifiers = platform::HotKeyModifiers;
 namespace Status = platform::HotKeyAnswer;
 
@@ -28,19 +30,6 @@ constexpr int f9Key = 101;
 constexpr int badAccess = 10;
 constexpr std::array<int, 2> hotKeyKinds{HotKeyEvent::pressed, HotKeyEvent::released};
 constexpr std::array<int, 2> rawKinds{HotKeyEvent::rawKeyDown, HotKeyEvent::rawKeyUp};
-
-bool run(const QString &program, const QStringList &arguments)
-{
-    QProcess process;
-    process.start(program, arguments);
-    return process.waitForFinished() && process.exitStatus() == QProcess::NormalExit &&
-           process.exitCode() == 0;
-}
-
-bool xdotool(const QStringList &arguments)
-{
-    return run(u"xdotool"_s, arguments);
-}
 
 class Handler final : public platform::HotKeyCenter::EventHandler {
 public:

@@ -2,25 +2,14 @@
 // What keys print, on the layouts that people use and on a real X server.
 #include "platform/linux/keyboard/KeyboardLayout.h"
 #include "platform/linux/keyboard/XkbKeyCharacters.h"
+#include "support/RunProgram.h"
 
 #include <QGuiApplication>
-#include <QProcess>
 #include <QTest>
 
 using namespace vellumhound::platform;
 using namespace Qt::StringLiterals;
-
-namespace {
-
-bool run(const QString &program, const QStringList &arguments)
-{
-    QProcess process;
-    process.start(program, arguments);
-    return process.waitForFinished() && process.exitStatus() == QProcess::NormalExit &&
-           process.exitCode() == 0;
-}
-
-}  // namespace
+using support::run;
 
 class tst_XkbKeyCharacters : public QObject {
     Q_OBJECT

@@ -18,6 +18,7 @@ sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[1] / "support"))
 from desktop_session import PANEL_TITLE, DesktopSession, Program, missing_tools, wait_until  # noqa: E402,F401
 from sample_home import SampleHome  # noqa: E402
 
+HOT_KEY_HOLDER = pathlib.Path(__file__).resolve().parents[1] / "support/hot_key_holder.py"
 options = argparse.Namespace(program=None, all_hot_keys=None, failures=None)
 
 
@@ -80,6 +81,31 @@ class DesktopCase(unittest.TestCase):
     def clear(self, program: Program) -> None:
         self.session.keys("ctrl+a", "BackSpace")
         program.wait_for_box("")
+
+    def hold_elsewhere(self, *arguments: str) -> subprocess.Popen:
+        """Lets another program hold a key until it is closed."""
+        holder = subprocess.Popen([sys.executable, str(HOT_KEY_HOLDER), *arguments], stdin=subprocess.PIPE,
+                                  stdout=subprocess.PIPE, text=True, env=self.session._environment())
+        self.addCleanup(self.end_holder, holder)
+        self.assertEqual(holder.stdout.readline(), "held\n")
+        return holder
+
+    @staticmethod
+    def end_holder(holder: subprocess.Popen) -> None:
+        if holder.poll() is None:
+            holder.stdin.close()
+            holder.wait(20)
+        holder.stdout.close()
+
+    def is_held(self, *arguments: str) -> bool:
+        """Whether some program holds a key."""
+        return self.session._output(sys.executable, str(HOT_KEY_HOLDER), "--try", *arguments) != "free\n"
+
+    def can_grab_keyboard(self) -> bool:
+        """False while a program, by an open menu for instance, has the keyboard to itself."""
+        answer = self.session._output(sys.executable, str(HOT_KEY_HOLDER), "--try-keyboard")
+        self.assertIn(answer, ("free\n", "taken\n"))
+        return answer == "free\n"
 
     def keep_what_a_failure_looks_like(self):
         """A picture of the screen and all that the program told, while it still stands there."""

@@ -4,14 +4,11 @@
 import json
 import pathlib
 import shutil
-import subprocess
-import sys
 import unittest
 
 import desktop_case
 from desktop_case import DesktopCase, wait_until
 
-HOLDER = pathlib.Path(__file__).resolve().parents[1] / "support/hot_key_holder.py"
 MAIN_KEY = "ctrl+space"
 CONTROL_SPACE = '{"carbonKeyCode":49,"carbonModifiers":4096}'
 F9 = '{"carbonKeyCode":101,"carbonModifiers":0}'
@@ -55,33 +52,8 @@ class HotKeyCase(DesktopCase):
         self.focus_other_window()
         program.wait_until_hidden()
 
-    def hold_elsewhere(self, *arguments: str) -> subprocess.Popen:
-        """Lets another program hold a key until it is closed."""
-        holder = subprocess.Popen([sys.executable, str(HOLDER), *arguments], stdin=subprocess.PIPE,
-                                  stdout=subprocess.PIPE, text=True, env=self.session._environment())
-        self.addCleanup(self.let_go, holder)
-        self.assertEqual(holder.stdout.readline(), "held\n")
-        return holder
-
-    @staticmethod
-    def let_go(holder: subprocess.Popen) -> None:
-        if holder.poll() is None:
-            holder.stdin.close()
-            holder.wait(20)
-        holder.stdout.close()
-
     def set_layout(self, *arguments: str) -> None:
         self.session._output("setxkbmap", *arguments)
-
-    def is_held(self, *arguments: str) -> bool:
-        """Whether some program holds a key."""
-        return self.session._output(sys.executable, str(HOLDER), "--try", *arguments) != "free\n"
-
-    def can_grab_keyboard(self) -> bool:
-        """False while a program, by an open menu for instance, has the keyboard to itself."""
-        answer = self.session._output(sys.executable, str(HOLDER), "--try-keyboard")
-        self.assertIn(answer, ("free\n", "taken\n"))
-        return answer == "free\n"
 
 
 class TestHotKeys(HotKeyCase):
@@ -134,9 +106,9 @@ class TestHotKeys(HotKeyCase):
         program = self.start_and_wait()
         self.focus_other_window()
 
-        self.session._output("xdotool", "keydown", "ctrl", "keydown", "space")
+        self.session.hold("ctrl", "space")
         program.wait_for_panel()
-        self.session._output("xdotool", "keyup", "space", "keyup", "ctrl")
+        self.session.let_go("space", "ctrl")
         self.session.type("a")
 
         program.wait_for_box("a")

@@ -3,6 +3,7 @@
 
 #include "platform/linux/hotkeys/KGlobalAccelHotKeys.h"
 #include "platform/linux/keyboard/XkbKeyCharacters.h"
+#include "support/RunProgram.h"
 
 #include <QDBusConnection>
 #include <QDBusMessage>
@@ -33,8 +34,8 @@ public:
 
     ~KGlobalAccelDesk() override
     {
-        run(QStringLiteral("xdotool"), {QStringLiteral("keyup"), QStringLiteral("space"),
-                                           QStringLiteral("keyup"), QStringLiteral("ctrl")});
+        xdotool({QStringLiteral("keyup"), QStringLiteral("space"), QStringLiteral("keyup"),
+            QStringLiteral("ctrl")});
         center.reset();
         for (const int number : {1, 2, firstMarker, secondMarker})
             call(QStringLiteral("unregister"), {component, nameOf(number)});
@@ -81,9 +82,8 @@ public:
     /// Presses, waits, and lets go; true if what was waited for came to pass.
     template <typename Condition> static bool hold(const QString &keys, const Condition &until)
     {
-        const bool isDone = run(QStringLiteral("xdotool"), {QStringLiteral("keydown"), keys}) &&
-                            QTest::qWaitFor(until);
-        return run(QStringLiteral("xdotool"), {QStringLiteral("keyup"), keys}) && isDone;
+        const bool isDone = xdotool({QStringLiteral("keydown"), keys}) && QTest::qWaitFor(until);
+        return xdotool({QStringLiteral("keyup"), keys}) && isDone;
     }
 
     static QString nameOf(int number) { return QStringLiteral("action-%1").arg(number); }
@@ -92,17 +92,7 @@ public:
     {
         return {component, nameOf(number), QString(), QString()};
     }
-    static bool run(const QString &program, const QStringList &arguments)
-    {
-        QProcess process;
-        process.start(program, arguments);
-        return process.waitForFinished() && process.exitStatus() == QProcess::NormalExit &&
-               process.exitCode() == 0;
-    }
-    static bool press(const QString &keys)
-    {
-        return run(QStringLiteral("xdotool"), {QStringLiteral("key"), keys});
-    }
+    static bool press(const QString &keys) { return xdotool({QStringLiteral("key"), keys}); }
     /// What another program asks of the service.
     static QVariant call(const QString &method, const QVariantList &arguments)
     {

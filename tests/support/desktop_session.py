@@ -146,6 +146,15 @@ class DesktopSession:
         """Presses keys by their X names, chords with a plus: keys("Down", "ctrl+k")."""
         self._output("xdotool", "key", "--clearmodifiers", "--delay", "15", *names)
 
+    def hold(self, *names: str) -> None:
+        """Presses keys and leaves them down."""
+        for name in names:
+            self._output("xdotool", "keydown", name)
+
+    def let_go(self, *names: str) -> None:
+        for name in names:
+            self._output("xdotool", "keyup", name)
+
     def type(self, text: str) -> None:
         self._output("xdotool", "type", "--clearmodifiers", "--delay", "15", text)
 
