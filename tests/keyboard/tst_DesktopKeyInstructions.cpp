@@ -173,6 +173,30 @@ private Q_SLOTS:
             QCOMPARE(lineOf(desktop, binding), u"vellumhound"_s);
     }
 
+    void aKeyThatCannotBeWrittenIsStillSetWhereTheDesktopHasItsKeys_data()
+    {
+        QTest::addColumn<bool>("isClicked");
+        for (const char *name :
+            {"GNOME", "Budgie", "Unity", "KDE", "X-Cinnamon", "Cinnamon", "MATE", "LXQt", "COSMIC"})
+            QTest::newRow(name) << true;
+        for (const char *name :
+            {"sway", "i3", "Hyprland", "XFCE", "labwc", "openbox", "river", "niri"})
+            QTest::newRow(name) << false;
+    }
+    void aKeyThatCannotBeWrittenIsStillSetWhereTheDesktopHasItsKeys()
+    {
+        QFETCH(bool, isClicked);
+        const QStringList names{QString::fromLatin1(QTest::currentDataTag())};
+        auto binding = controlSpace();
+        binding.texts = {};
+        const auto anywhere = describeDesktopKeyInstructions({}, binding);
+
+        const auto instructions = describeDesktopKeyInstructions(names, binding);
+
+        QCOMPARE(instructions.where != anywhere.where, isClicked);
+        QCOMPARE(instructions.lines, QStringList{u"vellumhound"_s});
+    }
+
     void aPathWithSignsStaysOneWord()
     {
         auto binding = controlSpace();
