@@ -27,6 +27,8 @@ public:
 
     keyboard::KeyboardShortcuts::NamedShortcuts &shortcuts() { return _shortcuts; }
     keyboard::HotKeyStatus &status() { return _status; }
+    const platform::DesktopSession &session() const { return _session; }
+    const platform::KeyCharacters &keyCharacters() const { return _keyCharacters; }
 
 private:
     void tell(const QString &rawValue) const;

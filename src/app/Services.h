@@ -2,6 +2,7 @@
 #pragma once
 
 #include "app/HotKeys.h"
+#include "app/Recorders.h"
 #include "base/Background.h"
 #include "base/NotificationCenter.h"
 #include "base/Timer.h"
@@ -63,6 +64,7 @@ struct Services {
     keyboard::KeyboardMonitor keyboardMonitor{keyFilter, queue};
 
     HotKeys hotKeys;
+    Recorders recorders{hotKeys, notificationCenter, queue, keyTranslator};
     shell::MenuTracking menuTracking{notificationCenter};
 
 private:

@@ -26,13 +26,4 @@ public:
     virtual bool isDesktopEntryInstalled() const = 0;
 };
 
-/// Where nothing is known of the desktop.
-class NullDesktopSession final : public DesktopSession {
-public:
-    QStringList desktopNames() const override { return {}; }
-    SessionType sessionType() const override { return SessionType::unknown; }
-    QString command(const QString &) const override { return QStringLiteral("vellumhound"); }
-    bool isDesktopEntryInstalled() const override { return false; }
-};
-
 }  // namespace vellumhound::platform

@@ -1,22 +1,21 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// A window with recorders over real hot keys, for test_recorder.py. Tells on standard output, one
-// line each, what a user would notice without seeing it: "ready", "hot key NAME", "bell",
-// "recording yes", "recording no", "told FIELD SHORTCUT", "window got KEY", "button", and "server
-// pressed CODE" for each press that the X server tells us, by whatever road, repeats included.
+// A window with recorders over the hot keys of the program, for test_recorder.py. Tells on standard
+// output, one line each, what a user would notice without seeing it: "ready", "hot key NAME",
+// "bell", "recording yes", "recording no", "told FIELD SHORTCUT", "window got KEY", "button", and
+// "server pressed CODE" for each press that the X server tells us, by whatever road, repeats
+// included.
 //
 //   RecorderWindow [--dark] [--scale F] [--sandboxed] [--menu TITLE KEY MASK]…
 //                  [--system KEYCODE MODIFIERS]… [--held KEYCODE MODIFIERS HOLDER]…
 //                  [--ask-desktop]
 //
 // With --ask-desktop it is the real desktop that says which keys are spoken for.
+#include "app/Recorders.h"
 #include "fakes/FakeSystemShortcuts.h"
+#include "keyboard/GlobalShortcut.h"
 #include "keyboard/KeyboardShortcuts/KeyNames.h"
-#include "keyboard/KeyboardShortcuts/widgets/LocalEventFilter.h"
 #include "keyboard/KeyboardShortcuts/widgets/Recorder.h"
-#include "platform/linux/hotkeys/X11HotKeys.h"
 #include "platform/linux/keyboard/KeyTranslator.h"
-#include "platform/linux/keyboard/XkbKeyCharacters.h"
-#include "platform/linux/shortcuts/SystemShortcutReader.h"
 
 #include <QAbstractNativeEventFilter>
 #include <QApplication>
@@ -86,6 +85,22 @@ struct Options {
     }
 };
 
+/// Sees the events of a window before any filter.
+class Application final : public QApplication {
+public:
+    using QApplication::QApplication;
+
+    bool notify(QObject *receiver, QEvent *event) override
+    {
+        if (receiver->isWindowType() && event->type() == QEvent::KeyPress) {
+            const auto *key = static_cast<QKeyEvent *>(event);
+            if (key->isAutoRepeat())
+                say(u"repeat of "_s + QKeySequence(key->key()).toString());
+        }
+        return QApplication::notify(receiver, event);
+    }
+};
+
 class PressProbe final : public QAbstractNativeEventFilter {
 public:
     bool nativeEventFilter(const QByteArray &eventType, void *message, qintptr *) override
@@ -96,6 +111,21 @@ public:
         return false;
     }
 };
+
+/// The program's own, with what the options say in the place of the desktop and of the menu.
+RecorderCocoa::Environment environmentOf(
+    const RecorderCocoa::Environment &own, const Options &options)
+{
+    return {.shortcuts = own.shortcuts,
+        .notificationCenter = own.notificationCenter,
+        .mainQueue = own.mainQueue,
+        .events = own.events,
+        .keyboardGrab = own.keyboardGrab,
+        .keyCharacters = own.keyCharacters,
+        .mainMenu = options.menu.items.isEmpty() ? own.mainMenu : options.menu,
+        .systemShortcuts = options.isDesktopAsked ? own.systemShortcuts : options.system,
+        .isSandboxed = [isSandboxed = options.isSandboxed] { return isSandboxed; }};
+}
 
 class Window final : public QWidget {
 protected:
@@ -109,7 +139,7 @@ protected:
 
 int main(int argumentCount, char **arguments)
 {
-    QApplication application(argumentCount, arguments);
+    Application application(argumentCount, arguments);
     Options options(QApplication::arguments());
     auto theme = options.isDark ? ui::Theme::dark() : ui::Theme::light();
     theme.textScale = options.scale;
@@ -119,12 +149,15 @@ int main(int argumentCount, char **arguments)
     base::NotificationCenter notifications;
     base::MainQueue mainQueue;
     platform::KeyTranslator translator;
-    platform::XkbKeyCharacters characters;
-    platform::X11HotKeys hotKeys;
+    app::HotKeys hotKeys(defaults, notifications);
+    app::Recorders recorders(hotKeys, notifications, mainQueue, translator);
+    const auto environment = environmentOf(recorders.environment(), options);
     PressProbe probe;  // behind the hot keys, so that it sees each press before them
     application.installNativeEventFilter(&probe);
-    NamedShortcuts shortcuts({defaults, notifications, hotKeys, nullptr, characters});
-    const auto first = shortcuts.createName(u"launchVellumhound"_s, Shortcut(Key::space, 0x40000));
+    const auto &characters = environment.keyCharacters;
+    auto &shortcuts = hotKeys.shortcuts();
+    const auto &launch = keyboard::GlobalShortcut::launchVellumhound();
+    const auto first = shortcuts.createName(launch.rawValue, launch.defaultShortcut);
     const auto second = shortcuts.createName(u"browseFinderWindows"_s);
     for (const auto &name : {first, second})
         shortcuts.onKeyDown(name, [name] { say(u"hot key "_s + name.rawValue); });
@@ -133,16 +166,6 @@ int main(int argumentCount, char **arguments)
         nullptr, [](const base::NotificationCenter::UserInfo &info) {
             say(info.value(u"isActive"_s).toBool() ? u"recording yes"_s : u"recording no"_s);
         });
-
-    const platform::NullDesktopSession session;
-    const platform::SystemShortcutReader desktop(
-        session, characters, QDBusConnection::sessionBus());
-    const platform::SystemShortcuts &system =
-        options.isDesktopAsked ? static_cast<const platform::SystemShortcuts &>(desktop)
-                               : options.system;
-    LocalEventFilter events(translator);
-    const RecorderCocoa::Environment environment{shortcuts, notifications, mainQueue, events,
-        characters, options.menu, system, [&] { return options.isSandboxed; }};
     Window window;
     window.setWindowTitle(u"Recorders"_s);
     auto *layout = new QVBoxLayout(&window);

@@ -1,110 +1,16 @@
 #!/usr/bin/python3
 # SPDX-License-Identifier: GPL-3.0-or-later
 """The shortcut recorder with real keys and hot keys, read through the accessible tree."""
-import json
-
 import desktop_case
-from desktop_case import DesktopCase, wait_until
+from desktop_case import wait_until
+from recorder_case import BY_SYSTEM, CAN_BE_CHANGED, HARDWARE_K, PRESS, RECORD, TITLE, RecorderCase
 
-TITLE = "Recorders"
-RECORD, PRESS = "Record shortcut", "Press shortcut"
-LETTER_K, LETTER_J, F5, F12, SPACE = 40, 38, 96, 111, 49
-HARDWARE_K = 45  # of the X server
+LETTER_K, F5, F12, SPACE = 40, 96, 111, 49
 COMMAND, SHIFT, OPTION, CONTROL = 0x100, 0x200, 0x800, 0x1000  # as stored
 CONTROL_FLAG = 0x40000  # as in a menu
-STORED_NAME = "KeyboardShortcuts_launchVellumhound"
-BY_SYSTEM = "The desktop or another program already uses this shortcut."
-CAN_BE_CHANGED = "The shortcuts of the desktop can be changed in its keyboard settings."
 
 
-class TestRecorder(DesktopCase):
-
-    def open(self, *arguments, environment=None):
-        self.program = self.session.start_program(desktop_case.options.program, self.home, *map(str, arguments),
-                                                  environment=environment)
-        self.programs.append(self.program)
-        wait_until(lambda: "ready" in self.lines(), "the window is made")
-        self.wait_keyboard(TITLE)
-        self.nodes = {name: wait_until(lambda name=name: self.program.node().find(name, "text"), f"{name} is there")
-                      for name in ("First", "Again", "Other")}
-        return self.program
-
-    # --- what a user does ---
-
-    def focus(self, name="First"):
-        """Clicks into the field and waits until it records."""
-        x, y, width, height = self.nodes[name].extents
-        self.session.click(x + width // 2, y + height // 2)
-        self.wait_recording(name)
-
-    def hold(self, *names):
-        for name in names:
-            self.session._output("xdotool", "keydown", name)
-
-    def let_go(self, *names):
-        for name in names:
-            self.session._output("xdotool", "keyup", name)
-
-    # --- what a user sees ---
-
-    def lines(self):
-        return self.program.output.splitlines()
-
-    def shown(self, name="First"):
-        return self.nodes[name].text
-
-    def is_recording(self, name="First"):
-        node = self.nodes[name]
-        return node.is_focused and node.description.endswith(PRESS)
-
-    def stored(self):
-        file = self.home.config / "vellumhound" / f"{STORED_NAME}.json"
-        return json.loads(file.read_text(encoding="utf-8")) if file.exists() else None
-
-    def wait_keyboard(self, title):
-        """The window manager says who is active a moment before, or after, the keys go there."""
-        def has_keyboard():
-            focused = self.session._output("xdotool", "getwindowfocus", "getwindowname").strip()
-            return self.session.active_window_title() == title and focused == title
-
-        wait_until(has_keyboard, f"“{title}” has the keyboard")
-
-    def wait_shown(self, text, name="First"):
-        wait_until(lambda: self.shown(name) == text, f"{name} shows “{text}”, not “{self.shown(name)}”")
-
-    def wait_recording(self, name="First"):
-        wait_until(lambda: self.is_recording(name), f"{name} records")
-
-    def wait_idle(self, name="First"):
-        wait_until(lambda: not self.nodes[name].is_focused and self.nodes[name].description.endswith(RECORD),
-                   f"{name} does not record")
-
-    def wait_line(self, line, times=1):
-        wait_until(lambda: self.lines().count(line) >= times, f"“{line}” is told {times} times: {self.lines()}")
-
-    def clear_button(self, name="First"):
-        return self.nodes[name].find("Clear shortcut", "push button")
-
-    def alert(self):
-        """The texts and buttons of the alert that is up, once it has the keyboard."""
-        node = wait_until(lambda: self.program.node().find("Vellumhound", "alert message"), "an alert is up")
-        self.wait_keyboard("Vellumhound")
-        return ([child.name for child in walk(node) if child.role == "label" and child.name],
-                [child for child in walk(node) if child.role == "push button"])
-
-    def wait_no_alert(self):
-        wait_until(lambda: not self.session.windows("Vellumhound"), "the alert is gone")
-        self.wait_keyboard(TITLE)
-
-    def press_until_hot_key(self, keys, line):
-        """A grab of the server takes effect a moment after it was asked for."""
-        before = self.lines().count(line)
-
-        def fires():
-            self.session.keys(keys)
-            return self.lines().count(line) > before
-
-        wait_until(fires, f"“{line}” after {keys}")
+class TestRecorder(RecorderCase):
 
     # --- what it shows ---
 
@@ -337,14 +243,14 @@ class TestRecorder(DesktopCase):
     def test_a_held_key_that_was_just_recorded_runs_nothing(self):
         self.open()
         self.focus()
-        self.addCleanup(self.let_go, "k", "ctrl")
+        self.addCleanup(self.session.let_go, "k", "ctrl")
 
-        self.hold("ctrl", "k")
+        self.session.hold("ctrl", "k")
         self.wait_shown("⌃K")
         self.wait_idle()
         # The press itself, and what the server makes of a key that is held down.
         self.wait_line(f"server pressed {HARDWARE_K}", 4)
-        self.let_go("k", "ctrl")
+        self.session.let_go("k", "ctrl")
         self.press_until_hot_key("ctrl+k", "hot key launchVellumhound")
 
         self.assertEqual(self.lines().count("hot key launchVellumhound"), 1)
@@ -367,6 +273,20 @@ class TestRecorder(DesktopCase):
         self.assertEqual(self.shown(), "⌃Space")
         self.session.keys("ctrl+j")
         self.wait_shown("⌃J")
+
+    def test_a_key_of_the_programs_own_menu_is_refused(self):
+        self.open()
+        self.focus()
+        for keys in ("super+q", "ctrl+q"):
+            with self.subTest(keys=keys):
+                self.session.keys(keys)
+
+                texts, _ = self.alert()
+                self.assertEqual(texts, ["The menu item “Quit” already has this shortcut."])
+                self.session.keys("Return")
+                self.wait_no_alert()
+                self.wait_recording()
+        self.assertEqual(self.shown(), "⌃Space")
 
     def test_an_upper_case_key_of_the_menu_is_one_with_shift(self):
         self.open("--menu", "Other", "K", CONTROL_FLAG)
@@ -448,13 +368,6 @@ class TestRecorderOnAStricterDesktop(TestRecorder):
 
     window_manager = "xfwm4"
     is_composited = True
-
-
-def walk(node):
-    """The objects below `node`, itself left out."""
-    for child in node.children:
-        yield child
-        yield from walk(child)
 
 
 if __name__ == "__main__":

@@ -30,6 +30,32 @@ public:
         return isDone;
     }
 
+    /// The whole keyboard.
+    bool grabKeyboard()
+    {
+        const auto root = xcb_setup_roots_iterator(xcb_get_setup(_connection)).data->root;
+        auto *reply = xcb_grab_keyboard_reply(_connection,
+            xcb_grab_keyboard(
+                _connection, 0, root, XCB_CURRENT_TIME, XCB_GRAB_MODE_ASYNC, XCB_GRAB_MODE_ASYNC),
+            nullptr);
+        const bool isDone = reply && reply->status == XCB_GRAB_STATUS_SUCCESS;
+        std::free(reply);
+        return isDone;
+    }
+    void ungrabKeyboard()
+    {
+        const auto request = xcb_ungrab_keyboard_checked(_connection, XCB_CURRENT_TIME);
+        std::free(xcb_request_check(_connection, request));
+    }
+    /// Whether nobody else has the whole keyboard.
+    bool isKeyboardFree()
+    {
+        const bool isFree = grabKeyboard();
+        if (isFree)
+            ungrabKeyboard();
+        return isFree;
+    }
+
 private:
     xcb_connection_t *_connection;
 };

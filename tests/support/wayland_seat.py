@@ -54,6 +54,7 @@ class WaylandSeat:
         self._keyboard = self._make_device("zwp_virtual_keyboard_manager_v1", seat)
         self._group = 0
         self._locked = 0
+        self._held = 0  # the modifiers of `hold`
         self.set_layout(layout)
 
     def close(self) -> None:
@@ -96,6 +97,19 @@ class WaylandSeat:
                 code, bit = MODIFIERS[modifier]
                 mask &= ~bit
                 self._key(code, False, mask)
+
+    def hold(self, *names: str) -> None:
+        """Presses keys and leaves them down, modifiers first."""
+        for name in names:
+            code, bit = MODIFIERS.get(name, (KEY_CODES.get(name), 0))
+            self._held |= bit
+            self._key(code, True, self._held)
+
+    def let_go(self, *names: str) -> None:
+        for name in names:
+            code, bit = MODIFIERS.get(name, (KEY_CODES.get(name), 0))
+            self._held &= ~bit
+            self._key(code, False, self._held)
 
     def type(self, text: str) -> None:
         self.keys(*text)

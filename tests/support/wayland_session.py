@@ -186,6 +186,12 @@ class WaylandSession(DraggedByPicture, DesktopSession):
     def keys(self, *names: str) -> None:
         self._seat.keys(*names)
 
+    def hold(self, *names: str) -> None:
+        self._seat.hold(*names)
+
+    def let_go(self, *names: str) -> None:
+        self._seat.let_go(*names)
+
     def type(self, text: str) -> None:
         self._seat.type(text)
 

@@ -109,6 +109,7 @@ RecorderCocoa::~RecorderCocoa()
         return;
     // The view is on its way out and shows nothing any more; the hot keys must come back.
     _eventMonitor.reset();
+    _keyboardGrab.reset();
     _environment.shortcuts.setRecorderActive(false);
     postActiveStatus(false);
 }
@@ -175,6 +176,7 @@ bool RecorderCocoa::becomeFirstResponder()
     _view.setInsertionPointVisible(false);
     _environment.shortcuts.setRecorderActive(true);
     postActiveStatus(true);
+    _keyboardGrab = _environment.keyboardGrab.grab(_view.nativeWindow());
     _eventMonitor.emplace(_environment.events, recordedEvents,
         [self = std::weak_ptr(_self)](const Event &event) -> std::optional<Event> {
             auto *recorder = ifThere(self);
@@ -195,6 +197,7 @@ void RecorderCocoa::endRecording()
     if (!isRecording())
         return;
     _eventMonitor.reset();
+    _keyboardGrab.reset();
     _view.setPlaceholder(localizedString(u"record_shortcut"_s));
     refreshCancelButton();
     _view.setInsertionPointVisible(true);

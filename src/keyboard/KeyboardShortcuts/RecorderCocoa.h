@@ -7,6 +7,7 @@
 #include "keyboard/KeyboardShortcuts/MainMenu.h"
 #include "keyboard/KeyboardShortcuts/NamedShortcuts.h"
 #include "keyboard/KeyboardShortcuts/RecorderView.h"
+#include "platform/KeyboardGrab.h"
 #include "platform/SystemShortcuts.h"
 
 #include <functional>
@@ -23,9 +24,9 @@ bool isAppSandboxed(const QProcessEnvironment &environment);
 /// The rules of the control in which the user presses a new shortcut: what it shows, which keys
 /// count, which shortcuts are refused and how that is told.
 ///
-/// While it has the focus it records: all keys of our windows go to it, and no hot key of ours
-/// acts. Owned by its view. Main thread; may go inside any call that leaves it (an alert,
-/// `onChange`).
+/// While it has the focus it records: it has the keyboard to itself, as far as the desktop allows,
+/// and no hot key of ours acts. Owned by its view. Main thread; may go inside any call that leaves
+/// it (an alert, `onChange`).
 class RecorderCocoa {
 public:
     /// Of the field, in device-independent pixels.
@@ -39,6 +40,7 @@ public:
         base::NotificationCenter &notificationCenter;
         base::MainQueue &mainQueue;
         platform::LocalEventSource &events;
+        platform::KeyboardGrab &keyboardGrab;
         const platform::KeyCharacters &keyCharacters;
         const MainMenu &mainMenu;
         const platform::SystemShortcuts &systemShortcuts;
@@ -94,6 +96,7 @@ private:
     ChangeHandler _onChange;
     bool _canBecomeKey = false;
     std::optional<LocalEventMonitor> _eventMonitor;  // present while recording
+    platform::KeyboardGrab::Token _keyboardGrab;     // while recording, if the desktop allows it
     base::NotificationCenter::Token _shortcutsNameChangeObserver;
     RecorderView::ObserverToken _windowDidResignKeyObserver;
     RecorderView::ObserverToken _windowDidBecomeKeyObserver;

@@ -7,6 +7,8 @@
 #include <functional>
 #include <memory>
 
+class QWindow;
+
 namespace vellumhound::keyboard::KeyboardShortcuts {
 
 /// A place on the screen or in the control, in device-independent pixels.
@@ -62,7 +64,10 @@ public:
     /// After RecorderCocoa::canBecomeKey has changed.
     virtual void canBecomeKeyDidChange(bool canBecomeKey) = 0;
 
-    /// Of the window that the control is in at this moment.
+    /// The window that the control is in at this moment, as the window system has it; null without
+    /// one.
+    virtual QWindow *nativeWindow() const = 0;
+    /// Of that window.
     virtual ObserverToken observeWindowDidResignKey(std::function<void()> handler) = 0;
     virtual ObserverToken observeWindowDidBecomeKey(std::function<void()> handler) = 0;
 

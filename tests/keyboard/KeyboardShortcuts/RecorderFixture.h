@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include "fakes/FakeKeyboardGrab.h"
 #include "fakes/FakeLocalEventSource.h"
 #include "fakes/FakeSystemShortcuts.h"
 #include "keyboard/KeyboardShortcuts/NamedShortcutsFixture.h"
@@ -61,6 +62,7 @@ public:
         return {point.x - 100, point.y - 200};
     }
     bool acceptsFirstResponder() const override { return isWillingToFocus; }
+    QWindow *nativeWindow() const override { return nullptr; }
     void makeFirstResponder() override
     {
         calls.append(QStringLiteral("focus"));
@@ -115,6 +117,7 @@ private:
 struct RecorderFixture : NamedShortcutsFixture {
     base::MainQueue mainQueue;
     fakes::FakeLocalEventSource events;
+    fakes::FakeKeyboardGrab keyboardGrab;
     WrittenMenu menu;
     fakes::FakeSystemShortcuts system;
     bool isSandboxed = false;
@@ -142,8 +145,15 @@ struct RecorderFixture : NamedShortcutsFixture {
     }
     RecorderCocoa::Environment environment()
     {
-        return {*shortcuts, notifications, mainQueue, events, layout, menu, system,
-            [this] { return isSandboxed; }};
+        return {.shortcuts = *shortcuts,
+            .notificationCenter = notifications,
+            .mainQueue = mainQueue,
+            .events = events,
+            .keyboardGrab = keyboardGrab,
+            .keyCharacters = layout,
+            .mainMenu = menu,
+            .systemShortcuts = system,
+            .isSandboxed = [this] { return isSandboxed; }};
     }
     std::unique_ptr<RecorderCocoa> make(ScriptedView &itsView, const Name &itsName)
     {

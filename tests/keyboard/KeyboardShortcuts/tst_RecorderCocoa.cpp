@@ -25,6 +25,8 @@ constexpr int deleteForward = 117;
 
 const auto controlK = std::optional(Shortcut(letterK, 0x1000));
 
+using End = std::function<void(RecorderFixture &)>;
+
 MenuItem item(const QString &title, const QString &key, std::uint32_t mask,
     const QList<MenuItem> &submenu = {})
 {
@@ -151,6 +153,70 @@ private Q_SLOTS:
         QCOMPARE(f.statuses, QList<bool>{true});
         QCOMPARE(f.events.monitors.size(), std::size_t(1));
         QCOMPARE(f.events.monitors.begin()->second.first, std::uint64_t(1044));
+    }
+
+    void whileItRecordsItHasTheKeyboardToItself()
+    {
+        RecorderFixture f;
+        QVERIFY(!f.keyboardGrab.isHeld());
+
+        f.view.focus();
+        QVERIFY(f.keyboardGrab.isHeld());
+        f.passes(f.keyDown(backspace));
+        QVERIFY(f.keyboardGrab.isHeld());
+        f.passes(f.keyDown(letterK, Flags::control));
+
+        QVERIFY(!f.recorder->isRecording());
+        QVERIFY(!f.keyboardGrab.isHeld());
+        QCOMPARE(f.keyboardGrab.grabs, 1);
+    }
+
+    void whateverEndsTheRecordingGivesTheKeyboardBack_data()
+    {
+        QTest::addColumn<End>("end");
+        QTest::newRow("focus") << End([](auto &f) { f.view.blur(); });
+        QTest::newRow("window loses the keyboard") << End([](auto &f) { f.view.resignKey(); });
+        QTest::newRow("left the window")
+            << End([](auto &f) { f.recorder->viewDidMoveToWindow(false); });
+        QTest::newRow("recorder gone") << End([](auto &f) { f.recorder.reset(); });
+    }
+    void whateverEndsTheRecordingGivesTheKeyboardBack()
+    {
+        QFETCH(End, end);
+        RecorderFixture f;
+        f.view.focus();
+        QVERIFY(f.keyboardGrab.isHeld());
+
+        end(f);
+
+        QVERIFY(!f.keyboardGrab.isHeld());
+    }
+
+    void anAlertIsAnsweredWithoutTheGrab()
+    {
+        RecorderFixture f;
+        f.system.symbolicHotKeys = {{letterK, 0x1000, true, {}}};
+        bool isHeldMeanwhile = true;
+        f.view.duringAlert = [&] { isHeldMeanwhile = f.keyboardGrab.isHeld(); };
+        f.view.focus();
+
+        f.passes(f.keyDown(letterK, Flags::control));
+
+        QVERIFY(!isHeldMeanwhile);
+        QVERIFY(f.recorder->isRecording());
+        QVERIFY(f.keyboardGrab.isHeld());
+    }
+
+    void aDesktopThatRefusesTheKeyboardLeavesTheRecording()
+    {
+        RecorderFixture f;
+        f.keyboardGrab.isWilling = false;
+
+        QVERIFY(f.view.focus());
+        f.passes(f.keyDown(letterK, Flags::control));
+
+        QCOMPARE(f.keyboardGrab.grabs, 1);
+        QCOMPARE(f.current(), controlK);
     }
 
     void aFocusThatTheToolkitRefusesChangesNothing()

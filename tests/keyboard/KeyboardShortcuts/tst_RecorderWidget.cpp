@@ -10,6 +10,7 @@
 #include <QLabel>
 #include <QLineEdit>
 #include <QMessageBox>
+#include <QPainter>
 #include <QPushButton>
 #include <QTest>
 #include <QTimer>
@@ -45,8 +46,15 @@ struct Desk : RecorderFixture {
     }
     RecorderCocoa::Environment realEvents()
     {
-        return {*shortcuts, notifications, mainQueue, filter, layout, menu, system,
-            [this] { return isSandboxed; }};
+        return {.shortcuts = *shortcuts,
+            .notificationCenter = notifications,
+            .mainQueue = mainQueue,
+            .events = filter,
+            .keyboardGrab = keyboardGrab,
+            .keyCharacters = layout,
+            .mainMenu = menu,
+            .systemShortcuts = system,
+            .isSandboxed = [this] { return isSandboxed; }};
     }
     RecorderWidget *add(QVBoxLayout *column, const Name &itsName)
     {
@@ -81,6 +89,51 @@ struct Desk : RecorderFixture {
         return first->hasFocus() && first->isRecording();
     }
 };
+
+/// The keys that a widget and those in it get, in order.
+class KeyLog final : public QObject {
+public:
+    QStringList keys;
+
+    explicit KeyLog(QWidget *widget)
+        : QObject(widget)
+    {
+        widget->installEventFilter(this);
+    }
+
+protected:
+    bool eventFilter(QObject *, QEvent *event) override
+    {
+        if (event->type() != QEvent::KeyPress && event->type() != QEvent::KeyRelease)
+            return false;
+        const auto *key = static_cast<QKeyEvent *>(event);
+        keys.append((event->type() == QEvent::KeyPress ? u"press "_s : u"release "_s) +
+                    QKeySequence(key->key()).toString());
+        return false;
+    }
+};
+
+/// Whether the text of the field lies on the colour of a selection, across the middle of the field.
+bool isMarked(RecorderWidget &field)
+{
+    const auto theme = ui::Theme::light();
+    QImage mark(1, 1, QImage::Format_RGB32);
+    mark.fill(theme.palette().color(QPalette::Base));
+    QPainter(&mark).fillRect(mark.rect(), theme.selectionFill);
+    const auto picture = field.grab().toImage();
+    int marked = 0;
+    for (int x = 0; x < picture.width(); ++x)
+        marked += picture.pixelColor(x, picture.height() / 2) == mark.pixelColor(0, 0);
+    return marked > 0;
+}
+
+/// One event of a key with the hardware code of K.
+void send(QWindow *window, QEvent::Type type, Qt::KeyboardModifiers modifiers, bool isRepeat)
+{
+    constexpr quint32 hardwareCode = 45;
+    QKeyEvent event(type, Qt::Key_K, modifiers, hardwareCode, 0, 0, QStringLiteral("k"), isRepeat);
+    QCoreApplication::sendEvent(window, &event);
+}
 
 /// Does something with the alert as soon as it is up.
 template <typename Action> void whenAlerted(Action action)
@@ -143,6 +196,96 @@ private Q_SLOTS:
         QCOMPARE(d.current(), std::optional(Shortcut(Key::k, base::ModifierFlags::control)));
     }
 
+    void itTakesTheKeyboardForItsWindow()
+    {
+        Desk d;
+        QVERIFY(d.show());
+
+        QVERIFY(d.record());
+
+        QCOMPARE(d.keyboardGrab.window, d.window->windowHandle());
+        QVERIFY(d.keyboardGrab.isHeld());
+        d.window->hide();
+        QVERIFY(!d.keyboardGrab.isHeld());
+    }
+
+    void theRepeatsOfTheRecordedKeyReachedTheWindow()
+    {
+        Desk d;
+        QVERIFY(d.show());
+        QVERIFY(d.record());
+        const auto *log = new KeyLog(d.window.get());
+        auto *window = d.window->windowHandle();
+
+        send(window, QEvent::KeyPress, Qt::ControlModifier, false);
+        QVERIFY(!d.first->isRecording());
+        for (int i = 0; i < 2; ++i) {
+            send(window, QEvent::KeyRelease, Qt::ControlModifier, true);
+            send(window, QEvent::KeyPress, Qt::ControlModifier, true);
+        }
+        send(window, QEvent::KeyRelease, Qt::NoModifier, false);
+        QCOMPARE(log->keys, QStringList());
+        send(window, QEvent::KeyPress, Qt::NoModifier, false);
+        send(window, QEvent::KeyPress, Qt::NoModifier, true);
+        send(window, QEvent::KeyRelease, Qt::NoModifier, false);
+
+        QCOMPARE(log->keys, (QStringList{u"press K"_s, u"press K"_s, u"release K"_s}));
+    }
+
+    void aRepeatOfTheRecordedKeyPressesNoMnemonic()
+    {
+        Desk d;
+        QVERIFY(d.show());
+        QVERIFY(d.record());
+        auto *window = d.window->windowHandle();
+        send(window, QEvent::KeyPress, Qt::AltModifier, false);
+        const auto isOverridden = [&](bool isRepeat) {
+            constexpr quint32 hardwareCode = 45;
+            QKeyEvent event(QEvent::ShortcutOverride, Qt::Key_K, Qt::AltModifier, hardwareCode, 0,
+                0, QString(), isRepeat);
+            event.ignore();
+            QCoreApplication::sendEvent(window, &event);
+            return event.isAccepted();
+        };
+
+        QVERIFY(isOverridden(true));
+        QVERIFY(!isOverridden(false));
+    }
+
+    void aReleaseThatNeverCameLeavesTheNextPressAlone()
+    {
+        Desk d;
+        QVERIFY(d.show());
+        QVERIFY(d.record());
+        send(d.window->windowHandle(), QEvent::KeyPress, Qt::ControlModifier, false);
+        const auto *log = new KeyLog(d.window.get());
+
+        send(d.window->windowHandle(), QEvent::KeyPress, Qt::ControlModifier, false);
+
+        QCOMPARE(log->keys, QStringList{u"press K"_s});
+    }
+
+    void theRepeatsOfAKeyThatLedToAnAlertReachedTheAlert()
+    {
+        Desk d;
+        d.system.symbolicHotKeys = {{Key::k.rawValue, 0x1000, true, {}}};
+        QVERIFY(d.show());
+        QVERIFY(d.record());
+        QStringList keys;
+        whenAlerted([&](QMessageBox &box) {
+            const auto *log = new KeyLog(&box);
+            send(box.windowHandle(), QEvent::KeyPress, Qt::ControlModifier, true);
+            send(box.windowHandle(), QEvent::KeyRelease, Qt::ControlModifier, false);
+            send(box.windowHandle(), QEvent::KeyPress, Qt::ControlModifier, false);
+            keys = log->keys;
+            box.reject();
+        });
+
+        send(d.window->windowHandle(), QEvent::KeyPress, Qt::ControlModifier, false);
+
+        QCOMPARE(keys, QStringList{u"press K"_s});
+    }
+
     void aMnemonicOfTheWindowDoesNotComeFirst()
     {
         Desk d;
@@ -190,6 +333,23 @@ private Q_SLOTS:
 
         QCOMPARE(d.bells, 1);
         QVERIFY(d.first->isRecording());
+    }
+
+    void whatTheNextPressReplacesWasNotMarked()
+    {
+        Desk d;
+        QVERIFY(d.show());
+        QVERIFY(!isMarked(*d.first));
+
+        QVERIFY(d.record());
+        QVERIFY(isMarked(*d.first));
+        d.press(Qt::Key_Backspace);
+        QVERIFY(d.first->isRecording());
+        QVERIFY(!isMarked(*d.first));
+        d.press(Qt::Key_K, Qt::ControlModifier);
+        QCOMPARE(d.first->text(), u"⌃K"_s);
+
+        QVERIFY(!isMarked(*d.first));
     }
 
     void theClearButtonIsThereForATextAndClearsIt()

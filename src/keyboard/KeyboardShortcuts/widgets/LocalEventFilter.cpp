@@ -13,6 +13,18 @@ namespace vellumhound::keyboard::KeyboardShortcuts {
 
 using platform::LocalEvent;
 
+namespace {
+
+/// The same for the press, the repeats and the release of one key. What a program sends has no
+/// hardware code.
+quint64 identityOf(const QKeyEvent &event)
+{
+    const quint64 code = event.nativeScanCode();
+    return code ? code << 32U : quint64(quint32(event.key()));
+}
+
+}  // namespace
+
 LocalEventFilter::LocalEventFilter(platform::KeyTranslator &translator, QObject *parent)
     : QObject(parent)
     , _translator(translator)
@@ -21,16 +33,25 @@ LocalEventFilter::LocalEventFilter(platform::KeyTranslator &translator, QObject 
 
 int LocalEventFilter::addLocalMonitor(std::uint64_t eventMask, Handler handler)
 {
-    if (_monitors.empty())
-        QCoreApplication::instance()->installEventFilter(this);
     _monitors.emplace(++_lastHandle, std::pair(eventMask, std::move(handler)));
+    update();
     return _lastHandle;
 }
 
 void LocalEventFilter::removeMonitor(int handle)
 {
     _monitors.erase(handle);
-    if (_monitors.empty())
+    update();
+}
+
+void LocalEventFilter::update()
+{
+    const bool isNeeded = !_monitors.empty() || !_takenKeys.isEmpty();
+    if (std::exchange(_isInstalled, isNeeded) == isNeeded)
+        return;
+    if (isNeeded)
+        QCoreApplication::instance()->installEventFilter(this);
+    else
         QCoreApplication::instance()->removeEventFilter(this);
 }
 
@@ -39,12 +60,15 @@ bool LocalEventFilter::eventFilter(QObject *watched, QEvent *event)
     if (!watched->isWindowType())
         return false;
     switch (event->type()) {
-    case QEvent::ShortcutOverride:
+    case QEvent::ShortcutOverride: {
         // Or a mnemonic of the window would take the key before it comes as a press.
-        if (!isWatched(LocalEvent::keyDown))
+        const auto &key = *static_cast<QKeyEvent *>(event);
+        const bool isOfTaken = key.isAutoRepeat() && _takenKeys.contains(identityOf(key));
+        if (!isOfTaken && !isWatched(LocalEvent::keyDown))
             return false;
         event->accept();
         return true;
+    }
     case QEvent::KeyPress:
         return filterKey(*static_cast<QKeyEvent *>(event), LocalEvent::keyDown);
     case QEvent::KeyRelease:
@@ -65,8 +89,24 @@ bool LocalEventFilter::isWatched(LocalEvent::Type type) const
 
 bool LocalEventFilter::filterKey(const QKeyEvent &event, LocalEvent::Type type)
 {
-    if (!isWatched(type))
-        return false;
+    const auto identity = identityOf(event);
+    const bool isPress = type == LocalEvent::keyDown;
+    const bool isFirstPress = isPress && !event.isAutoRepeat();
+    const bool wasTaken = !isFirstPress && _takenKeys.contains(identity);
+    // Before the monitors look: one that opens an alert comes back long after the key has come up.
+    if (isPress && isWatched(type))
+        _takenKeys.insert(identity);
+    else if (!event.isAutoRepeat())
+        _takenKeys.remove(identity);
+    const bool isTaken = isWatched(type) && isKeyConsumed(event, type);
+    if (isPress && !isTaken && !wasTaken)
+        _takenKeys.remove(identity);
+    update();
+    return isTaken || wasTaken;
+}
+
+bool LocalEventFilter::isKeyConsumed(const QKeyEvent &event, LocalEvent::Type type)
+{
     const auto key = _translator.translate(event);
     if (!key)
         return false;

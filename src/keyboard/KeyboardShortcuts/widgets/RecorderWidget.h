@@ -67,6 +67,7 @@ private:
     void makeFirstResponder() override;
     void blur() override;
     void canBecomeKeyDidChange(bool canBecomeKey) override;
+    QWindow *nativeWindow() const override { return window()->windowHandle(); }
     ObserverToken observeWindowDidResignKey(std::function<void()> handler) override;
     ObserverToken observeWindowDidBecomeKey(std::function<void()> handler) override;
     int runAlert(const RecorderAlert &alert) override;

@@ -13,6 +13,7 @@
 #include <string_view>
 #include <vector>
 #include <wayland-client.h>
+#include <wayland-protocols/keyboard-shortcuts-inhibit-unstable-v1.h>
 #include <wayland-protocols/relative-pointer-unstable-v1.h>
 #include <wayland-protocols/viewporter.h>
 #include <wayland-protocols/wlr-foreign-toplevel-management-unstable-v1.h>
@@ -111,6 +112,8 @@ WaylandConnection::~WaylandConnection()
 {
     if (_seat)
         wl_seat_destroy(_seat);
+    if (_shortcutsInhibitors)
+        zwp_keyboard_shortcuts_inhibit_manager_v1_destroy(_shortcutsInhibitors);
     if (_relativePointers)
         zwp_relative_pointer_manager_v1_destroy(_relativePointers);
     if (_viewporter)
@@ -145,6 +148,7 @@ void WaylandConnection::bind(
     take(_shell, xdg_wm_base_interface, 1);
     take(_viewporter, wp_viewporter_interface, 1);
     take(_relativePointers, zwp_relative_pointer_manager_v1_interface, 1);
+    take(_shortcutsInhibitors, zwp_keyboard_shortcuts_inhibit_manager_v1_interface, 1);
 }
 
 wl_seat *WaylandConnection::seat()

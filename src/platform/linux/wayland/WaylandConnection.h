@@ -20,6 +20,7 @@ struct wp_viewporter;
 struct xdg_wm_base;
 struct zwlr_foreign_toplevel_manager_v1;
 struct zwlr_layer_shell_v1;
+struct zwp_keyboard_shortcuts_inhibit_manager_v1;
 struct zwp_relative_pointer_manager_v1;
 
 namespace vellumhound::platform {
@@ -40,6 +41,10 @@ public:
     xdg_wm_base *shell() const { return _shell; }
     wp_viewporter *viewporter() const { return _viewporter; }
     zwp_relative_pointer_manager_v1 *relativePointers() const { return _relativePointers; }
+    zwp_keyboard_shortcuts_inhibit_manager_v1 *shortcutsInhibitors() const
+    {
+        return _shortcutsInhibitors;
+    }
     /// The first of them. Made by the first call; what it tells is heard by `waitUntil` alone until
     /// that was called for it.
     wl_seat *seat();
@@ -75,6 +80,7 @@ private:
     xdg_wm_base *_shell = nullptr;
     wp_viewporter *_viewporter = nullptr;
     zwp_relative_pointer_manager_v1 *_relativePointers = nullptr;
+    zwp_keyboard_shortcuts_inhibit_manager_v1 *_shortcutsInhibitors = nullptr;
     wl_seat *_seat = nullptr;
     std::uint32_t _seatName = 0;        // 0: none
     std::uint32_t _windowListName = 0;  // of the list of all programs' windows; 0: none
