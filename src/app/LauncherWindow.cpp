@@ -28,11 +28,21 @@ LauncherWindow::LauncherWindow(const QString &identifier, Services &services,
     shell::VellumhoundAppDelegate &appDelegate, std::function<bool()> isOnboardingDone)
     : _services(services)
     , _appDelegate(appDelegate)
-    , _view({appDelegate, services.finderManager, services.settings, services.userDefaults,
-          services.fileSearchService, services.store->container().viewContext(),
-          services.fileSystem, services.background, services.keyboardMonitor,
-          services.notificationCenter, services.queue, services.timer, services.workspace,
-          services.clock, isOnboardingDone})
+    , _view({.appDelegate = appDelegate,
+          .finderManager = services.finderManager,
+          .settings = services.settings,
+          .userDefaults = services.userDefaults,
+          .fileSearchService = services.fileSearchService,
+          .moc = services.store->container().viewContext(),
+          .fileSystem = services.fileSystem,
+          .background = services.background,
+          .keyboardMonitor = services.keyboardMonitor,
+          .notificationCenter = services.notificationCenter,
+          .queue = services.queue,
+          .timer = services.timer,
+          .workspace = services.workspace,
+          .clock = services.clock,
+          .isOnboardingDone = isOnboardingDone})
     , _content(new shell::LauncherWidget(_view, services.keyEquivalents))
     , _panel(std::make_unique<shell::FloatingPanel>(_content, surroundings(isOnboardingDone)))
 {

@@ -73,17 +73,16 @@ void FileBrowserModel::showFavorites()
         return files;
     };
     const auto isLate = std::make_shared<bool>(false);
-    const auto show = [this, alive = std::weak_ptr(_alive), generation = ++_favoritesGeneration,
-                          isLate](const FileList &files) {
-        if (alive.expired() || generation != _favoritesGeneration ||
-            _resultType != ResultType::favorites)
+    const auto answer = [this, generation = ++_favoritesGeneration, isLate](const FileList &files) {
+        if (generation != _favoritesGeneration || _resultType != ResultType::favorites)
             return;
         if (*isLate && !_root)
             fillTopLevel(files, ResultType::favorites, SearchStatus::results(files.size()));
         else
             showFiles(files, ResultType::favorites);
     };
-    *isLate = !_environment.background.runWaiting<FileList>(listingPatience, make, show);
+    *isLate = !_environment.background.runWaiting<FileList>(
+        listingPatience, make, _lifetime.guarded(answer));
 }
 
 void FileBrowserModel::toggleFavorite(const FilePtr &file)

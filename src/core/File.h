@@ -39,6 +39,7 @@ public:
     const std::optional<base::UTType> contentType;
     const bool isDirectory;
 
+    // Public under names that are given.
     FileList _children;  ///< loaded contents, in the order of the listing
     FilePtr _parent;     ///< the folder it was listed from; absent for hits, favorites and the like
 

@@ -120,7 +120,7 @@ void FileBrowserModel::beginResults(const QString &text)
         // A box that named the rows so far names the new ones.
         if (_isTextOfRows)
             writeTextOfRows(text);
-        reset(false, SearchStatus::searching());
+        reset(ClearText::no, SearchStatus::searching());
         _gatheredText = text;
     } else {
         assign(_currentSearchedText, text, currentSearchedTextChange);
@@ -143,7 +143,7 @@ void FileBrowserModel::endResults(const FileList &list, const QString &text)
     case SearchEnd::goHome:
         // A list that came from elsewhere after the box was emptied stays.
         if (!_searchStatus.isResults())
-            reset(true, SearchStatus::noResults());
+            reset(ClearText::yes, SearchStatus::noResults());
         break;
     case SearchEnd::leaveToTheNext:
         break;
@@ -161,9 +161,9 @@ void FileBrowserModel::fillTopLevel(
     announce();
 }
 
-void FileBrowserModel::reset(bool clearText, SearchStatus status)
+void FileBrowserModel::reset(ClearText clearText, SearchStatus status)
 {
-    if (clearText) {
+    if (clearText == ClearText::yes) {
         assign(_searchText, {}, searchTextChange);
         assign(_currentSearchedText, {}, currentSearchedTextChange);
         _isTextOfRows = false;
@@ -195,7 +195,7 @@ void FileBrowserModel::moveIntoFolder()
 void FileBrowserModel::goBack()
 {
     if (!_selectedFile || !_selectedFile->_parent) {
-        reset(true, SearchStatus::noResults());
+        reset(ClearText::yes, SearchStatus::noResults());
         return;
     }
     const auto folder = _selectedFile->_parent;
@@ -287,10 +287,10 @@ void FileBrowserModel::select(const FilePtr &file)
     const auto generation = ++_selectionGeneration;
     if (!file)
         return;
-    _environment.mainQueue.post([this, alive = std::weak_ptr(_alive), file, generation] {
-        if (!alive.expired() && generation == _selectionGeneration)
+    _environment.mainQueue.post(_lifetime.guarded([this, file, generation] {
+        if (generation == _selectionGeneration)
             loadDetails(file);
-    });
+    }));
 }
 
 void FileBrowserModel::choose(const FilePtr &detail)
@@ -298,10 +298,10 @@ void FileBrowserModel::choose(const FilePtr &detail)
     assign(_selectedDetail, detail, selectedDetailChange);
     if (!detail)
         return;
-    _environment.mainQueue.post([this, alive = std::weak_ptr(_alive), detail] {
-        if (!alive.expired() && detail == _selectedDetail)
+    _environment.mainQueue.post(_lifetime.guarded([this, detail] {
+        if (detail == _selectedDetail)
             enterDetail(detail);
-    });
+    }));
 }
 
 void FileBrowserModel::loadDetails(const FilePtr &file)
@@ -314,11 +314,11 @@ void FileBrowserModel::loadDetails(const FilePtr &file)
         const auto children = listDirectory(*fileSystem, file->path, file);
         return Listing{children, sortedContents(children, order), order};
     };
-    const auto take = [this, alive = std::weak_ptr(_alive), file,
-                          generation = _selectionGeneration](const Listing &listing) {
-        if (!alive.expired() && generation == _selectionGeneration)
-            takeDetails(file, listing);
-    };
+    const auto take =
+        _lifetime.guarded([this, file, generation = _selectionGeneration](const Listing &listing) {
+            if (generation == _selectionGeneration)
+                takeDetails(file, listing);
+        });
     if (!_environment.background.runWaiting<Listing>(listingPatience, list, take)) {
         // What stands there belongs to another folder: nobody may go down into it from here.
         assign(_details, {}, detailsChange);

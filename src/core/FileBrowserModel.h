@@ -2,6 +2,7 @@
 // long: one property after the other, each with its signal; the rules are in the sources
 #pragma once
 
+#include "base/Lifetime.h"
 #include "core/File.h"
 #include "core/SearchStatus.h"
 #include "settings/CodableAppStorage.h"
@@ -33,6 +34,9 @@ class ManagedObjectContext;
 namespace vellumhound::core {
 
 using FavoritePtr = std::shared_ptr<store::Favorite>;
+
+/// Whether the box loses its text together with the lists.
+enum class ClearText { no, yes };
 
 /// Everything the panel looks at: the text of the box, the status of the search, the list on screen
 /// with its selection, the contents of the selected folder, the favorites. Going down a level means
@@ -109,7 +113,7 @@ public:
     void beginResults(const QString &text);
     /// The search for `text` has ended with `list`. Where that goes, describeSearchEnd() says.
     void endResults(const FileList &list, const QString &text);
-    void reset(bool clearText, SearchStatus status);
+    void reset(ClearText clearText, SearchStatus status);
     /// Whether there is anything that a clear button could clear.
     bool hasActiveContent() const;
     /// Goes down into the selected folder, onto its first entry; without entries nothing happens.
@@ -199,7 +203,7 @@ private:
     std::uint64_t _selectionGeneration = 0;
     std::uint64_t _favoritesGeneration = 0;
     std::unordered_set<FilePtr> _loadedTrees;  // topmost records whose trees hold loaded children
-    std::shared_ptr<const int> _alive = std::make_shared<const int>(0);
+    base::Lifetime _lifetime;
 };
 
 }  // namespace vellumhound::core

@@ -71,7 +71,7 @@ base::Task FileSearchService::performSearch(QString text, FileBrowserModel &mode
     const bool isCancelled = co_await base::isTaskCancelled();
     if (!found) {
         base::printFailure(u"Search failed: "_s + found.error().description);
-        model.reset(true, SearchStatus::noResults());
+        model.reset(ClearText::yes, SearchStatus::noResults());
     } else if (!isCancelled) {
         model.endResults(found.value(), text);
     }
@@ -109,7 +109,7 @@ base::Step<base::Outcome> FileSearchService::runQuery(
     if (isOldListLeft && !isCancelled)
         model.beginResults(text);
     else if (isOldListLeft && model.root())
-        model.reset(false, SearchStatus::searching());
+        model.reset(ClearText::no, SearchStatus::searching());
     co_return std::monostate{};
 }
 

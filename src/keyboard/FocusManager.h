@@ -8,7 +8,7 @@
 namespace vellumhound::keyboard {
 
 /// Names the element in focus for observers that want a text; no decision of the panel is made on
-/// it (those are made on FocusState). Main thread.
+/// it (those are made on FocusState). Its name is given. Main thread.
 class FocusManager final : public QObject {
     Q_OBJECT
 

@@ -3,8 +3,6 @@
 
 #include "preview/PreviewKeys.h"
 
-#include <QPointer>
-
 namespace vellumhound::screens {
 
 using core::ResultType;
@@ -50,10 +48,7 @@ FileBrowserView::FileBrowserView(const Environment &environment, QObject *parent
     connect(&_environment.model, &core::FileBrowserModel::selectedFileChanged, this, [this] {
         if (!_environment.model.selectedFile())
             return;
-        _environment.queue.post([self = QPointer(this)] {
-            if (self)
-                Q_EMIT self->scrollToSelectionRequested();
-        });
+        _environment.queue.post(_lifetime.guarded([this] { Q_EMIT scrollToSelectionRequested(); }));
     });
 }
 
@@ -65,7 +60,9 @@ QString FileBrowserView::id() const
 BrowserDescription FileBrowserView::description() const
 {
     const auto &model = _environment.model;
-    BrowserState state{model.root(), model.resultType(), std::nullopt};
+    BrowserState state{.isAtRoot = model.root(),
+        .resultType = model.resultType(),
+        .isSelectionDirectory = std::nullopt};
     if (const auto file = model.selectedFile())
         state.isSelectionDirectory = file->isDirectory;
     return describeBrowser(state);
@@ -213,7 +210,7 @@ bool FileBrowserView::handleArrowKey(const base::KeyEvent &event)
     case KeyCode::up:
         if (!isFirstSelected())
             return false;
-        moveToSearchBox(true);
+        moveToSearchBox(BoxText::selected);
         return true;
     default:
         return false;
@@ -226,7 +223,7 @@ bool FileBrowserView::handleTyping(const base::KeyEvent &event)
         return false;
     auto &model = _environment.model;
     auto &service = _environment.fileSearchService;
-    moveToSearchBox(false);
+    moveToSearchBox(BoxText::caretAtEnd);
     model.setSearchText(model.searchText() + event.characters);
     if (service.searchTask)
         service.searchTask->cancel();
@@ -235,9 +232,9 @@ bool FileBrowserView::handleTyping(const base::KeyEvent &event)
     return true;
 }
 
-void FileBrowserView::moveToSearchBox(bool selectText)
+void FileBrowserView::moveToSearchBox(BoxText text)
 {
-    _environment.model.setSelectSearchText(selectText);
+    _environment.model.setSelectSearchText(text == BoxText::selected);
     _environment.focus.setArea(FocusArea::search);
 }
 

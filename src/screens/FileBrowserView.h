@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include "base/Lifetime.h"
 #include "base/NotificationCenter.h"
 #include "core/FileBrowserModel.h"
 #include "core/FileSearchService.h"
@@ -45,7 +46,7 @@ class FileBrowserView final : public QObject, public keyboard::KeyboardHandling 
     Q_OBJECT
 
 public:
-    /// What it works with.
+    /// What it works with. The names are given.
     struct Environment {
         preview::PreviewHost &appDelegate;
         core::FileSearchService &fileSearchService;
@@ -83,12 +84,14 @@ private:
     bool handleArrowKey(const base::KeyEvent &event);
     bool handleFinderWindowKey(const base::KeyEvent &event);
     bool handleTyping(const base::KeyEvent &event);
-    void moveToSearchBox(bool selectText);
+    enum class BoxText { caretAtEnd, selected };
+    void moveToSearchBox(BoxText text);
 
     Environment _environment;
     keyboard::KeyboardHandlingViewModifier _modifier;
     base::NotificationCenter::Token _arrowUpObserver;
     bool _isShown = false;
+    base::Lifetime _lifetime;
 };
 
 }  // namespace vellumhound::screens

@@ -73,8 +73,10 @@ QString FileSearchView::id() const
 SearchRowDescription FileSearchView::description() const
 {
     const auto &model = _environment.model;
-    return describeSearchRow(
-        {model.resultType(), model.searchStatus(), model.root(), model.hasActiveContent()});
+    return describeSearchRow({.resultType = model.resultType(),
+        .status = model.searchStatus(),
+        .isAtRoot = model.root(),
+        .hasActiveContent = model.hasActiveContent()});
 }
 
 void FileSearchView::appear()
@@ -99,7 +101,7 @@ void FileSearchView::clear()
     if (searchTask)
         searchTask->cancel();
     searchTask.reset();
-    _environment.model.reset(true, core::SearchStatus::noResults());
+    _environment.model.reset(core::ClearText::yes, core::SearchStatus::noResults());
     buildPipeline();
 }
 
@@ -121,7 +123,7 @@ void FileSearchView::pauseEnded()
     const auto &boxText = _environment.model.searchText();
     const auto text = boxText.trimmed();
     if (text.isEmpty()) {
-        _environment.model.reset(true, core::SearchStatus::noResults());
+        _environment.model.reset(core::ClearText::yes, core::SearchStatus::noResults());
         return;
     }
     // With blanks around it the text is not searched, so what runs or stands there stays.

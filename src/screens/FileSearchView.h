@@ -55,7 +55,7 @@ class FileSearchView final : public QObject, public keyboard::KeyboardHandling {
     Q_OBJECT
 
 public:
-    /// What it works with.
+    /// What it works with. The names are given, `moc` (the store's context) among them.
     struct Environment {
         core::FileSearchService &fileSearchService;
         preview::PreviewHost &appDelegate;

@@ -1,10 +1,9 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "shell/LauncherView.h"
 
-#include <QPointer>
-
 namespace vellumhound::shell {
 
+using core::ClearText;
 using core::ResultType;
 using core::SearchStatus;
 using keyboard::FocusArea;
@@ -12,29 +11,44 @@ namespace Flags = base::ModifierFlags;
 namespace KeyCode = base::KeyCode;
 namespace Notifications = base::Notifications;
 
-LauncherContent describeLauncher(
-    bool isOnboardingDone, bool showActions, const SearchStatus &status)
+LauncherContent describeLauncher(const LauncherState &state)
 {
-    if (!isOnboardingDone)
+    if (!state.isOnboardingDone)
         return LauncherContent::onboarding;
-    if (showActions)
+    if (state.showActions)
         return LauncherContent::palette;
-    return status == SearchStatus::noResults() ? LauncherContent::home : LauncherContent::browser;
+    return state.status.isNoResults() ? LauncherContent::home : LauncherContent::browser;
 }
 
 LauncherView::LauncherView(const Environment &environment, QObject *parent)
     : QObject(parent)
     , _environment(environment)
-    , _model({environment.queue, environment.background, environment.fileSystem,
-          environment.userDefaults, environment.moc})
+    , _model({.mainQueue = environment.queue,
+          .background = environment.background,
+          .fileSystem = environment.fileSystem,
+          .defaults = environment.userDefaults,
+          .viewContext = environment.moc})
     , _focusedArea(environment.queue)
-    , _fileSearchView({environment.fileSearchService, environment.appDelegate, _model,
-          environment.moc, environment.settings, _focusedArea, environment.keyboardMonitor,
-          environment.notificationCenter, environment.timer, environment.workspace,
-          environment.clock})
-    , _fileBrowserView({environment.appDelegate, environment.fileSearchService, _model,
-          environment.finderManager, _focusedArea, environment.keyboardMonitor,
-          environment.notificationCenter, environment.queue, environment.workspace})
+    , _fileSearchView({.fileSearchService = environment.fileSearchService,
+          .appDelegate = environment.appDelegate,
+          .model = _model,
+          .moc = environment.moc,
+          .settings = environment.settings,
+          .focus = _focusedArea,
+          .keyboardMonitor = environment.keyboardMonitor,
+          .notificationCenter = environment.notificationCenter,
+          .timer = environment.timer,
+          .workspace = environment.workspace,
+          .clock = environment.clock})
+    , _fileBrowserView({.appDelegate = environment.appDelegate,
+          .fileSearchService = environment.fileSearchService,
+          .model = _model,
+          .finderManager = environment.finderManager,
+          .focus = _focusedArea,
+          .keyboardMonitor = environment.keyboardMonitor,
+          .notificationCenter = environment.notificationCenter,
+          .queue = environment.queue,
+          .workspace = environment.workspace})
     , _appActionsView(_focusedArea, environment.keyboardMonitor)
 {
     connect(&_focusedArea, &keyboard::FocusState::containerFocusChanged, this,
@@ -61,10 +75,7 @@ void LauncherView::appear()
     updateContent();
     _environment.keyboardMonitor.setAppLevelHandler(
         [this](const base::KeyEvent &event) { return handleAppLevelKey(event); });
-    _environment.queue.post([self = QPointer(this)] {
-        if (self)
-            self->placeFocus();
-    });
+    _environment.queue.post(_lifetime.guarded([this] { placeFocus(); }));
 }
 
 void LauncherView::placeFocus()
@@ -78,8 +89,9 @@ void LauncherView::updateContent()
 {
     if (!_hasAppeared)
         return;
-    _content = describeLauncher(
-        _environment.isOnboardingDone(), _model.showActions(), _model.searchStatus());
+    _content = describeLauncher({.isOnboardingDone = _environment.isOnboardingDone(),
+        .showActions = _model.showActions(),
+        .status = _model.searchStatus()});
     Q_EMIT contentChanged();
     const bool hasSearchRow =
         _content == LauncherContent::home || _content == LauncherContent::browser;
@@ -103,7 +115,7 @@ std::optional<base::KeyEvent> LauncherView::handleAppLevelKey(const base::KeyEve
     if (event.modifiers() != Flags::command)
         return event;
     if (event.keyCode == KeyCode::n) {
-        _model.reset(true, SearchStatus::noResults());
+        _model.reset(ClearText::yes, SearchStatus::noResults());
         return std::nullopt;
     }
     if (event.keyCode == KeyCode::f) {
@@ -121,10 +133,7 @@ void LauncherView::observeNotifications()
             QString::fromUtf16(name), nullptr, std::move(handler)));
     };
     const auto onMainQueue = [this](std::function<void()> block) {
-        _environment.queue.post([self = QPointer(this), block = std::move(block)] {
-            if (self)
-                block();
-        });
+        _environment.queue.post(_lifetime.guarded(std::move(block)));
     };
     observe(Notifications::FloatingPanelDidBecomeKeyNotification,
         [this, onMainQueue] { onMainQueue([this] { _focusedArea.setArea(_lastFocusedArea); }); });
@@ -148,7 +157,7 @@ void LauncherView::panelResignedKey()
         _lastFocusedArea = *area;
     if (_environment.settings.startupBehavior() == settings::StartupBehavior::newSearch &&
         !_environment.appDelegate.previewPanelManager().isVisible()) {
-        _model.reset(true, SearchStatus::noResults());
+        _model.reset(ClearText::yes, SearchStatus::noResults());
         _lastFocusedArea = FocusArea::search;
     }
     _focusedArea.setArea(FocusArea::results);

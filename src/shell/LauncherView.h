@@ -14,9 +14,15 @@ namespace vellumhound::shell {
 /// What the panel's column holds.
 enum class LauncherContent { onboarding, palette, home, browser };
 
-/// Pure: which of them, in this order of precedence.
-LauncherContent describeLauncher(
-    bool isOnboardingDone, bool showActions, const core::SearchStatus &status);
+/// What the content is decided from.
+struct LauncherState {
+    bool isOnboardingDone = false;
+    bool showActions = false;
+    core::SearchStatus status;
+};
+
+/// Pure: what the column holds; the first run comes before the palette, that before the rest.
+LauncherContent describeLauncher(const LauncherState &state);
 
 /// The root of the panel: owns the model, the focus and the screens, decides which screen stands in
 /// the panel, and keeps the focus in step with the panel's showing and going. Toolkit-free; made
@@ -25,7 +31,8 @@ class LauncherView final : public QObject {
     Q_OBJECT
 
 public:
-    /// What it works with; all of it outlives the view.
+    /// What it works with; all of it outlives the view. The names are given, `moc` (the store's
+    /// context) among them.
     struct Environment {
         preview::PreviewHost &appDelegate;
         finder::FinderManager &finderManager;
@@ -83,6 +90,7 @@ private:
     LauncherContent _content = LauncherContent::home;
     bool _hasAppeared = false;
     std::vector<base::NotificationCenter::Token> _observers;
+    base::Lifetime _lifetime;
 };
 
 }  // namespace vellumhound::shell

@@ -38,8 +38,11 @@ public:
 
     void makeModel()
     {
-        model = std::make_unique<FileBrowserModel>(
-            FileBrowserModel::Environment{queue, background, disk, defaults, context()});
+        model = std::make_unique<FileBrowserModel>(FileBrowserModel::Environment{.mainQueue = queue,
+            .background = background,
+            .fileSystem = disk,
+            .defaults = defaults,
+            .viewContext = context()});
     }
     QString storePath() const { return folder.filePath(QStringLiteral("data/DataModel.sqlite")); }
     store::ManagedObjectContext &context()
@@ -83,8 +86,12 @@ public:
     settings::UserDefaults defaults{folder.filePath(QStringLiteral("config"))};
     fakes::FakeMetadataQuery index{center};
     base::Result<std::unique_ptr<store::PersistenceController>> persistence;
-    FileSearchService service{
-        FileSearchService::Environment{queue, background, center, index, disk, defaults}};
+    FileSearchService service{FileSearchService::Environment{.mainQueue = queue,
+        .background = background,
+        .notificationCenter = center,
+        .metadataQuery = index,
+        .fileSystem = disk,
+        .defaults = defaults}};
     std::unique_ptr<FileBrowserModel> model;
 };
 

@@ -330,7 +330,7 @@ void tst_FileBrowserModel::resettingEmptiesTheLists()
     show({CoreFixture::folderAt(u"/d"_s)}, ResultType::selectedFilesFromFinder);
     model().setShowActions(true);
 
-    model().reset(true, SearchStatus::noResults());
+    model().reset(ClearText::yes, SearchStatus::noResults());
     settle();
 
     QVERIFY(model().searchText().isEmpty());
@@ -350,7 +350,7 @@ void tst_FileBrowserModel::resettingMayKeepTheText()
     model().setSearchText(u"word"_s);
     show({});
 
-    model().reset(false, SearchStatus::searching());
+    model().reset(ClearText::no, SearchStatus::searching());
 
     QCOMPARE(model().searchText(), u"word"_s);
     QCOMPARE(model().currentSearchedText(), u"word"_s);
@@ -365,7 +365,7 @@ void tst_FileBrowserModel::anythingToClearCountsAsActiveContent()
     QVERIFY(!model().hasActiveContent());
     model().appendFiles({CoreFixture::file(u"/a"_s)});
     QVERIFY(model().hasActiveContent());
-    model().reset(true, SearchStatus::searching());
+    model().reset(ClearText::yes, SearchStatus::searching());
     QVERIFY(!model().hasActiveContent());
 }
 
@@ -395,7 +395,7 @@ void tst_FileBrowserModel::withoutASelectedRowTheSelectionDoesNotMove()
     model().setSelectedFile(other);
     model().selectNext();
     QCOMPARE(model().selectedFile(), other);
-    model().reset(true, SearchStatus::noResults());
+    model().reset(ClearText::yes, SearchStatus::noResults());
 }
 
 void tst_FileBrowserModel::aSelectedFolderShowsItsContents()
@@ -612,7 +612,7 @@ void tst_FileBrowserModel::aDetailWithoutAParentLeadsToTheTopLevel()
     QCOMPARE(model().searchText(), u"word"_s);
     QVERIFY(model().root());
     QCOMPARE(model().selectedFile(), detail);
-    model().reset(true, SearchStatus::noResults());
+    model().reset(ClearText::yes, SearchStatus::noResults());
 }
 
 void tst_FileBrowserModel::enteringIsVoidOnceTheContentsAreReplaced()
@@ -633,7 +633,7 @@ void tst_FileBrowserModel::afterAResetNothingIsEntered()
     show({CoreFixture::folderAt(u"/d"_s)});
 
     model().moveIntoFolder();
-    model().reset(true, SearchStatus::noResults());
+    model().reset(ClearText::yes, SearchStatus::noResults());
     settle();
 
     QVERIFY(model().root());

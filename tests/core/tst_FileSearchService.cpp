@@ -371,7 +371,7 @@ void tst_FileSearchService::aSearchOfTheSameTextTakesTheOldOnesPlace()
 void tst_FileSearchService::batchesLandAfterTheTextHasGoneEmpty()
 {
     search(u"a"_s);
-    model().reset(true, SearchStatus::noResults());
+    model().reset(ClearText::yes, SearchStatus::noResults());
 
     find({u"/d/a"_s});
     QCOMPARE(fileNames(), QStringList(u"a"_s));
@@ -533,7 +533,7 @@ void tst_FileSearchService::aCancelledSearchShowsNoFinalList()
 void tst_FileSearchService::aSearchThatEndsBehindHomeDoesNotFlashTheBrowser()
 {
     search(u"a"_s);
-    model().reset(true, SearchStatus::noResults());
+    model().reset(ClearText::yes, SearchStatus::noResults());
     const QSignalSpy changes(&model(), &FileBrowserModel::searchStatusChanged);
 
     finish();
@@ -545,7 +545,7 @@ void tst_FileSearchService::aSearchThatEndsBehindHomeDoesNotFlashTheBrowser()
 void tst_FileSearchService::aListFromElsewhereSurvivesTheEndBehindAnEmptyBox()
 {
     search(u"a"_s);
-    model().reset(true, SearchStatus::noResults());
+    model().reset(ClearText::yes, SearchStatus::noResults());
     const FileList windows{CoreFixture::folderAt(u"/w"_s)};
     model().showFiles(windows, ResultType::browseFinderWindows);
 
@@ -601,7 +601,7 @@ void tst_FileSearchService::rowsThatCameAfterHomeWasShownGoWithTheSearch()
 {
     search(u"a"_s);
     find({u"/d/a1"_s});
-    model().reset(true, SearchStatus::noResults());
+    model().reset(ClearText::yes, SearchStatus::noResults());
 
     find({u"/d/a2"_s});
     finish();

@@ -98,10 +98,26 @@ public:
     fakes::FakePreviewHost previewHost;
     FakeFinderManager finderManager;
     settings::AppSettings settings{defaults};
-    FileSearchView search{FileSearchView::Environment{service, previewHost, *model, context(),
-        settings, focus, monitor, center, timer, workspace, clock}};
-    FileBrowserView browser{FileBrowserView::Environment{
-        previewHost, service, *model, finderManager, focus, monitor, center, queue, workspace}};
+    FileSearchView search{FileSearchView::Environment{.fileSearchService = service,
+        .appDelegate = previewHost,
+        .model = *model,
+        .moc = context(),
+        .settings = settings,
+        .focus = focus,
+        .keyboardMonitor = monitor,
+        .notificationCenter = center,
+        .timer = timer,
+        .workspace = workspace,
+        .clock = clock}};
+    FileBrowserView browser{FileBrowserView::Environment{.appDelegate = previewHost,
+        .fileSearchService = service,
+        .model = *model,
+        .finderManager = finderManager,
+        .focus = focus,
+        .keyboardMonitor = monitor,
+        .notificationCenter = center,
+        .queue = queue,
+        .workspace = workspace}};
 };
 
 }  // namespace vellumhound::screens

@@ -341,7 +341,7 @@ private Q_SLOTS:
         showRows({});
         QCOMPARE(field().accessibleDescription(), u"0 results"_s);
 
-        model().reset(true, SearchStatus::noResults());
+        model().reset(core::ClearText::yes, SearchStatus::noResults());
         QCOMPARE(field().accessibleDescription(), QString());
     }
 

@@ -53,9 +53,21 @@ public:
     screens::FakeFinderManager finderManager;
     settings::AppSettings settings{defaults};
     bool isOnboardingDone = true;
-    LauncherView view{LauncherView::Environment{previewHost, finderManager, settings, defaults,
-        service, context(), disk, background, monitor, center, queue, timer, workspace, clock,
-        [this] { return isOnboardingDone; }}};
+    LauncherView view{LauncherView::Environment{.appDelegate = previewHost,
+        .finderManager = finderManager,
+        .settings = settings,
+        .userDefaults = defaults,
+        .fileSearchService = service,
+        .moc = context(),
+        .fileSystem = disk,
+        .background = background,
+        .keyboardMonitor = monitor,
+        .notificationCenter = center,
+        .queue = queue,
+        .timer = timer,
+        .workspace = workspace,
+        .clock = clock,
+        .isOnboardingDone = [this] { return isOnboardingDone; }}};
 };
 
 }  // namespace vellumhound::shell

@@ -97,14 +97,14 @@ void tst_LauncherView::theContentFollowsFirstRunThenPaletteThenStatus()
 {
     using Status = SearchStatus;
 
-    QCOMPARE(describeLauncher(false, false, Status::noResults()), LauncherContent::onboarding);
-    QCOMPARE(describeLauncher(false, true, Status::results(1)), LauncherContent::onboarding);
-    QCOMPARE(describeLauncher(true, true, Status::noResults()), LauncherContent::palette);
-    QCOMPARE(describeLauncher(true, true, Status::results(1)), LauncherContent::palette);
-    QCOMPARE(describeLauncher(true, false, Status::noResults()), LauncherContent::home);
-    QCOMPARE(describeLauncher(true, false, Status::searching()), LauncherContent::browser);
-    QCOMPARE(describeLauncher(true, false, Status::results(0)), LauncherContent::browser);
-    QCOMPARE(describeLauncher(true, false, Status::results(7)), LauncherContent::browser);
+    QCOMPARE(describeLauncher({false, false, Status::noResults()}), LauncherContent::onboarding);
+    QCOMPARE(describeLauncher({false, true, Status::results(1)}), LauncherContent::onboarding);
+    QCOMPARE(describeLauncher({true, true, Status::noResults()}), LauncherContent::palette);
+    QCOMPARE(describeLauncher({true, true, Status::results(1)}), LauncherContent::palette);
+    QCOMPARE(describeLauncher({true, false, Status::noResults()}), LauncherContent::home);
+    QCOMPARE(describeLauncher({true, false, Status::searching()}), LauncherContent::browser);
+    QCOMPARE(describeLauncher({true, false, Status::results(0)}), LauncherContent::browser);
+    QCOMPARE(describeLauncher({true, false, Status::results(7)}), LauncherContent::browser);
 }
 
 void tst_LauncherView::onlyTheHomeStatusShowsTheHomeScreen()
@@ -124,7 +124,7 @@ void tst_LauncherView::onlyTheHomeStatusShowsTheHomeScreen()
     QCOMPARE(view().content(), LauncherContent::palette);
 
     model().setShowActions(false);
-    model().reset(true, SearchStatus::noResults());
+    model().reset(core::ClearText::yes, SearchStatus::noResults());
     QCOMPARE(view().content(), LauncherContent::home);
 }
 
@@ -519,7 +519,7 @@ void tst_LauncherView::withoutASelectionThePreviewGoes()
     preview().isShown = true;
     preview().calls.clear();
 
-    model().reset(true, SearchStatus::noResults());
+    model().reset(core::ClearText::yes, SearchStatus::noResults());
 
     QCOMPARE(preview().calls, QStringList(u"clear"_s));
 }
@@ -571,7 +571,7 @@ void tst_LauncherView::thePageIsToldWhileTheOldScreenStillHoldsTheFocus()
     const QObject context;
     QObject::connect(&view(), &LauncherView::contentChanged, &context, [&] { areaThen = area(); });
 
-    model().reset(true, SearchStatus::noResults());
+    model().reset(core::ClearText::yes, SearchStatus::noResults());
 
     QCOMPARE(areaThen, FocusArea::results);
     QVERIFY(!area());

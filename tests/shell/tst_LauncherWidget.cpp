@@ -107,7 +107,7 @@ private Q_SLOTS:
         connect(qApp, &QApplication::focusChanged, &context,
             [&](QWidget *, QWidget *now) { path.append(now ? now->objectName() : u"nothing"_s); });
 
-        model().reset(true, SearchStatus::noResults());
+        model().reset(core::ClearText::yes, SearchStatus::noResults());
         _panel->queue.drain();
 
         QCOMPARE(path, QStringList({u"homeList"_s, u"searchField"_s}));
