@@ -19,7 +19,7 @@ from desktop_session import PANEL_TITLE, DesktopSession, Program, missing_tools,
 from sample_home import SampleHome  # noqa: E402
 
 HOT_KEY_HOLDER = pathlib.Path(__file__).resolve().parents[1] / "support/hot_key_holder.py"
-options = argparse.Namespace(program=None, all_hot_keys=None, failures=None)
+options = argparse.Namespace(program=None, all_hot_keys=None, held_folder=None, failures=None)
 
 
 class DesktopCase(unittest.TestCase):
@@ -146,11 +146,14 @@ def main() -> None:
     parser = argparse.ArgumentParser(add_help=False)
     parser.add_argument("--program", type=pathlib.Path, required=True)
     parser.add_argument("--all-hot-keys", type=pathlib.Path)
+    parser.add_argument("--held-folder", type=pathlib.Path)
     parser.add_argument("--failures", type=pathlib.Path)
     _, rest = parser.parse_known_args(namespace=options)
     options.program = options.program.resolve()
     if options.all_hot_keys:
         options.all_hot_keys = options.all_hot_keys.resolve()
+    if options.held_folder:
+        options.held_folder = options.held_folder.resolve()
     missing = missing_tools()
     if missing:
         sys.exit(f"missing: {' '.join(missing)}; ./test installs them")
