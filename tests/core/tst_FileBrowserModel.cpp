@@ -290,12 +290,13 @@ void tst_FileBrowserModel::comingBackToRowsWithoutTheFolderSelectsTheFirst()
     FileList list;
     for (const auto &path : paths)
         list.append(CoreFixture::file(path));
-    show({CoreFixture::folderAt(u"/d"_s)});
+    show({CoreFixture::folderAt(u"/d"_s)}, ResultType::favorites);
     model().moveIntoFolder();
     settle();
 
     model().beginResults(u"new"_s);
     model().endResults(list, u"new"_s);
+    QCOMPARE(model().resultType(), ResultType::search);
     model().goBack();
     settle();
 

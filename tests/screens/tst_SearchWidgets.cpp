@@ -329,6 +329,51 @@ private Q_SLOTS:
         QCOMPARE(field().text(), u"/d/"_s);
     }
 
+    void theFieldKeepsCaretAndSelectionWhenItTakesTheFocus()
+    {
+        // Qt itself selects everything when Tab leads here.
+        const auto takeFocus = [this] {
+            QFocusEvent event(QEvent::FocusIn, Qt::TabFocusReason);
+            QCoreApplication::sendEvent(&field(), &event);
+        };
+        field().setText(u"abcd"_s);
+        field().setCursorPosition(1);
+        takeFocus();
+        QCOMPARE(field().selectedText(), QString());
+        QCOMPARE(field().cursorPosition(), 1);
+
+        field().setSelection(1, 2);
+        takeFocus();
+        QCOMPARE(field().selectedText(), u"bc"_s);
+    }
+
+    void theFieldShowsItsCaretWhileItHasTheFocus()
+    {
+        const auto pictureAfter = [this](QEvent::Type type) {
+            QFocusEvent event(type, Qt::OtherFocusReason);
+            QCoreApplication::sendEvent(&field(), &event);
+            return field().grab().toImage();
+        };
+
+        const auto without = pictureAfter(QEvent::FocusOut);
+
+        QVERIFY(pictureAfter(QEvent::FocusIn) != without);
+    }
+
+    void theSlotBesideTheFieldShowsSpinnerButtonOrNothing()
+    {
+        const auto *spinner = _search->findChild<ui::Spinner *>();
+        const auto *button = _search->findChild<QWidget *>(u"clearButton"_s);
+        QVERIFY(!spinner->isVisible() && !button->isVisible());
+
+        model().setSearchText(u"a"_s);
+        model().setSearchStatus(SearchStatus::searching());
+        QVERIFY(spinner->isVisible() && !button->isVisible());
+
+        model().setSearchStatus(SearchStatus::results(0));
+        QVERIFY(!spinner->isVisible() && button->isVisible());
+    }
+
     void theBoxTellsTheScreenReaderWhatWasFound()
     {
         QCOMPARE(field().accessibleName(), u"Search"_s);
