@@ -21,7 +21,8 @@ namespace {
 
 Q_LOGGING_CATEGORY(log, "vellumhound.shell")
 
-std::unique_ptr<platform::HotKeyCenter> makeCenter(const platform::KeyCharacters &keyCharacters)
+std::unique_ptr<platform::HotKeyCenter> makeCenter(
+    const platform::KeyCharacters &keyCharacters, platform::RawKeyFeed &rawKeys)
 {
     if (auto x11 = std::make_unique<platform::X11HotKeys>(); x11->isSupported())
         return x11;
@@ -33,7 +34,7 @@ std::unique_ptr<platform::HotKeyCenter> makeCenter(const platform::KeyCharacters
     // The portal learns who we are before the first call on a connection, so it has one of its own.
     backends.push_back(std::make_unique<platform::PortalHotKeys>(
         QDBusConnection::connectToBus(QDBusConnection::SessionBus, u"hot keys"_s),
-        QGuiApplication::desktopFileName(), keyboard::hotKeyLabel, keyCharacters));
+        QGuiApplication::desktopFileName(), keyboard::hotKeyLabel, keyCharacters, rawKeys));
     return std::make_unique<platform::DesktopHotKeys>(std::move(backends));
 }
 
@@ -41,8 +42,8 @@ std::unique_ptr<platform::HotKeyCenter> makeCenter(const platform::KeyCharacters
 
 HotKeys::HotKeys(settings::UserDefaults &userDefaults, base::NotificationCenter &notificationCenter)
     : _session(QProcessEnvironment::systemEnvironment(), QCoreApplication::applicationFilePath())
-    , _center(makeCenter(_keyCharacters))
-    , _shortcuts({userDefaults, notificationCenter, *_center, nullptr, _keyCharacters})
+    , _center(makeCenter(_keyCharacters, _rawKeys))
+    , _shortcuts({userDefaults, notificationCenter, *_center, _rawKeys, _keyCharacters})
     , _status({_shortcuts, *_center, notificationCenter, _session, _writer, _keySetting},
           {keyboard::GlobalShortcut::launchVellumhound(),
               keyboard::GlobalShortcut::loadSelectedFilesFromFinder(),

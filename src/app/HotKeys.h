@@ -5,6 +5,7 @@
 #include "keyboard/HotKeyStatus.h"
 #include "keyboard/KeyboardShortcuts/NamedShortcuts.h"
 #include "platform/HotKeyCenter.h"
+#include "platform/linux/hotkeys/WindowKeyFeed.h"
 #include "platform/linux/keyboard/DesktopShortcutWriter.h"
 #include "platform/linux/keyboard/XkbKeyCharacters.h"
 #include "platform/linux/LinuxDesktopSession.h"
@@ -35,6 +36,7 @@ private:
 
     platform::LinuxDesktopSession _session;
     platform::XkbKeyCharacters _keyCharacters;
+    platform::WindowKeyFeed _rawKeys;
     std::unique_ptr<platform::HotKeyCenter> _center;
     keyboard::KeyboardShortcuts::NamedShortcuts _shortcuts;
     platform::DesktopShortcutWriter _writer{_keyCharacters};

@@ -129,8 +129,7 @@ public:
     /// The one handler of all events, of none at first. False if it cannot be installed.
     virtual bool installEventHandler(EventHandler &handler) = 0;
     virtual void removeEventHandler() = 0;
-    /// Adds to the kinds that the handler gets, or takes away from them. Raw keys are those on
-    /// their way to our own windows; one that the handler answers with noError is consumed.
+    /// Adds to the kinds that the handler gets, or takes away from them.
     virtual void addEventTypes(std::span<const int> kinds) = 0;
     virtual void removeEventTypes(std::span<const int> kinds) = 0;
 

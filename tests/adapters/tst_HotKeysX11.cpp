@@ -39,6 +39,7 @@ private:
     std::unique_ptr<QTemporaryDir> _place;
     std::unique_ptr<settings::UserDefaults> _defaults;
     base::NotificationCenter _notifications;
+    platform::RawKeyFeed _rawKeys;
     std::unique_ptr<platform::X11HotKeys> _center;
     std::unique_ptr<platform::XkbKeyCharacters> _characters;
     std::unique_ptr<NamedShortcuts> _shortcuts;
@@ -47,7 +48,7 @@ private:
     void start()
     {
         _shortcuts = std::make_unique<NamedShortcuts>(NamedShortcuts::Environment{
-            *_defaults, _notifications, *_center, nullptr, *_characters});
+            *_defaults, _notifications, *_center, _rawKeys, *_characters});
         for (const auto *name :
             {&GlobalShortcut::launchVellumhound(), &GlobalShortcut::loadSelectedFilesFromFinder(),
                 &GlobalShortcut::browseFinderWindows()}) {

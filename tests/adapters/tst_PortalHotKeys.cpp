@@ -9,9 +9,7 @@
 #include <QDir>
 #include <QElapsedTimer>
 #include <QJsonArray>
-#include <QKeyEvent>
 #include <QTest>
-#include <QWindow>
 
 #include <array>
 #include <csignal>
@@ -45,11 +43,10 @@ public:
     int handleEvent(const HotKeyEvent *event) override
     {
         const int number = event->directObject ? event->directObject->number : -1;
-        const auto word = event->isRepeat                          ? u"repeat"_s
-                          : event->kind == HotKeyEvent::pressed    ? u"pressed"_s
-                          : event->kind == HotKeyEvent::released   ? u"released"_s
-                          : event->kind == HotKeyEvent::rawKeyDown ? u"raw"_s
-                                                                   : u"other"_s;
+        const auto word = event->isRepeat                        ? u"repeat"_s
+                          : event->kind == HotKeyEvent::pressed  ? u"pressed"_s
+                          : event->kind == HotKeyEvent::released ? u"released"_s
+                                                                 : u"other"_s;
         told.append(u"%1 #%2"_s.arg(word).arg(number));
         return Answer::noError;
     }
@@ -73,6 +70,7 @@ private:
     QString _busName;
     fakes::FakeKeyCharacters _layout;
     Handler _handler;
+    platform::RawKeyFeed _rawKeys;
     PortalTiming _timing;
     std::unique_ptr<PortalHotKeys> _keys;
 
@@ -85,7 +83,8 @@ private:
     {
         const auto bus = QDBusConnection::connectToBus(QDBusConnection::SessionBus, _busName);
         const auto label = [](const QString &name) { return u"Does "_s + name; };
-        _keys = std::make_unique<PortalHotKeys>(bus, applicationId, label, _layout, _timing);
+        _keys =
+            std::make_unique<PortalHotKeys>(bus, applicationId, label, _layout, _rawKeys, _timing);
         QVERIFY(_keys->installEventHandler(_handler));
         _keys->addEventTypes(std::array{int(HotKeyEvent::pressed), int(HotKeyEvent::released)});
     }
@@ -773,7 +772,7 @@ private Q_SLOTS:
     void withoutABusNothingIsSupported()
     {
         const PortalHotKeys keys(
-            QDBusConnection(u"no such connection"_s), applicationId, {}, _layout);
+            QDBusConnection(u"no such connection"_s), applicationId, {}, _layout, _rawKeys);
 
         QCOMPARE(keys.presence(), Presence::absent);
         QVERIFY(!keys.isSupported());
@@ -814,18 +813,49 @@ private Q_SLOTS:
         QCOMPARE(_keys->registerHotKey(nameless).status, Answer::parameterNotFound);
     }
 
-    void theKeysOnTheirWayToAMenuAreTold()
+    void aHotKeyPressedInAnOpenMenuIsOfferedAsARawKey()
     {
-        makeKeys();
-        QWindow window;
-        QKeyEvent key(QEvent::KeyPress, Qt::Key_Space, Qt::ControlModifier, 57 + 8, 0, 0);
+        qunsetenv("XDG_ACTIVATION_TOKEN");
+        _timing.shortHold = _timing.longHold = 1h;
+        start({u"trigger show Ctrl+Space"_s});
+        const auto handle = take(show);
+        QTRY_COMPARE_WITH_TIMEOUT(stateOf(show), State::active, slow);
+        QList<HotKeyEvent> offered;
+        _rawKeys.start([&](const HotKeyEvent &event) {
+            offered.append(event);
+            return true;
+        });
+        _keys->unregisterHotKey(handle);
 
-        _keys->addEventTypes(std::array{int(HotKeyEvent::rawKeyDown)});
-        QCoreApplication::sendEvent(&window, &key);
-        _keys->removeEventTypes(std::array{int(HotKeyEvent::rawKeyDown)});
-        QCoreApplication::sendEvent(&window, &key);
+        for (const char *line : {"activated show token-1", "activated show", "deactivated show"})
+            _portal.tell(line);
+        QTRY_COMPARE_WITH_TIMEOUT(offered.size(), 3, slow);
 
-        QCOMPARE(_handler.told, QStringList{u"raw #-1"_s});
+        const auto raw = [](int kind) {
+            return HotKeyEvent{kind, std::nullopt, 49, 0x1000, false};
+        };
+        QCOMPARE(offered, (QList{raw(HotKeyEvent::rawKeyDown), raw(HotKeyEvent::rawKeyRepeat),
+                              raw(HotKeyEvent::rawKeyUp)}));
+        QCOMPARE(qgetenv("XDG_ACTIVATION_TOKEN"), QByteArray("token-1"));
+        qunsetenv("XDG_ACTIVATION_TOKEN");
+        QVERIFY(_handler.told.isEmpty());
+        _rawKeys.stop();
+    }
+
+    void aHotKeyThatIsGivenBackWithoutAMenuIsNotHeard()
+    {
+        qunsetenv("XDG_ACTIVATION_TOKEN");
+        start({u"trigger show Ctrl+Space"_s});
+        const auto handle = take(show);
+        QTRY_COMPARE_WITH_TIMEOUT(stateOf(show), State::active, slow);
+        _keys->unregisterHotKey(handle);
+
+        _portal.tell("activated show token-1");
+        _portal.tell("deactivated show");
+        settle();
+
+        QVERIFY(_handler.told.isEmpty());
+        QVERIFY(!qEnvironmentVariableIsSet("XDG_ACTIVATION_TOKEN"));
     }
 
     void theSessionEndsWithItsOwner()

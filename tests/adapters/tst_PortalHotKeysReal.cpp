@@ -61,6 +61,7 @@ private:
     QString _busName;
     fakes::FakeKeyCharacters _layout;
     Handler _handler;
+    platform::RawKeyFeed _rawKeys;
     std::unique_ptr<PortalHotKeys> _keys;
 
     bool startDesktop() { return _desktop.start(u"shortcuts_backend.py"_s, {_desktop.logPath()}); }
@@ -94,7 +95,7 @@ private Q_SLOTS:
         _keys = std::make_unique<PortalHotKeys>(
             QDBusConnection::connectToBus(QDBusConnection::SessionBus, _busName),
             u"org.vellumhound.Vellumhound"_s, [](const QString &name) { return name; }, _layout,
-            timing);
+            _rawKeys, timing);
         QVERIFY(_keys->installEventHandler(_handler));
         _keys->addEventTypes(std::array{int(HotKeyEvent::pressed), int(HotKeyEvent::released)});
         QTRY_COMPARE_WITH_TIMEOUT(_keys->presence(), Presence::present, slow);

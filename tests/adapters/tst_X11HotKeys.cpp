@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // Real presses on a real X server, some with a second client that holds keys of its own.
+#include "platform/linux/hotkeys/WindowKeyFeed.h"
 #include "platform/linux/hotkeys/X11HotKeys.h"
 #include "support/OtherClient.h"
 #include "support/RunProgram.h"
@@ -29,17 +30,11 @@ constexpr int sKey = 1;
 constexpr int f9Key = 101;
 constexpr int badAccess = 10;
 constexpr std::array<int, 2> hotKeyKinds{HotKeyEvent::pressed, HotKeyEvent::released};
-constexpr std::array<int, 2> rawKinds{HotKeyEvent::rawKeyDown, HotKeyEvent::rawKeyUp};
 
 class Handler final : public platform::HotKeyCenter::EventHandler {
 public:
     int handleEvent(const HotKeyEvent *event) override
     {
-        if (!event->directObject) {
-            raw.append(*event);
-            return event->keyCode == std::uint32_t(takenRawKey) ? Status::noError
-                                                                : Status::notHandled;
-        }
         const auto number = event->directObject->number;
         if (event->isRepeat)
             ++repeats;
@@ -52,10 +47,32 @@ public:
     void keyboardChanged() override { ++changes; }
 
     QStringList told;
-    QList<HotKeyEvent> raw;
-    int takenRawKey = -1;
     int repeats = 0;
     int changes = 0;
+};
+
+/// Keeps the keys on their way to our windows, and takes one.
+struct RawKeys {
+    platform::WindowKeyFeed feed;
+    QList<HotKeyEvent> told;
+    int takenKey = -1;
+
+    RawKeys()
+    {
+        feed.start([this](const HotKeyEvent &event) {
+            told.append(event);
+            return event.keyCode == std::uint32_t(takenKey);
+        });
+    }
+    /// How often the key went down; a repetition is no press.
+    qsizetype presses(int keyCode, int modifiers) const
+    {
+        return std::count_if(told.cbegin(), told.cend(), [=](const HotKeyEvent &event) {
+            return event.kind == HotKeyEvent::rawKeyDown &&
+                   event.keyCode == std::uint32_t(keyCode) &&
+                   event.modifiers == std::uint32_t(modifiers);
+        });
+    }
 };
 
 class KeyWindow : public QWindow {
@@ -328,7 +345,7 @@ private Q_SLOTS:
         window.show();
         window.requestActivate();
         QVERIFY(QTest::qWaitForWindowActive(&window));
-        _center->addEventTypes(rawKinds);
+        const RawKeys raw;
         QVERIFY(run(u"xset"_s, {u"r"_s, u"rate"_s, u"100"_s, u"50"_s}));
 
         QVERIFY(xdotool({u"keydown"_s, u"space"_s}));
@@ -336,10 +353,7 @@ private Q_SLOTS:
         QVERIFY(xdotool({u"keyup"_s, u"space"_s}));
 
         QVERIFY(isMarked());
-        const auto isDown = [](const HotKeyEvent &event) {
-            return event.kind == HotKeyEvent::rawKeyDown && event.keyCode == spaceKey;
-        };
-        QCOMPARE(std::count_if(_handler->raw.cbegin(), _handler->raw.cend(), isDown), 1);
+        QCOMPARE(raw.presses(spaceKey, 0), 1);
     }
 
     void rawKeysAreThoseOfOurWindowsAndMayBeTaken()
@@ -349,19 +363,15 @@ private Q_SLOTS:
         window.show();
         window.requestActivate();
         QVERIFY(QTest::qWaitForWindowActive(&window));
-        _center->addEventTypes(rawKinds);
-        _handler->takenRawKey = spaceKey;
+        RawKeys raw;
+        raw.takenKey = spaceKey;
 
         QVERIFY(xdotool({u"key"_s, u"a"_s, u"ctrl+space"_s, u"b"_s}));
         QTRY_COMPARE(window.keys, (QList<int>{Qt::Key_A, Qt::Key_Control, Qt::Key_B}));
         QCOMPARE(told(), QStringList());
-        const auto isPress = [](const HotKeyEvent &event) {
-            return event.kind == HotKeyEvent::rawKeyDown && event.keyCode == spaceKey &&
-                   event.modifiers == std::uint32_t(Modifiers::control);
-        };
-        QCOMPARE(std::count_if(_handler->raw.cbegin(), _handler->raw.cend(), isPress), 1);
+        QCOMPARE(raw.presses(spaceKey, Modifiers::control), 1);
 
-        _center->removeEventTypes(rawKinds);
+        raw.feed.stop();
         QVERIFY(xdotool({u"key"_s, u"space"_s}));
         QTRY_COMPARE(window.keys.last(), Qt::Key_Space);
     }

@@ -80,16 +80,6 @@ public:
     {
         return fire(platform::HotKeyEvent::released, keyCode, modifiers, false);
     }
-    /// A key on its way to a window of ours.
-    int raw(int kind, std::uint32_t keyCode, std::uint32_t modifiers)
-    {
-        platform::HotKeyEvent event;
-        event.kind = kind;
-        event.keyCode = keyCode;
-        event.modifiers = modifiers;
-        return handler && kinds.contains(kind) ? handler->handleEvent(&event)
-                                               : platform::HotKeyAnswer::notHandled;
-    }
     /// The numbers of what is registered for this key.
     QList<int> numbersOf(int keyCode, int modifiers) const
     {

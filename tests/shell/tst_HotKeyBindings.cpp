@@ -43,9 +43,10 @@ struct Process {
     base::NotificationCenter notifications;
     std::vector<base::NotificationCenter::Token> tokens;
     fakes::FakeHotKeyCenter center;
+    platform::RawKeyFeed rawKeys;
     fakes::FakeKeyCharacters layout;
     keyboard::KeyboardShortcuts::NamedShortcuts shortcuts{
-        {defaults, notifications, center, nullptr, layout}};
+        {defaults, notifications, center, rawKeys, layout}};
     fakes::ManualTimer timer;
     VellumhoundAppDelegate delegate;
 };

@@ -104,8 +104,6 @@ public:
 
     std::unique_ptr<platform::KGlobalAccelHotKeys> center;
     QStringList told;  // the markers left out
-    QList<platform::HotKeyEvent> raw;
-    int takenRawKey = -1;
     int repeats = 0;
 
 private:
@@ -114,12 +112,6 @@ private:
 
     int handleEvent(const platform::HotKeyEvent *event) override
     {
-        namespace Answer = platform::HotKeyAnswer;
-        if (!event->directObject) {
-            raw.append(*event);
-            const bool isTaken = event->keyCode == std::uint32_t(takenRawKey);
-            return isTaken ? Answer::noError : Answer::notHandled;
-        }
         const int number = event->directObject->number;
         const bool isUp = event->kind == platform::HotKeyEvent::released;
         if (number == firstMarker || number == secondMarker) {
@@ -129,7 +121,7 @@ private:
             ++repeats;
         else
             told.append((isUp ? QStringLiteral("up %1") : QStringLiteral("down %1")).arg(number));
-        return Answer::noError;
+        return platform::HotKeyAnswer::noError;
     }
     void registrationRefused(platform::HotKeyId id, int status) override
     {

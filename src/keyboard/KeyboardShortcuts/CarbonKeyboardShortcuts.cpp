@@ -18,22 +18,19 @@ namespace HotKeyAnswer = platform::HotKeyAnswer;
 namespace {
 
 constexpr std::array<int, 2> hotKeyEventTypes{HotKeyEvent::pressed, HotKeyEvent::released};
-constexpr std::array<int, 2> rawKeyEventTypes{HotKeyEvent::rawKeyDown, HotKeyEvent::rawKeyUp};
 constexpr std::uint64_t menuEventMask = (1U << EventType::keyDown) | (1U << EventType::keyUp);
 
 }  // namespace
 
 CarbonKeyboardShortcuts::CarbonKeyboardShortcuts(platform::HotKeyCenter &center,
-    platform::EventQueue *queue, const platform::KeyCharacters &characters,
+    platform::RawKeyFeed &rawKeys, const platform::KeyCharacters &characters,
     const HotKeySwitches &switches)
     : _center(center)
     , _characters(characters)
     , _switches(switches)
+    , _menuMonitor(rawKeys, menuEventMask, u"NSEventTrackingRunLoopMode"_s,
+          [this](const HotKeyEvent &event) { return handleMenuEvent(event); })
 {
-    if (!queue)
-        return;
-    _menuMonitor.emplace(*queue, menuEventMask, u"NSEventTrackingRunLoopMode"_s,
-        [this](const platform::QueuedEvent &event) { return handleMenuEvent(event); });
 }
 
 CarbonKeyboardShortcuts::~CarbonKeyboardShortcuts()
@@ -112,32 +109,16 @@ void CarbonKeyboardShortcuts::updateEventHandler()
     const bool isListening = _switches.isEnabled && !_switches.isRecorderActive;
     if (isListening && !_switches.isMenuOpen) {
         registerAll();
-        stopMenuPath();
+        _menuMonitor.stop();
         _center.addEventTypes(hotKeyEventTypes);
         return;
     }
     unregisterAll();
     _center.removeEventTypes(hotKeyEventTypes);
     if (isListening)
-        startMenuPath();
+        _menuMonitor.start();
     else
-        stopMenuPath();
-}
-
-void CarbonKeyboardShortcuts::startMenuPath()
-{
-    if (_menuMonitor)
-        _menuMonitor->start();
-    else
-        _center.addEventTypes(rawKeyEventTypes);
-}
-
-void CarbonKeyboardShortcuts::stopMenuPath()
-{
-    if (_menuMonitor)
-        _menuMonitor->stop();
-    else
-        _center.removeEventTypes(rawKeyEventTypes);
+        _menuMonitor.stop();
 }
 
 int CarbonKeyboardShortcuts::handleEvent(const HotKeyEvent *event)
@@ -189,12 +170,9 @@ int CarbonKeyboardShortcuts::handleRawKeyEvent(const HotKeyEvent &event)
     return HotKeyAnswer::notHandled;
 }
 
-std::optional<platform::QueuedEvent> CarbonKeyboardShortcuts::handleMenuEvent(
-    const platform::QueuedEvent &event)
+std::optional<HotKeyEvent> CarbonKeyboardShortcuts::handleMenuEvent(const HotKeyEvent &event)
 {
-    if (!event.eventRef)
-        return event;
-    const int status = handleRawKeyEvent(*event.eventRef);
+    const int status = handleRawKeyEvent(event);
     return status == HotKeyAnswer::noError ? std::nullopt : std::optional(event);
 }
 

@@ -32,9 +32,9 @@ public:
     /// The mark of all our registrations, "VHKS".
     static constexpr std::uint32_t hotKeySignature = 0x56484B53;
 
-    /// All outlive this object; `switches` are read at each update. Without a `queue` the center
-    /// gives the keys that are on their way to a menu.
-    CarbonKeyboardShortcuts(platform::HotKeyCenter &center, platform::EventQueue *queue,
+    /// All outlive this object; `switches` are read at each update. `rawKeys` has the keys that are
+    /// on their way to a menu.
+    CarbonKeyboardShortcuts(platform::HotKeyCenter &center, platform::RawKeyFeed &rawKeys,
         const platform::KeyCharacters &characters, const HotKeySwitches &switches);
     /// Gives all hot keys back.
     ~CarbonKeyboardShortcuts() override;
@@ -67,11 +67,9 @@ private:
     void keyboardChanged() override;
 
     bool registerAgain(HotKey &hotKey) const;
-    void startMenuPath();
-    void stopMenuPath();
     int handleHotKeyEvent(const platform::HotKeyEvent &event);
     int handleRawKeyEvent(const platform::HotKeyEvent &event);
-    std::optional<platform::QueuedEvent> handleMenuEvent(const platform::QueuedEvent &event);
+    std::optional<platform::HotKeyEvent> handleMenuEvent(const platform::HotKeyEvent &event);
     void printRefusal(const Shortcut &shortcut, int status) const;
 
     platform::HotKeyCenter &_center;
@@ -80,7 +78,7 @@ private:
     std::map<int, HotKey> _hotKeys;  // by carbonHotKeyId
     int _hotKeyId = 0;               // the last one given out; a number is never used twice
     bool _isEventHandlerInstalled = false;
-    std::optional<RunLoopLocalEventMonitor> _menuMonitor;  // absent without a queue
+    RunLoopLocalEventMonitor _menuMonitor;
 };
 
 }  // namespace vellumhound::keyboard::KeyboardShortcuts

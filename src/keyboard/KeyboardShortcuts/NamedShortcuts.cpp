@@ -19,7 +19,7 @@ constexpr QLatin1StringView storagePrefix("KeyboardShortcuts_");
 
 NamedShortcuts::NamedShortcuts(const Environment &environment)
     : _environment(environment)
-    , _hotKeys(environment.hotKeyCenter, environment.queue, environment.keyCharacters, _switches)
+    , _hotKeys(environment.hotKeyCenter, environment.rawKeys, environment.keyCharacters, _switches)
 {
     QObject::connect(&_environment.defaults, &settings::UserDefaults::valueChanged, &_storeObserver,
         [this](const QString &key) { followStore(key); });

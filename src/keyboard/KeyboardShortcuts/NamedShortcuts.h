@@ -29,12 +29,12 @@ class NamedShortcuts {
 public:
     using Action = std::function<void()>;
 
-    /// What the object is made of. All of it outlives the object; `queue` may be null.
+    /// What the object is made of. All of it outlives the object.
     struct Environment {
         settings::UserDefaults &defaults;
         base::NotificationCenter &notificationCenter;
         platform::HotKeyCenter &hotKeyCenter;
-        platform::EventQueue *queue = nullptr;
+        platform::RawKeyFeed &rawKeys;
         const platform::KeyCharacters &keyCharacters;
     };
 

@@ -1,19 +1,27 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "keyboard/KeyboardShortcuts/RunLoopLocalEventMonitor.h"
 
-#include <QList>
+#include "keyboard/KeyboardShortcuts/Shortcut.h"
 
 #include <utility>
 
 namespace vellumhound::keyboard::KeyboardShortcuts {
 
+using platform::HotKeyEvent;
+
 namespace {
-constexpr int mostTypes = 64;
+
+bool isInMask(const HotKeyEvent &event, std::uint64_t mask)
+{
+    const int type = event.kind == HotKeyEvent::rawKeyUp ? EventType::keyUp : EventType::keyDown;
+    return (mask >> unsigned(type)) & 1U;
 }
 
+}  // namespace
+
 RunLoopLocalEventMonitor::RunLoopLocalEventMonitor(
-    platform::EventQueue &queue, std::uint64_t eventMask, QString runLoopMode, Callback callback)
-    : _queue(queue)
+    platform::RawKeyFeed &feed, std::uint64_t eventMask, QString runLoopMode, Callback callback)
+    : _feed(feed)
     , _eventMask(eventMask)
     , _runLoopMode(std::move(runLoopMode))
     , _callback(std::move(callback))
@@ -27,38 +35,18 @@ RunLoopLocalEventMonitor::~RunLoopLocalEventMonitor()
 
 void RunLoopLocalEventMonitor::start()
 {
-    if (_run)
+    if (std::exchange(_isRunning, true))
         return;
-    _run = std::make_shared<bool>(true);
-    _observer = _queue.addObserver(_runLoopMode, [this] { drain(); });
+    // Copies: the callback may end the monitor.
+    _feed.start([callback = _callback, mask = _eventMask](const HotKeyEvent &event) {
+        return isInMask(event, mask) && !callback(event);
+    });
 }
 
 void RunLoopLocalEventMonitor::stop()
 {
-    if (!_run)
-        return;
-    *std::exchange(_run, nullptr) = false;
-    _queue.removeObserver(_observer);
-}
-
-void RunLoopLocalEventMonitor::drain()
-{
-    // All are taken out before the first goes back, or the drain would never end.
-    QList<platform::QueuedEvent> events;
-    while (const auto event = _queue.nextEvent())
-        events.append(*event);
-
-    const auto run = _run;
-    const auto callback = _callback;
-    const auto mask = _eventMask;
-    auto &queue = _queue;
-    for (const auto &event : std::as_const(events)) {
-        const bool isInMask =
-            event.type >= 0 && event.type < mostTypes && (mask >> unsigned(event.type)) & 1U;
-        const auto left = *run && isInMask ? callback(event) : std::optional(event);
-        if (left)
-            queue.postEvent(*left);
-    }
+    if (std::exchange(_isRunning, false))
+        _feed.stop();
 }
 
 }  // namespace vellumhound::keyboard::KeyboardShortcuts

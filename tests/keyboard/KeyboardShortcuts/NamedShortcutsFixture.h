@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-#include "fakes/FakeEventQueue.h"
 #include "fakes/FakeHotKeyCenter.h"
 #include "fakes/FakeKeyCharacters.h"
 #include "keyboard/KeyboardShortcuts/NamedShortcuts.h"
+#include "platform/RawKeyFeed.h"
 
 #include <QFile>
 #include <QTemporaryDir>
@@ -22,7 +22,7 @@ struct NamedShortcutsFixture {
     settings::UserDefaults defaults{place.filePath(QStringLiteral("vellumhound"))};
     base::NotificationCenter notifications;
     fakes::FakeHotKeyCenter center;
-    fakes::FakeEventQueue queue;
+    platform::RawKeyFeed rawKeys;
     fakes::FakeKeyCharacters layout;
     std::unique_ptr<NamedShortcuts> shortcuts;
     QList<Name> changes;  ///< names of the change notifications, in order
@@ -40,7 +40,7 @@ struct NamedShortcutsFixture {
     void start()
     {
         shortcuts = std::make_unique<NamedShortcuts>(
-            NamedShortcuts::Environment{defaults, notifications, center, &queue, layout});
+            NamedShortcuts::Environment{defaults, notifications, center, rawKeys, layout});
     }
     void stop() { shortcuts.reset(); }
 

@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "fakes/FakeEventQueue.h"
 #include "fakes/FakeHotKeyCenter.h"
 #include "fakes/FakeKeyCharacters.h"
 #include "keyboard/KeyboardShortcuts/CarbonKeyboardShortcuts.h"
@@ -11,22 +10,20 @@ using namespace vellumhound;
 using namespace vellumhound::keyboard::KeyboardShortcuts;
 using namespace Qt::StringLiterals;
 using platform::HotKeyEvent;
-using platform::QueuedEvent;
 namespace Status = platform::HotKeyAnswer;
 
 namespace {
 
 const Shortcut controlSpace(49, 0x1000);
 const Shortcut optionS(1, 0x800);
-const QString menuMode = u"NSEventTrackingRunLoopMode"_s;
 
-QueuedEvent keyEvent(int type, int kind, std::uint32_t keyCode, std::uint32_t modifiers)
+HotKeyEvent keyEvent(int kind, std::uint32_t keyCode, std::uint32_t modifiers)
 {
     HotKeyEvent event;
     event.kind = kind;
     event.keyCode = keyCode;
     event.modifiers = modifiers;
-    return {type, event, 1};
+    return event;
 }
 
 }  // namespace
@@ -36,7 +33,7 @@ class tst_CarbonKeyboardShortcuts : public QObject {
 
 private:
     std::unique_ptr<fakes::FakeHotKeyCenter> _center;
-    std::unique_ptr<fakes::FakeEventQueue> _queue;
+    platform::RawKeyFeed _rawKeys;
     fakes::FakeKeyCharacters _layout;
     HotKeySwitches _switches;
     std::unique_ptr<CarbonKeyboardShortcuts> _hotKeys;
@@ -56,9 +53,10 @@ private:
         _switches.isMenuOpen = isOpen;
         _hotKeys->updateEventHandler();
     }
-    void useKeysOfTheCenter()
+    /// A key on its way to a menu of ours; true if it does not get there.
+    bool takes(int kind, std::uint32_t keyCode, std::uint32_t modifiers)
     {
-        _hotKeys = std::make_unique<CarbonKeyboardShortcuts>(*_center, nullptr, _layout, _switches);
+        return _rawKeys.offer(keyEvent(kind, keyCode, modifiers));
     }
 
 private Q_SLOTS:
@@ -69,9 +67,8 @@ private Q_SLOTS:
         _layout.printed = {{1, u"s"_s}};
         _hotKeys.reset();
         _center = std::make_unique<fakes::FakeHotKeyCenter>();
-        _queue = std::make_unique<fakes::FakeEventQueue>();
         _hotKeys =
-            std::make_unique<CarbonKeyboardShortcuts>(*_center, _queue.get(), _layout, _switches);
+            std::make_unique<CarbonKeyboardShortcuts>(*_center, _rawKeys, _layout, _switches);
     }
     void cleanup() { _hotKeys.reset(); }
 
@@ -90,7 +87,7 @@ private Q_SLOTS:
         openMenu(true);
 
         QVERIFY(_center->calls.isEmpty());
-        QVERIFY(!_queue->isObserved());
+        QVERIFY(!_rawKeys.isRunning());
     }
 
     void theHandlerIsInstalledOnceAndListensToHotKeysAlone()
@@ -238,81 +235,53 @@ private Q_SLOTS:
         QFETCH(bool, isRegistered);
         QFETCH(bool, isMenuHeard);
         const QSet<int> hotKeyKinds{HotKeyEvent::pressed, HotKeyEvent::released};
-        const QSet<int> rawKinds{HotKeyEvent::rawKeyDown, HotKeyEvent::rawKeyUp};
+        add(controlSpace);
+        openMenu(true);
+        _switches = {isEnabled, isMenuOpen};
 
-        for (const bool hasQueue : {true, false}) {
-            if (!hasQueue)
-                useKeysOfTheCenter();
-            add(controlSpace);
-            openMenu(true);
-            _switches = {isEnabled, isMenuOpen};
-            _hotKeys->updateEventHandler();
+        _hotKeys->updateEventHandler();
 
-            QCOMPARE(_center->grabs.size(), isRegistered ? 1U : 0U);
-            QCOMPARE(_queue->isObserved(), hasQueue && isMenuHeard);
-            QCOMPARE(_center->kinds, isRegistered               ? hotKeyKinds
-                                     : isMenuHeard && !hasQueue ? rawKinds
-                                                                : QSet<int>());
-            _switches = {};
-        }
+        QCOMPARE(_center->grabs.size(), isRegistered ? 1U : 0U);
+        QCOMPARE(_rawKeys.isRunning(), isMenuHeard);
+        QCOMPARE(_center->kinds, isRegistered ? hotKeyKinds : QSet<int>());
     }
 
     void inAnOpenMenuAHotKeyActsAndDoesNotReachTheMenu()
     {
         add(controlSpace);
         openMenu(true);
-        const auto other = keyEvent(10, HotKeyEvent::rawKeyDown, 36, 0);
-        const QueuedEvent mouse{5, std::nullopt, 2};
-        const QueuedEvent keyWithoutReference{10, std::nullopt, 3};
-        _queue->waiting = {other, keyEvent(10, HotKeyEvent::rawKeyDown, 49, 0x1000), mouse,
-            keyEvent(11, HotKeyEvent::rawKeyUp, 49, 0x1000), keyWithoutReference};
 
-        _queue->turn(menuMode);
+        QVERIFY(!takes(HotKeyEvent::rawKeyDown, 36, 0));
+        QVERIFY(takes(HotKeyEvent::rawKeyDown, 49, 0x1000));
+        QVERIFY(takes(HotKeyEvent::rawKeyUp, 49, 0x1000));
+        QVERIFY(!_rawKeys.offer(HotKeyEvent{HotKeyEvent::rawKeyDown, {}, {}, {}, false}));
+        openMenu(false);
+        QVERIFY(!takes(HotKeyEvent::rawKeyDown, 49, 0x1000));
 
         QCOMPARE(_ran, (QStringList{u"down 49"_s, u"up 49"_s}));
-        QCOMPARE(_queue->waiting, (QList{other, mouse, keyWithoutReference}));
     }
 
     void inAnOpenMenuModifiersAreComparedWithoutTheirOtherBits()
     {
         add(controlSpace);
         openMenu(true);
-        const auto withShift = keyEvent(10, HotKeyEvent::rawKeyDown, 49, 0x1200);
-        _queue->waiting = {withShift, keyEvent(10, HotKeyEvent::rawKeyDown, 49, 0x1000 | 0x400)};
 
-        _queue->turn(menuMode);
+        QVERIFY(!takes(HotKeyEvent::rawKeyDown, 49, 0x1200));
+        QVERIFY(takes(HotKeyEvent::rawKeyDown, 49, 0x1000 | 0x400));
 
         QCOMPARE(_ran, QStringList{u"down 49"_s});
-        QCOMPARE(_queue->waiting, QList{withShift});
     }
 
     void aHotKeyHeldInAMenuActsOnce()
     {
         add(controlSpace);
         openMenu(true);
-        _queue->waiting = {keyEvent(10, HotKeyEvent::rawKeyDown, 49, 0x1000),
-            keyEvent(10, HotKeyEvent::rawKeyRepeat, 49, 0x1000),
-            keyEvent(10, HotKeyEvent::rawKeyRepeat, 49, 0x1000)};
 
-        _queue->turn(menuMode);
+        QVERIFY(takes(HotKeyEvent::rawKeyDown, 49, 0x1000));
+        QVERIFY(takes(HotKeyEvent::rawKeyRepeat, 49, 0x1000));
+        QVERIFY(takes(HotKeyEvent::rawKeyRepeat, 49, 0x1000));
 
         QCOMPARE(_ran, QStringList{u"down 49"_s});
-        QVERIFY(_queue->waiting.isEmpty());
-    }
-
-    void theMenusKeysMayComeFromTheDesktop()
-    {
-        useKeysOfTheCenter();
-        add(controlSpace);
-        openMenu(true);
-
-        QCOMPARE(_center->raw(HotKeyEvent::rawKeyDown, 49, 0x1000), Status::noError);
-        QCOMPARE(_center->raw(HotKeyEvent::rawKeyUp, 49, 0x1000), Status::noError);
-        QCOMPARE(_center->raw(HotKeyEvent::rawKeyDown, 36, 0), Status::notHandled);
-        openMenu(false);
-        QCOMPARE(_center->raw(HotKeyEvent::rawKeyDown, 49, 0x1000), Status::notHandled);
-
-        QCOMPARE(_ran, (QStringList{u"down 49"_s, u"up 49"_s}));
     }
 
     void eventsThatAreNotOursAreLeftToOthers()
@@ -407,15 +376,14 @@ private Q_SLOTS:
 
     void whereTheDesktopHasNoHotKeysTheRefusalIsTold()
     {
-        platform::NullHotKeyCenter none;
-        CarbonKeyboardShortcuts hotKeys(none, nullptr, _layout, _switches);
+        _center->refusals = {{{49, 0x1000}, Status::unsupported}};
         support::CapturedOutput output;
 
-        hotKeys.registerShortcut(controlSpace, {}, {});
-        hotKeys.updateEventHandler();
+        add(controlSpace);
+        _hotKeys->updateEventHandler();
 
         QCOMPARE(output.text(), "Error registering hotkey ⌃Space: -4\n");
-        QVERIFY(!none.isSupported());
+        QVERIFY(!_center->handler);
     }
 };
 

@@ -158,13 +158,11 @@ private Q_SLOTS:
         key.kind = platform::HotKeyEvent::rawKeyDown;
         key.keyCode = 49;
         key.modifiers = 0x1000;
-        _->queue.waiting = {{10, key, 1}};
-        _->queue.turn(u"NSEventTrackingRunLoopMode"_s);
+        QVERIFY(_->rawKeys.offer(key));
         QCOMPARE(_ran, QStringList{u"main"_s});
-        QVERIFY(_->queue.waiting.isEmpty());
 
         _->openMenu(false);
-        QVERIFY(!_->queue.isObserved());
+        QVERIFY(!_->rawKeys.isRunning());
         QCOMPARE(_->center.numbersOf(49, 0x1000), QList{1});
     }
 

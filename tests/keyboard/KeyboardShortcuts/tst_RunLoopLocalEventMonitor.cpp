@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "fakes/FakeEventQueue.h"
 #include "keyboard/KeyboardShortcuts/RunLoopLocalEventMonitor.h"
 
 #include <QTest>
@@ -7,16 +6,20 @@
 using namespace vellumhound;
 using namespace vellumhound::keyboard::KeyboardShortcuts;
 using namespace Qt::StringLiterals;
-using platform::QueuedEvent;
+using platform::HotKeyEvent;
+using platform::RawKeyFeed;
 
 namespace {
 
 constexpr std::uint64_t keyMask = 3072;  // types 10 and 11
 const QString tracking = u"tracking"_s;
 
-QueuedEvent queued(int type, std::uint64_t ticket)
+HotKeyEvent raw(int kind, std::uint32_t keyCode)
 {
-    return {type, std::nullopt, ticket};
+    HotKeyEvent event;
+    event.kind = kind;
+    event.keyCode = keyCode;
+    return event;
 }
 
 }  // namespace
@@ -25,93 +28,110 @@ class tst_RunLoopLocalEventMonitor : public QObject {
     Q_OBJECT
 
 private:
-    std::unique_ptr<fakes::FakeEventQueue> _queue;
-    QList<std::uint64_t> _seen;
+    RawKeyFeed _feed;
+    QList<HotKeyEvent> _seen;
+
+    RunLoopLocalEventMonitor::Callback takingKey(std::uint32_t keyCode)
+    {
+        return [this, keyCode](const HotKeyEvent &event) {
+            _seen.append(event);
+            return event.keyCode == keyCode ? std::nullopt : std::optional(event);
+        };
+    }
 
 private Q_SLOTS:
-    void init()
+    void init() { _seen.clear(); }
+
+    void whatTheCallbackTakesGoesNoFurther()
     {
-        _queue = std::make_unique<fakes::FakeEventQueue>();
-        _seen.clear();
+        RunLoopLocalEventMonitor monitor(_feed, keyMask, tracking, takingKey(3));
+        monitor.start();
+
+        QVERIFY(!_feed.offer(raw(HotKeyEvent::rawKeyDown, 1)));
+        QVERIFY(_feed.offer(raw(HotKeyEvent::rawKeyDown, 3)));
+        QVERIFY(_feed.offer(raw(HotKeyEvent::rawKeyUp, 3)));
+        QVERIFY(!_feed.offer(raw(HotKeyEvent::rawKeyDown, 4)));
+
+        QCOMPARE(_seen, (QList{raw(HotKeyEvent::rawKeyDown, 1), raw(HotKeyEvent::rawKeyDown, 3),
+                            raw(HotKeyEvent::rawKeyUp, 3), raw(HotKeyEvent::rawKeyDown, 4)}));
     }
 
-    void whatTheCallbackTakesIsGoneAndTheRestKeepsItsOrder()
+    void onlyTheTypesOfItsMaskAreSeen_data()
     {
-        RunLoopLocalEventMonitor monitor(
-            *_queue, keyMask, tracking, [&](const QueuedEvent &seen) -> std::optional<QueuedEvent> {
-                _seen.append(seen.ticket);
-                return seen.ticket == 3 ? std::nullopt : std::optional(seen);
-            });
+        QTest::addColumn<quint64>("mask");
+        QTest::addColumn<bool>("seesDown");
+        QTest::addColumn<bool>("seesUp");
+        QTest::newRow("down alone") << quint64(1) << true << false;
+        QTest::newRow("up alone") << quint64(2) << false << true;
+        QTest::newRow("neither") << quint64(0) << false << false;
+    }
+    void onlyTheTypesOfItsMaskAreSeen()
+    {
+        QFETCH(quint64, mask);
+        QFETCH(bool, seesDown);
+        QFETCH(bool, seesUp);
+        RunLoopLocalEventMonitor monitor(_feed, mask << 10, tracking, takingKey(3));
         monitor.start();
-        _queue->waiting = {queued(10, 1), queued(5, 2), queued(11, 3), queued(10, 4), queued(9, 5),
-            queued(12, 6), queued(200, 7), queued(-1, 8)};
 
-        _queue->turn(tracking);
+        QCOMPARE(_feed.offer(raw(HotKeyEvent::rawKeyDown, 3)), seesDown);
+        QCOMPARE(_feed.offer(raw(HotKeyEvent::rawKeyRepeat, 3)), seesDown);
+        QCOMPARE(_feed.offer(raw(HotKeyEvent::rawKeyUp, 3)), seesUp);
 
-        QCOMPARE(_seen, (QList<std::uint64_t>{1, 3, 4}));
-        QCOMPARE(_queue->waiting, (QList{queued(10, 1), queued(5, 2), queued(10, 4), queued(9, 5),
-                                      queued(12, 6), queued(200, 7), queued(-1, 8)}));
+        QCOMPARE(_seen.size(), (seesDown ? 2 : 0) + (seesUp ? 1 : 0));
     }
 
-    void theCallbackMayGiveAnotherEvent()
+    void itSeesKeysWhileItRunsAlone()
     {
-        RunLoopLocalEventMonitor monitor(*_queue, keyMask, tracking,
-            [](const QueuedEvent &seen) { return std::optional(queued(11, seen.ticket + 100)); });
-        monitor.start();
-        _queue->waiting = {queued(10, 1)};
-
-        _queue->turn(tracking);
-
-        QCOMPARE(_queue->waiting, QList{queued(11, 101)});
-    }
-
-    void itWorksInItsModeAndWhileItRunsAlone()
-    {
-        RunLoopLocalEventMonitor monitor(
-            *_queue, keyMask, tracking, [](const QueuedEvent &) { return std::nullopt; });
-        _queue->waiting = {queued(10, 1)};
-
-        _queue->turn(tracking);
-        QCOMPARE(_queue->waiting.size(), 1);
+        RunLoopLocalEventMonitor monitor(_feed, keyMask, tracking, takingKey(3));
+        QCOMPARE(monitor.runLoopMode(), tracking);
+        QVERIFY(!_feed.offer(raw(HotKeyEvent::rawKeyDown, 3)));
 
         monitor.start();
         monitor.start();
-        _queue->turn(u"another mode"_s);
-        QCOMPARE(_queue->waiting.size(), 1);
-
-        _queue->turn(tracking);
-        QCOMPARE(_queue->waiting.size(), 0);
+        QVERIFY(monitor.isRunning());
+        QVERIFY(_feed.offer(raw(HotKeyEvent::rawKeyDown, 3)));
 
         monitor.stop();
         monitor.stop();
-        QVERIFY(!_queue->isObserved());
+        QVERIFY(!monitor.isRunning());
+        QVERIFY(!_feed.offer(raw(HotKeyEvent::rawKeyDown, 3)));
+        QVERIFY(!_feed.isRunning());
     }
 
-    void itsEndEndsTheObservation()
+    void itsEndStopsTheFeed()
     {
         {
-            RunLoopLocalEventMonitor monitor(
-                *_queue, keyMask, tracking, [](const QueuedEvent &) { return std::nullopt; });
+            RunLoopLocalEventMonitor monitor(_feed, keyMask, tracking, takingKey(3));
             monitor.start();
-            QVERIFY(_queue->isObserved());
+            QVERIFY(_feed.isRunning());
         }
 
-        QVERIFY(!_queue->isObserved());
+        QVERIFY(!_feed.isRunning());
+    }
+
+    void aMonitorThatNeverRanLeavesTheFeedToTheOther()
+    {
+        RunLoopLocalEventMonitor monitor(_feed, keyMask, tracking, takingKey(3));
+        monitor.start();
+
+        {
+            RunLoopLocalEventMonitor idle(_feed, keyMask, tracking, takingKey(4));
+        }
+
+        QVERIFY(_feed.isRunning());
     }
 
     void theCallbackMayEndTheMonitor()
     {
         std::optional<RunLoopLocalEventMonitor> monitor;
-        monitor.emplace(*_queue, keyMask, tracking, [&](const QueuedEvent &) {
+        monitor.emplace(_feed, keyMask, tracking, [&](const HotKeyEvent &) {
             monitor.reset();
             return std::nullopt;
         });
         monitor->start();
-        _queue->waiting = {queued(5, 1), queued(10, 2), queued(11, 3), queued(5, 4)};
 
-        _queue->turn(tracking);
-
-        QCOMPARE(_queue->waiting, (QList{queued(5, 1), queued(11, 3), queued(5, 4)}));
+        QVERIFY(_feed.offer(raw(HotKeyEvent::rawKeyDown, 1)));
+        QVERIFY(!_feed.offer(raw(HotKeyEvent::rawKeyUp, 1)));
     }
 };
 

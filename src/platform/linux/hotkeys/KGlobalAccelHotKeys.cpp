@@ -111,9 +111,6 @@ KGlobalAccelHotKeys::KGlobalAccelHotKeys(
     : _characters(characters)
     , _labels(std::move(labels))
     , _service(std::move(bus), component, options)
-    , _rawKeys([this](const HotKeyEvent &event) {
-        return _handler ? _handler->handleEvent(&event) : HotKeyAnswer::notHandled;
-    })
 {
     using Service = KGlobalAccelService;
     connect(&_service, &Service::presenceChanged, this, &KGlobalAccelHotKeys::updatePresence);
@@ -393,13 +390,11 @@ bool KGlobalAccelHotKeys::installEventHandler(EventHandler &handler)
 void KGlobalAccelHotKeys::addEventTypes(std::span<const int> kinds)
 {
     _kinds.unite({kinds.begin(), kinds.end()});
-    _rawKeys.addEventTypes(kinds);
 }
 
 void KGlobalAccelHotKeys::removeEventTypes(std::span<const int> kinds)
 {
     _kinds.subtract({kinds.begin(), kinds.end()});
-    _rawKeys.removeEventTypes(kinds);
 }
 
 QStringList KGlobalAccelHotKeys::actionOf(const QString &name) const

@@ -4,7 +4,6 @@
 #include "platform/KeyCharacters.h"
 #include "platform/linux/hotkeys/HotKeyBackend.h"
 #include "platform/linux/hotkeys/KGlobalAccelService.h"
-#include "platform/linux/hotkeys/RawKeyFeed.h"
 
 #include <QDBusConnection>
 #include <QDBusMessage>
@@ -101,7 +100,6 @@ private:
     QHash<QString, HotKeyReport> _reports;  // by name
     EventHandler *_handler = nullptr;
     QSet<int> _kinds;
-    RawKeyFeed _rawKeys;
 };
 
 }  // namespace vellumhound::platform

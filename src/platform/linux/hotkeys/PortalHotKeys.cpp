@@ -48,15 +48,13 @@ bool isSameKey(const HotKeyRequest &a, const HotKeyRequest &b)
 }  // namespace
 
 PortalHotKeys::PortalHotKeys(QDBusConnection bus, const QString &applicationId, HotKeyLabels labels,
-    const KeyCharacters &characters, const PortalTiming &timing)
+    const KeyCharacters &characters, RawKeyFeed &rawKeys, const PortalTiming &timing)
     : _bus(std::move(bus))
     , _labels(std::move(labels))
     , _characters(characters)
+    , _rawKeys(rawKeys)
     , _timing(timing)
     , _presence(_bus, applicationId, timing.answerLimit, [this] { followPresence(); })
-    , _rawKeys([this](const HotKeyEvent &event) {
-        return _handler ? _handler->handleEvent(&event) : HotKeyAnswer::notHandled;
-    })
 {
     // What is asked for in one turn goes into one session.
     _asking.setSingleShot(true);
@@ -121,13 +119,11 @@ bool PortalHotKeys::installEventHandler(EventHandler &handler)
 void PortalHotKeys::addEventTypes(std::span<const int> kinds)
 {
     _kinds.unite({kinds.begin(), kinds.end()});
-    _rawKeys.addEventTypes(kinds);
 }
 
 void PortalHotKeys::removeEventTypes(std::span<const int> kinds)
 {
     _kinds.subtract({kinds.begin(), kinds.end()});
-    _rawKeys.removeEventTypes(kinds);
 }
 
 HotKeyReport PortalHotKeys::report(const QString &name) const
@@ -376,12 +372,12 @@ void PortalHotKeys::shortcutActivated(const QString &id, const QVariantMap &opti
         entry.report.state = HotKeyReport::State::active;
         announceReports();
     }
-    if (!entry.handle)
+    if (!entry.handle && !_rawKeys.isRunning())
         return;
     const auto token = options.value(u"activation_token"_s).toString();
     if (!isRepeat && token.size() <= longestToken)
         takeOverActivation({{u"activation-token"_s, token}});
-    deliver(entry, HotKeyEvent::pressed, isRepeat);
+    tell(entry, HotKeyEvent::pressed, isRepeat);
 }
 
 void PortalHotKeys::shortcutDeactivated(const QString &id)
@@ -390,11 +386,20 @@ void PortalHotKeys::shortcutDeactivated(const QString &id)
     if (found == _entries.end())
         return;
     _tellsReleases = true;
-    if (std::exchange(found->second.isDown, false) && found->second.handle)
-        deliver(found->second, HotKeyEvent::released, false);
+    if (std::exchange(found->second.isDown, false))
+        tell(found->second, HotKeyEvent::released, false);
 }
 
-/// The last step of whoever calls it: the handler may change everything.
+/// The last step of whoever calls it: whoever is told may change everything. A key that is given
+/// back while a menu of ours is open still reaches no window, as the desktop goes on keeping it.
+void PortalHotKeys::tell(const Entry &entry, int kind, bool isRepeat)
+{
+    if (entry.handle)
+        deliver(entry, kind, isRepeat);
+    else
+        offerRaw(entry, kind, isRepeat);
+}
+
 void PortalHotKeys::deliver(const Entry &entry, int kind, bool isRepeat)
 {
     HotKeyEvent event;
@@ -403,6 +408,17 @@ void PortalHotKeys::deliver(const Entry &entry, int kind, bool isRepeat)
     event.isRepeat = isRepeat;
     if (_handler && _kinds.contains(kind))
         _handler->handleEvent(&event);
+}
+
+void PortalHotKeys::offerRaw(const Entry &entry, int kind, bool isRepeat)
+{
+    HotKeyEvent event;
+    event.kind = kind == HotKeyEvent::released ? HotKeyEvent::rawKeyUp
+                 : isRepeat                    ? HotKeyEvent::rawKeyRepeat
+                                               : HotKeyEvent::rawKeyDown;
+    event.keyCode = std::uint32_t(entry.request.keyCode);
+    event.modifiers = std::uint32_t(entry.request.modifiers);
+    _rawKeys.offer(event);
 }
 
 }  // namespace vellumhound::platform

@@ -5,7 +5,7 @@
 #include "platform/linux/hotkeys/HotKeyBackend.h"
 #include "platform/linux/hotkeys/PortalPresence.h"
 #include "platform/linux/hotkeys/PortalSession.h"
-#include "platform/linux/hotkeys/RawKeyFeed.h"
+#include "platform/RawKeyFeed.h"
 
 #include <QObject>
 #include <QSet>
@@ -36,8 +36,8 @@ struct PortalTiming {
 /// the keys; ours is a proposal, and no word of the desktop tells which program has a key.
 ///
 /// A session of the portal is given its shortcuts once, so one more name takes a new session with
-/// all of them. What is given back and soon asked for again, as while a menu is open, stays bound
-/// and is only not heard. A user who says no is asked again only for a new request.
+/// all of them. What is given back and soon asked for again, as while a menu is open, stays bound:
+/// a press of it is offered as a raw key. A user who says no is asked again only for a new request.
 ///
 /// Main thread. `bus` should be a connection that nothing else calls the portal on: the portal
 /// learns what program we are before its first other call, or not at all.
@@ -45,9 +45,10 @@ class PortalHotKeys final : public QObject, public HotKeyBackend, private Portal
     Q_OBJECT
 
 public:
-    /// `applicationId` is that of our desktop entry. `characters` outlive this object.
+    /// `applicationId` is that of our desktop entry. `characters` and `rawKeys` outlive this
+    /// object.
     PortalHotKeys(QDBusConnection bus, const QString &applicationId, HotKeyLabels labels,
-        const KeyCharacters &characters, const PortalTiming &timing = {});
+        const KeyCharacters &characters, RawKeyFeed &rawKeys, const PortalTiming &timing = {});
     ~PortalHotKeys() override;
 
     Presence presence() const override { return _presence.presence(); }
@@ -84,7 +85,9 @@ private:
     QList<PortalShortcut> shortcutsToAsk();
     void refuse(const QStringList &names, int status);
     void setReports(HotKeyReport::State state, int status);
+    void tell(const Entry &entry, int kind, bool isRepeat);
     void deliver(const Entry &entry, int kind, bool isRepeat);
+    void offerRaw(const Entry &entry, int kind, bool isRepeat);
 
     void sessionBound(const QList<PortalSession::Bound> &shortcuts) override;
     void sessionFailed(PortalSession::Failure failure) override;
@@ -95,9 +98,9 @@ private:
     QDBusConnection _bus;
     HotKeyLabels _labels;
     const KeyCharacters &_characters;
+    RawKeyFeed &_rawKeys;
     PortalTiming _timing;
     PortalPresence _presence;
-    RawKeyFeed _rawKeys;
     QString _owner;  // the run of the portal that the entries are about
     PortalSession *_session = nullptr;
     PortalSession *_ending = nullptr;  // the one before, while the portal ends it

@@ -174,7 +174,7 @@ bool X11HotKeys::nativeEventFilter(const QByteArray &eventType, void *message, q
     if (type == XCB_KEY_PRESS || type == XCB_KEY_RELEASE) {
         const auto *key = static_cast<const xcb_key_press_event_t *>(message);
         const Press press{key->detail, key->state, key->time, type == XCB_KEY_PRESS};
-        return handleHotKey(press) || handleRawKey(press);
+        return handleHotKey(press);
     }
     const auto *xkb = static_cast<const XkbEventHead *>(message);
     const bool isXkb = _firstXkbEvent != 0 && unsigned(type) == _firstXkbEvent;
@@ -248,25 +248,6 @@ void X11HotKeys::tellReleases()
         if (_handler && _kinds.contains(event.kind))
             _handler->handleEvent(&event);
     }
-}
-
-bool X11HotKeys::handleRawKey(const Press &press)
-{
-    const auto last = std::exchange(_lastRaw, press);
-    const bool isRepeat = press.isDown && last.code == press.code && last.time == press.time;
-    const auto *key = base::KeyTable::findByLinuxCode(press.code - xkbOffset);
-    HotKeyEvent event;
-    event.kind = isRepeat       ? HotKeyEvent::rawKeyRepeat
-                 : press.isDown ? HotKeyEvent::rawKeyDown
-                                : HotKeyEvent::rawKeyUp;
-    if (!_handler || !_kinds.contains(event.kind) || !key)
-        return false;
-    event.keyCode = std::uint32_t(key->keyCode);
-    event.modifiers = std::uint32_t(_mapping.hotKeyModifiersOf(press.state));
-    const bool isTaken = _handler->handleEvent(&event) == HotKeyAnswer::noError;
-    if (isTaken && press.isDown)
-        setUserTime(press.time);
-    return isTaken;
 }
 
 void X11HotKeys::noticeKeyboard()

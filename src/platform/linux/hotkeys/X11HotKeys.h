@@ -69,7 +69,6 @@ private:
     bool handleHotKey(const Press &press);
     void tellPress(Handle handle, std::uint32_t time, bool isRepeat);
     void tellReleases();
-    bool handleRawKey(const Press &press);
     void noticeKeyboard();
 
     xcb_connection_t *_connection = nullptr;
@@ -81,7 +80,6 @@ private:
     EventHandler *_handler = nullptr;
     QSet<int> _kinds;
     QHash<QString, HotKeyReport> _reports;  // by name
-    Press _lastRaw;
     QTimer _releases;
     QTimer _keyboardChange;
 };

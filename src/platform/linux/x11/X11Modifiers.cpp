@@ -104,20 +104,6 @@ std::uint16_t X11Modifiers::stateOf(int hotKeyModifiers) const
     return std::uint16_t(state);
 }
 
-int X11Modifiers::hotKeyModifiersOf(std::uint16_t state) const
-{
-    int modifiers = 0;
-    if (state & shiftMask)
-        modifiers |= HotKeyModifiers::shift;
-    if (state & controlMask)
-        modifiers |= HotKeyModifiers::control;
-    if (state & option)
-        modifiers |= HotKeyModifiers::option;
-    if (state & command)
-        modifiers |= HotKeyModifiers::command;
-    return modifiers;
-}
-
 QList<std::uint16_t> X11Modifiers::lockStates() const
 {
     QList<std::uint16_t> states{0};

@@ -21,9 +21,8 @@ struct X11Modifiers {
     /// One round trip or two. What the server does not tell is as usual.
     static X11Modifiers ofServer(xcb_connection_t *connection);
 
-    /// From HotKeyModifiers to the server's bits, and back from the state of a key event.
+    /// From HotKeyModifiers to the server's bits.
     std::uint16_t stateOf(int hotKeyModifiers) const;
-    int hotKeyModifiersOf(std::uint16_t state) const;
     /// Every combination of the locks: a key is grabbed with each of them.
     QList<std::uint16_t> lockStates() const;
     /// The state of a key event without locks, layout and pointer buttons.

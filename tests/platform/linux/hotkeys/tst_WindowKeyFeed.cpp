@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "platform/linux/hotkeys/RawKeyFeed.h"
+#include "platform/linux/hotkeys/WindowKeyFeed.h"
 
 #include <QAction>
 #include <QApplication>
@@ -10,21 +10,18 @@
 #include <QTest>
 #include <QWindow>
 
-#include <array>
 #include <linux/input-event-codes.h>
 
 using namespace vellumhound;
 using namespace Qt::StringLiterals;
 using platform::HotKeyEvent;
-using platform::RawKeyFeed;
-namespace Answer = platform::HotKeyAnswer;
+using platform::WindowKeyFeed;
 namespace Modifiers = platform::HotKeyModifiers;
 
 namespace {
 
 constexpr int spaceKey = 49;
 constexpr int sKey = 1;
-constexpr std::array<int, 2> kinds{HotKeyEvent::rawKeyDown, HotKeyEvent::rawKeyUp};
 
 /// A key as the window system gives it to a window.
 void send(QWindow *window, QEvent::Type type, int key, int linuxCode,
@@ -37,21 +34,19 @@ void send(QWindow *window, QEvent::Type type, int key, int linuxCode,
 
 }  // namespace
 
-class tst_RawKeyFeed : public QObject {
+class tst_WindowKeyFeed : public QObject {
     Q_OBJECT
 
 private:
     QList<HotKeyEvent> _told;
     int _takenKey = -1;
 
-    int take(const HotKeyEvent &event)
+    platform::RawKeyFeed::Receiver receiver()
     {
-        _told.append(event);
-        return event.keyCode == std::uint32_t(_takenKey) ? Answer::noError : Answer::notHandled;
-    }
-    RawKeyFeed::Receiver receiver()
-    {
-        return [this](const HotKeyEvent &event) { return take(event); };
+        return [this](const HotKeyEvent &event) {
+            _told.append(event);
+            return event.keyCode == std::uint32_t(_takenKey);
+        };
     }
 
 private Q_SLOTS:
@@ -65,8 +60,8 @@ private Q_SLOTS:
     {
         QMenu menu;
         menu.popup({});
-        RawKeyFeed feed(receiver());
-        feed.addEventTypes(kinds);
+        WindowKeyFeed feed;
+        feed.start(receiver());
 
         // On another layout the key that S is on a US keyboard prints something else.
         send(menu.windowHandle(), QEvent::KeyPress, Qt::Key_Odiaeresis, KEY_S,
@@ -89,8 +84,8 @@ private Q_SLOTS:
         menu.setActiveAction(menu.actions().constFirst());
         menu.popup({});
         QSignalSpy triggered(&menu, &QMenu::triggered);
-        RawKeyFeed feed(receiver());
-        feed.addEventTypes(kinds);
+        WindowKeyFeed feed;
+        feed.start(receiver());
         _takenKey = spaceKey;
 
         send(menu.windowHandle(), QEvent::KeyPress, Qt::Key_Space, KEY_SPACE, Qt::ControlModifier);
@@ -108,8 +103,8 @@ private Q_SLOTS:
         edit.show();
         QVERIFY(QTest::qWaitForWindowExposed(&edit));
         edit.setFocus();
-        RawKeyFeed feed(receiver());
-        feed.addEventTypes(kinds);
+        WindowKeyFeed feed;
+        feed.start(receiver());
         _takenKey = spaceKey;
 
         for (const bool isRepeat : {false, true})
@@ -118,43 +113,41 @@ private Q_SLOTS:
         send(edit.windowHandle(), QEvent::KeyPress, Qt::Key_S, KEY_S);
 
         QCOMPARE(edit.text(), u"s"_s);
-        QCOMPARE(_told.size(), 3);  // the repetition is of no kind that was asked for
+        QCOMPARE(_told.size(), 4);
+        QCOMPARE(_told[1].kind, int(HotKeyEvent::rawKeyRepeat));
     }
 
-    void aKeyIsToldOnceAndOnlyWhileItsKindIsAskedFor()
+    void aKeyIsToldOnceAndOnlyWhileTheFeedRuns()
     {
         QLineEdit edit;
         edit.show();
         QVERIFY(QTest::qWaitForWindowExposed(&edit));
-        RawKeyFeed feed(receiver());
+        WindowKeyFeed feed;
 
-        send(edit.windowHandle(), QEvent::KeyPress, Qt::Key_S, KEY_S);
-        feed.addEventTypes(std::array{int(HotKeyEvent::pressed)});
         send(edit.windowHandle(), QEvent::KeyPress, Qt::Key_S, KEY_S);
         QCOMPARE(_told.size(), 0);
 
-        feed.addEventTypes(kinds);
+        feed.start(receiver());
+        feed.start(receiver());
         send(edit.windowHandle(), QEvent::KeyPress, Qt::Key_S, KEY_S);
         QCOMPARE(_told.size(), 1);
 
-        feed.removeEventTypes(kinds);
+        feed.stop();
         send(edit.windowHandle(), QEvent::KeyPress, Qt::Key_S, KEY_S);
         QCOMPARE(_told.size(), 1);
-        QCOMPARE(edit.text(), u"ssss"_s);
+        QCOMPARE(edit.text(), u"sss"_s);
     }
 
-    void theReceiverMayEndItAll()
+    void theReceiverMayStopTheFeed()
     {
         QLineEdit edit;
         edit.show();
         QVERIFY(QTest::qWaitForWindowExposed(&edit));
-        RawKeyFeed *ended = nullptr;
-        RawKeyFeed feed([&](const HotKeyEvent &) {
-            ended->removeEventTypes(kinds);
-            return Answer::noError;
+        WindowKeyFeed feed;
+        feed.start([&](const HotKeyEvent &) {
+            feed.stop();
+            return true;
         });
-        ended = &feed;
-        feed.addEventTypes(kinds);
 
         for (int i = 0; i < 2; ++i)
             send(edit.windowHandle(), QEvent::KeyPress, Qt::Key_S, KEY_S);
@@ -163,5 +156,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_MAIN(tst_RawKeyFeed)
-#include "tst_RawKeyFeed.moc"
+QTEST_MAIN(tst_WindowKeyFeed)
+#include "tst_WindowKeyFeed.moc"

@@ -1,8 +1,9 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "platform/linux/hotkeys/RawKeyFeed.h"
+#include "platform/linux/hotkeys/WindowKeyFeed.h"
 
 #include "base/KeyTable.h"
 #include "platform/linux/keyboard/XkbCode.h"
+#include "platform/linux/x11/X11Time.h"
 
 #include <QCoreApplication>
 #include <QKeyEvent>
@@ -12,12 +13,6 @@
 namespace vellumhound::platform {
 
 namespace {
-
-bool isRaw(int kind)
-{
-    return kind == HotKeyEvent::rawKeyDown || kind == HotKeyEvent::rawKeyRepeat ||
-           kind == HotKeyEvent::rawKeyUp;
-}
 
 std::uint32_t hotKeyModifiersOf(Qt::KeyboardModifiers held)
 {
@@ -35,50 +30,26 @@ std::uint32_t hotKeyModifiersOf(Qt::KeyboardModifiers held)
 
 }  // namespace
 
-RawKeyFeed::RawKeyFeed(Receiver receiver)
-    : _receiver(std::move(receiver))
-{
-}
-
-RawKeyFeed::~RawKeyFeed() = default;
-
-void RawKeyFeed::addEventTypes(std::span<const int> kinds)
-{
-    for (const int kind : kinds) {
-        if (isRaw(kind))
-            _kinds.insert(kind);
-    }
-    update();
-}
-
-void RawKeyFeed::removeEventTypes(std::span<const int> kinds)
-{
-    for (const int kind : kinds)
-        _kinds.remove(kind);
-    update();
-}
-
 /// The filter that was installed last is asked first.
-void RawKeyFeed::update()
+void WindowKeyFeed::runningChanged()
 {
-    const bool isNeeded = !_kinds.isEmpty();
-    if (isNeeded == std::exchange(_isWatching, isNeeded))
+    if (isRunning() == std::exchange(_isWatching, isRunning()))
         return;
     _takenKeys.clear();
-    if (isNeeded)
+    if (_isWatching)
         QCoreApplication::instance()->installEventFilter(this);
     else
         QCoreApplication::instance()->removeEventFilter(this);
 }
 
 /// A key is seen when it reaches a window, before it is handed on to the widget in it.
-bool RawKeyFeed::eventFilter(QObject *watched, QEvent *event)
+bool WindowKeyFeed::eventFilter(QObject *watched, QEvent *event)
 {
     const bool isKey = event->type() == QEvent::KeyPress || event->type() == QEvent::KeyRelease;
     return isKey && watched->isWindowType() && isTaken(*static_cast<QKeyEvent *>(event));
 }
 
-bool RawKeyFeed::isTaken(const QKeyEvent &event)
+bool WindowKeyFeed::isTaken(const QKeyEvent &event)
 {
     const bool isPress = event.type() == QEvent::KeyPress;
     const quint32 code = event.nativeScanCode();
@@ -95,13 +66,16 @@ bool RawKeyFeed::isTaken(const QKeyEvent &event)
                                       : HotKeyEvent::rawKeyDown;
     const auto *key =
         int(code) > xkbOffset ? base::KeyTable::findByLinuxCode(int(code) - xkbOffset) : nullptr;
-    if (!key || !_kinds.contains(raw.kind))
+    if (!key)
         return wasTaken;
     raw.keyCode = std::uint32_t(key->keyCode);
     raw.modifiers = hotKeyModifiersOf(event.modifiers());
-    const bool isTakenNow = _receiver(raw) == HotKeyAnswer::noError;
-    if (isTakenNow && raw.kind == HotKeyEvent::rawKeyDown && _isWatching)
-        _takenKeys.insert(code);
+    const bool isTakenNow = offer(raw);
+    if (isTakenNow && raw.kind == HotKeyEvent::rawKeyDown) {
+        setUserTime(std::uint32_t(event.timestamp()));
+        if (_isWatching)
+            _takenKeys.insert(code);
+    }
     return isTakenNow || wasTaken;
 }
 
