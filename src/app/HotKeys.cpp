@@ -21,11 +21,15 @@ namespace {
 
 Q_LOGGING_CATEGORY(log, "vellumhound.shell")
 
-std::unique_ptr<platform::HotKeyCenter> makeCenter(
+/// Asks the session, not the connection: on a Wayland desktop an X server may run beside it, whose
+/// key grabs see the keys of few programs.
+std::unique_ptr<platform::HotKeyCenter> makeCenter(const platform::DesktopSession &session,
     const platform::KeyCharacters &keyCharacters, platform::RawKeyFeed &rawKeys)
 {
-    if (auto x11 = std::make_unique<platform::X11HotKeys>(); x11->isSupported())
-        return x11;
+    if (session.sessionType() == platform::SessionType::x11) {
+        if (auto x11 = std::make_unique<platform::X11HotKeys>(); x11->isSupported())
+            return x11;
+    }
     std::vector<std::unique_ptr<platform::HotKeyBackend>> backends;
     platform::KGlobalAccelHotKeys::Options options;
     options.isPartOfCompositor = true;
@@ -42,7 +46,7 @@ std::unique_ptr<platform::HotKeyCenter> makeCenter(
 
 HotKeys::HotKeys(settings::UserDefaults &userDefaults, base::NotificationCenter &notificationCenter)
     : _session(QProcessEnvironment::systemEnvironment(), QCoreApplication::applicationFilePath())
-    , _center(makeCenter(_keyCharacters, _rawKeys))
+    , _center(makeCenter(_session, _keyCharacters, _rawKeys))
     , _shortcuts({userDefaults, notificationCenter, *_center, _rawKeys, _keyCharacters})
     , _status({_shortcuts, *_center, notificationCenter, _session, _writer, _keySetting},
           {keyboard::GlobalShortcut::launchVellumhound(),

@@ -44,6 +44,7 @@ has_compositor() { xprop -root _NET_WM_CM_S0 >/dev/null && xdotool search --name
 export HOME=$home XDG_RUNTIME_DIR=$home/run XDG_CONFIG_HOME=$home/config XDG_CACHE_HOME=$home/cache
 export XDG_DATA_HOME=$home/data
 mkdir -m 700 "$XDG_RUNTIME_DIR" "$XDG_CONFIG_HOME" "$XDG_CACHE_HOME" "$XDG_DATA_HOME"
+export XDG_SESSION_TYPE=x11
 unset WAYLAND_DISPLAY XAUTHORITY DESKTOP_STARTUP_ID XDG_ACTIVATION_TOKEN
 
 Xvfb -displayfd 3 -screen 0 "${screen}x24" +extension Composite +extension RANDR -nolisten tcp \
