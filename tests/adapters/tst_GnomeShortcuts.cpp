@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // GNOME's own schemas, with the settings in memory.
-#include "adapters/ShortcutFixture.h"
 #include "platform/linux/shortcuts/GnomeSettings.h"
 #include "platform/linux/shortcuts/GnomeShortcuts.h"
+#include "support/ShortcutFixture.h"
 
 #include <QTest>
 

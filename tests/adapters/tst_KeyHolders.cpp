@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // Who has a key: a real X server with a second client, and a scripted service on the bus.
-#include "adapters/ShortcutFixture.h"
 #include "platform/linux/hotkeys/X11HotKeys.h"
 #include "platform/linux/shortcuts/KeyHolders.h"
 #include "platform/linux/x11/X11Connection.h"
 #include "support/OtherClient.h"
 #include "support/Peer.h"
+#include "support/ShortcutFixture.h"
 
 #include <QElapsedTimer>
 #include <QGuiApplication>

@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // What a running sway says of its configuration.
-#include "adapters/ShortcutFixture.h"
 #include "fakes/FakeDesktopSession.h"
 #include "platform/linux/shortcuts/SwayConnection.h"
 #include "platform/linux/shortcuts/SystemShortcutReader.h"
+#include "support/ShortcutFixture.h"
 
 #include <QFile>
 #include <QTemporaryDir>

@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // The keys of KDE, Xfce, sway and i3 from files as those desktops write them, and from files that
 // no desktop would write.
-#include "adapters/ShortcutFixture.h"
 #include "fakes/FakeDesktopSession.h"
 #include "platform/linux/shortcuts/KdeShortcuts.h"
 #include "platform/linux/shortcuts/SettingsFile.h"
 #include "platform/linux/shortcuts/SystemShortcutReader.h"
 #include "platform/linux/shortcuts/XfceShortcuts.h"
+#include "support/ShortcutFixture.h"
 
 #include <QElapsedTimer>
 #include <QRandomGenerator>

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // The configuration of sway and i3, and a compositor that answers, late, never or nonsense.
-#include "adapters/ShortcutFixture.h"
 #include "platform/linux/shortcuts/SwayConnection.h"
 #include "platform/linux/shortcuts/SwayShortcuts.h"
+#include "support/ShortcutFixture.h"
 
 #include <QElapsedTimer>
 #include <QHash>

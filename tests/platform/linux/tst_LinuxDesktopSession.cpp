@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "adapters/ShortcutFixture.h"
 #include "platform/linux/LinuxDesktopSession.h"
+#include "support/ShortcutFixture.h"
 
 #include <QTemporaryDir>
 #include <QTest>
