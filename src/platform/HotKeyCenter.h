@@ -1,7 +1,9 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// long: the facility with all its records, and the one that has nothing
+// long: the facility with all its records
 #pragma once
 
+#include <QHash>
+#include <QSet>
 #include <QString>
 
 #include <cstdint>
@@ -92,8 +94,11 @@ struct HotKeyEvent {
 };
 
 /// Keys that reach us in whatever program they are pressed. Before the handler hears of a press,
-/// the leave to take the focus that came with it has been taken over. Main thread; outlives its
-/// handler or is told that it goes.
+/// the leave to take the focus that came with it has been taken over.
+///
+/// What all ways to hot keys have in common is here: the handler and the kinds of events that it
+/// gets, the numbers of registrations, the reports. A way registers and unregisters. Main thread;
+/// outlives its handler or loses it by removeEventHandler.
 class HotKeyCenter {
 public:
     using Handle = std::uint64_t;
@@ -112,8 +117,8 @@ public:
         /// A registration that had been accepted came to nothing: some facilities learn only later
         /// that a key is taken. Its handle is void.
         virtual void registrationRefused(HotKeyId id, int status) = 0;
-        /// The keyboard is another one: what is registered may stand on the wrong keys until it is
-        /// registered anew.
+        /// The keyboard is another one: hot keys may be on the wrong keys until they are registered
+        /// again.
         virtual void keyboardChanged() = 0;
     };
 
@@ -123,19 +128,19 @@ public:
     virtual bool isSupported() const = 0;
     /// The user's own choice is final: a key that another program holds is refused, not shared.
     virtual Registration registerHotKey(const HotKeyRequest &request) = 0;
-    /// No event of this registration comes any more.
+    /// No event of this registration comes any more. Without effect for a handle that is void.
     virtual void unregisterHotKey(Handle handle) = 0;
 
-    /// The one handler of all events, of none at first. False if it cannot be installed.
-    virtual bool installEventHandler(EventHandler &handler) = 0;
-    virtual void removeEventHandler() = 0;
+    /// The one handler of all events, of none at first. False if there is one already.
+    bool installEventHandler(EventHandler &handler);
+    void removeEventHandler() { _handler = nullptr; }
     /// Adds to the kinds that the handler gets, or takes away from them.
-    virtual void addEventTypes(std::span<const int> kinds) = 0;
-    virtual void removeEventTypes(std::span<const int> kinds) = 0;
+    void addEventTypes(std::span<const int> kinds);
+    void removeEventTypes(std::span<const int> kinds);
 
     /// What became of the last request for this name; it stays until the next one, or until a
     /// successful one is given back.
-    virtual HotKeyReport report(const QString &) const { return {}; }
+    virtual HotKeyReport report(const QString &name) const { return _reports.value(name); }
     /// Called from the event loop or from a call of the facility, after any report has changed.
     void setReportObserver(std::function<void()> observer)
     {
@@ -143,26 +148,28 @@ public:
     }
 
 protected:
-    void announceReports() const
-    {
-        if (_reportObserver)
-            _reportObserver();
-    }
+    /// Never used twice.
+    Handle newHandle() { return ++_lastHandle; }
+    EventHandler *eventHandler() const { return _handler; }
+    const QSet<int> &eventTypes() const { return _eventTypes; }
+
+    /// The handler's answer, or notHandled if it does not get this kind. The handler may change
+    /// everything.
+    int give(const HotKeyEvent &event) const;
+    int give(HotKeyEvent::Kind kind, const HotKeyId &id, bool isRepeat) const;
+    void giveRefusal(const HotKeyId &id, int status) const;
+    void giveKeyboardChange() const;
+
+    void setReport(const QString &name, const HotKeyReport &report);
+    void removeReport(const QString &name);
+    void announceReports() const;
 
 private:
+    EventHandler *_handler = nullptr;
+    QSet<int> _eventTypes;
+    Handle _lastHandle = 0;
+    QHash<QString, HotKeyReport> _reports;  // by name
     std::function<void()> _reportObserver;
-};
-
-/// Where the desktop gives no program a hot key.
-class NullHotKeyCenter final : public HotKeyCenter {
-public:
-    bool isSupported() const override { return false; }
-    Registration registerHotKey(const HotKeyRequest &) override { return {}; }
-    void unregisterHotKey(Handle) override {}
-    bool installEventHandler(EventHandler &) override { return false; }
-    void removeEventHandler() override {}
-    void addEventTypes(std::span<const int>) override {}
-    void removeEventTypes(std::span<const int>) override {}
 };
 
 }  // namespace vellumhound::platform

@@ -4,7 +4,6 @@
 #include "platform/linux/hotkeys/HotKeyBackend.h"
 
 #include <QHash>
-#include <QSet>
 #include <QStringList>
 
 #include <map>
@@ -26,8 +25,9 @@ public:
         calls.append(QStringLiteral("register ") + request.name);
         if (const int status = refusals.value(request.name))
             return {status, std::nullopt};
-        registered.emplace(++_lastHandle, request);
-        return {platform::HotKeyAnswer::noError, _lastHandle};
+        const auto handle = newHandle();
+        registered.emplace(handle, request);
+        return {platform::HotKeyAnswer::noError, handle};
     }
     void unregisterHotKey(Handle handle) override
     {
@@ -38,27 +38,6 @@ public:
         if (found != registered.end())
             registered.erase(found);
     }
-    bool installEventHandler(EventHandler &newHandler) override
-    {
-        if (handler)
-            return false;
-        handler = &newHandler;
-        return true;
-    }
-    void removeEventHandler() override { handler = nullptr; }
-    void addEventTypes(std::span<const int> added) override
-    {
-        kinds.unite({added.begin(), added.end()});
-    }
-    void removeEventTypes(std::span<const int> removed) override
-    {
-        kinds.subtract({removed.begin(), removed.end()});
-    }
-    platform::HotKeyReport report(const QString &name) const override
-    {
-        return reports.value(name);
-    }
-
     void setPresence(Presence presence)
     {
         _presence = presence;
@@ -66,19 +45,15 @@ public:
     }
     void setReport(const QString &name, const platform::HotKeyReport &report)
     {
-        reports.insert(name, report);
-        announceReports();
+        HotKeyBackend::setReport(name, report);
     }
-    /// Only what is registered and listened to fires. The handler's answers.
+    /// Only what is registered fires. The handler's answers.
     QList<int> press(const QString &name)
     {
         QList<int> answers;
         for (const auto &[handle, request] : std::map(registered)) {
-            platform::HotKeyEvent event;
-            event.kind = platform::HotKeyEvent::pressed;
-            event.directObject = request.id;
-            if (request.name == name && handler && kinds.contains(event.kind))
-                answers.append(handler->handleEvent(&event));
+            if (request.name == name)
+                answers.append(give(platform::HotKeyEvent::pressed, request.id, false));
         }
         return answers;
     }
@@ -89,20 +64,17 @@ public:
             if (request.name != name)
                 continue;
             registered.erase(handle);
-            handler->registrationRefused(request.id, status);
+            giveRefusal(request.id, status);
         }
     }
+    void changeKeyboard() { giveKeyboardChange(); }
 
     QStringList calls;
     QHash<QString, int> refusals;  // status by name
     std::map<Handle, platform::HotKeyRequest> registered;
-    QHash<QString, platform::HotKeyReport> reports;
-    EventHandler *handler = nullptr;
-    QSet<int> kinds;
 
 private:
     Presence _presence;
-    Handle _lastHandle = 100;
 };
 
 }  // namespace vellumhound::fakes

@@ -4,7 +4,6 @@
 #include "platform/HotKeyCenter.h"
 
 #include <QHash>
-#include <QSet>
 #include <QString>
 #include <QStringList>
 
@@ -31,8 +30,9 @@ public:
             QStringLiteral("register %1 %2 #%3").arg(keyCode).arg(modifiers).arg(id.number));
         if (const int status = refusals.value({keyCode, modifiers}))
             return {status, std::nullopt};
-        grabs.emplace(++_lastHandle, Grab{keyCode, modifiers, id});
-        return {platform::HotKeyAnswer::noError, _lastHandle};
+        const auto handle = newHandle();
+        grabs.emplace(handle, Grab{keyCode, modifiers, id});
+        return {platform::HotKeyAnswer::noError, handle};
     }
     void unregisterHotKey(Handle handle) override
     {
@@ -43,32 +43,13 @@ public:
         if (found != grabs.end())
             grabs.erase(found);
     }
-    platform::HotKeyReport report(const QString &name) const override
-    {
-        return reports.value(name);
-    }
     /// As the desktop would tell it, at any time.
     void setReport(const QString &name, const platform::HotKeyReport &report)
     {
-        reports.insert(name, report);
-        announceReports();
+        HotKeyCenter::setReport(name, report);
     }
-    bool installEventHandler(EventHandler &newHandler) override
-    {
-        calls.append(QStringLiteral("install"));
-        if (canInstall)
-            handler = &newHandler;
-        return canInstall;
-    }
-    void removeEventHandler() override { handler = nullptr; }
-    void addEventTypes(std::span<const int> added) override
-    {
-        kinds.unite({added.begin(), added.end()});
-    }
-    void removeEventTypes(std::span<const int> removed) override
-    {
-        kinds.subtract({removed.begin(), removed.end()});
-    }
+    EventHandler *handler() const { return eventHandler(); }
+    const QSet<int> &kinds() const { return eventTypes(); }
 
     /// As the window system would: only what is registered and listened to fires. The handler's
     /// answers, in order.
@@ -94,31 +75,20 @@ public:
     QStringList calls;
     QStringList names;                         // of the requests, in order
     QHash<std::pair<int, int>, int> refusals;  // key code and modifiers to status
-    bool canInstall = true;
     bool isThere = true;
-    QHash<QString, platform::HotKeyReport> reports;  // by name
     std::map<Handle, Grab> grabs;
-    EventHandler *handler = nullptr;
-    QSet<int> kinds;
 
 private:
-    QList<int> fire(int kind, int keyCode, int modifiers, bool isRepeat)
+    QList<int> fire(platform::HotKeyEvent::Kind kind, int keyCode, int modifiers, bool isRepeat)
     {
         QList<int> answers;
         for (const auto &[handle, grab] : std::map(grabs)) {
-            if (grab.keyCode != keyCode || grab.modifiers != modifiers || !handler ||
-                !kinds.contains(kind))
-                continue;
-            platform::HotKeyEvent event;
-            event.kind = kind;
-            event.directObject = grab.id;
-            event.isRepeat = isRepeat;
-            answers.append(handler->handleEvent(&event));
+            const bool isIt = grab.keyCode == keyCode && grab.modifiers == modifiers;
+            if (isIt && handler() && kinds().contains(kind))
+                answers.append(give(kind, grab.id, isRepeat));
         }
         return answers;
     }
-
-    Handle _lastHandle = 0;
 };
 
 }  // namespace vellumhound::fakes

@@ -6,19 +6,20 @@
 #include <QList>
 
 #include <algorithm>
+#include <array>
 #include <utility>
 
 namespace vellumhound::platform {
-
-namespace {
-}
 
 using Presence = HotKeyBackend::Presence;
 
 DesktopHotKeys::DesktopHotKeys(std::vector<std::unique_ptr<HotKeyBackend>> backends)
     : _backends(std::move(backends))
 {
+    constexpr std::array<int, 2> kinds{HotKeyEvent::pressed, HotKeyEvent::released};
     for (const auto &backend : _backends) {
+        backend->installEventHandler(*this);
+        backend->addEventTypes(kinds);
         backend->setPresenceObserver([this] { choose(); });
         backend->setReportObserver([this, backend = backend.get()] {
             if (backend == _current)
@@ -28,10 +29,7 @@ DesktopHotKeys::DesktopHotKeys(std::vector<std::unique_ptr<HotKeyBackend>> backe
     choose();
 }
 
-DesktopHotKeys::~DesktopHotKeys()
-{
-    detach();
-}
+DesktopHotKeys::~DesktopHotKeys() = default;
 
 bool DesktopHotKeys::isSupported() const
 {
@@ -64,7 +62,6 @@ void DesktopHotKeys::choose()
 void DesktopHotKeys::moveTo(HotKeyBackend *backend)
 {
     if (_current) {
-        detach();
         for (auto &[handle, request] : _requests) {
             if (const auto old = std::exchange(request.handle, std::nullopt))
                 _current->unregisterHotKey(*old);
@@ -74,7 +71,6 @@ void DesktopHotKeys::moveTo(HotKeyBackend *backend)
     QList<std::pair<HotKeyId, int>> refused;
     if (_current) {
         _isLackTold = false;
-        attach();
         for (auto &[handle, request] : _requests) {
             const auto registration = _current->registerHotKey(request.request);
             request.handle = registration.handle;
@@ -87,23 +83,6 @@ void DesktopHotKeys::moveTo(HotKeyBackend *backend)
     announceReports();
 }
 
-void DesktopHotKeys::attach()
-{
-    if (!_handler || !_current || !_current->installEventHandler(*this))
-        return;
-    const QList<int> kinds(_kinds.begin(), _kinds.end());
-    _current->addEventTypes(kinds);
-}
-
-void DesktopHotKeys::detach()
-{
-    if (!_handler || !_current)
-        return;
-    const QList<int> kinds(_kinds.begin(), _kinds.end());
-    _current->removeEventTypes(kinds);
-    _current->removeEventHandler();
-}
-
 HotKeyCenter::Registration DesktopHotKeys::registerHotKey(const HotKeyRequest &request)
 {
     Request kept{request, std::nullopt};
@@ -113,8 +92,8 @@ HotKeyCenter::Registration DesktopHotKeys::registerHotKey(const HotKeyRequest &r
             return {registration.status, std::nullopt};
         kept.handle = registration.handle;
     }
-    _requests.emplace(++_lastHandle, kept);
-    const auto handle = _lastHandle;
+    const auto handle = newHandle();
+    _requests.emplace(handle, kept);
     if (!_current)
         announceReports();
     return {HotKeyAnswer::noError, handle};
@@ -133,35 +112,6 @@ void DesktopHotKeys::unregisterHotKey(Handle handle)
         announceReports();
 }
 
-bool DesktopHotKeys::installEventHandler(EventHandler &handler)
-{
-    if (_handler)
-        return false;
-    _handler = &handler;
-    attach();
-    return true;
-}
-
-void DesktopHotKeys::removeEventHandler()
-{
-    detach();
-    _handler = nullptr;
-}
-
-void DesktopHotKeys::addEventTypes(std::span<const int> kinds)
-{
-    _kinds.unite({kinds.begin(), kinds.end()});
-    if (_current && _handler)
-        _current->addEventTypes(kinds);
-}
-
-void DesktopHotKeys::removeEventTypes(std::span<const int> kinds)
-{
-    _kinds.subtract({kinds.begin(), kinds.end()});
-    if (_current && _handler)
-        _current->removeEventTypes(kinds);
-}
-
 /// Of a request that nobody has got yet it is only known whether somebody still may.
 HotKeyReport DesktopHotKeys::report(const QString &name) const
 {
@@ -177,21 +127,20 @@ HotKeyReport DesktopHotKeys::report(const QString &name) const
 
 int DesktopHotKeys::handleEvent(const HotKeyEvent *event)
 {
-    return _handler ? _handler->handleEvent(event) : HotKeyAnswer::notHandled;
+    return event ? give(*event) : HotKeyAnswer::notHandled;
 }
 
 void DesktopHotKeys::registrationRefused(HotKeyId id, int status)
 {
     const auto count =
         std::erase_if(_requests, [&](const auto &entry) { return entry.second.request.id == id; });
-    if (count > 0 && _handler)
-        _handler->registrationRefused(id, status);
+    if (count > 0)
+        giveRefusal(id, status);
 }
 
 void DesktopHotKeys::keyboardChanged()
 {
-    if (_handler)
-        _handler->keyboardChanged();
+    giveKeyboardChange();
 }
 
 }  // namespace vellumhound::platform

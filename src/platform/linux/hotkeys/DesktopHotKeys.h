@@ -3,8 +3,6 @@
 
 #include "platform/linux/hotkeys/HotKeyBackend.h"
 
-#include <QSet>
-
 #include <map>
 #include <memory>
 #include <optional>
@@ -29,10 +27,6 @@ public:
     bool isSupported() const override;
     Registration registerHotKey(const HotKeyRequest &request) override;
     void unregisterHotKey(Handle handle) override;
-    bool installEventHandler(EventHandler &handler) override;
-    void removeEventHandler() override;
-    void addEventTypes(std::span<const int> kinds) override;
-    void removeEventTypes(std::span<const int> kinds) override;
     HotKeyReport report(const QString &name) const override;
 
 private:
@@ -47,16 +41,11 @@ private:
 
     void choose();
     void moveTo(HotKeyBackend *backend);
-    void attach();
-    void detach();
 
     std::vector<std::unique_ptr<HotKeyBackend>> _backends;
     HotKeyBackend *_current = nullptr;  // absent while none is there, or it is not known yet
     bool _isLackTold = false;           // the log says already that there is none
     std::map<Handle, Request> _requests;
-    Handle _lastHandle = 0;
-    EventHandler *_handler = nullptr;
-    QSet<int> _kinds;
 };
 
 }  // namespace vellumhound::platform

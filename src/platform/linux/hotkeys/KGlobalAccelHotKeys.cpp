@@ -138,7 +138,7 @@ HotKeyCenter::Registration KGlobalAccelHotKeys::registerHotKey(const HotKeyReque
                                     HotKeyAnswer::hotKeyInvalid});
         return {HotKeyAnswer::hotKeyInvalid, std::nullopt};
     }
-    const auto handle = ++_lastHandle;
+    const auto handle = newHandle();
     auto &entry = _entries[handle];
     entry.request = request;
     entry.key = *key;
@@ -160,8 +160,7 @@ void KGlobalAccelHotKeys::unregisterHotKey(Handle handle)
     if (find(name) != _entries.end())
         return;
     _service.tell(u"setInactive"_s, {actionOf(name)});
-    _reports.remove(name);
-    announceReports();
+    removeReport(name);
 }
 
 void KGlobalAccelHotKeys::begin(Handle handle, Entry &entry)
@@ -264,8 +263,7 @@ void KGlobalAccelHotKeys::refuse(Handle handle, const HotKeyReport &report)
         _service.tell(u"setInactive"_s, {actionOf(request.name)});
         setReport(request.name, report);
     }
-    if (_handler)
-        _handler->registrationRefused(request.id, report.status);
+    giveRefusal(request.id, report.status);
 }
 
 void KGlobalAccelHotKeys::ask(Handle handle, const Entry &entry, const QString &method,
@@ -321,14 +319,17 @@ void KGlobalAccelHotKeys::beginAll()
 /// A service that ended is not started from here: the desktop does that if it wants it.
 void KGlobalAccelHotKeys::endAll()
 {
-    if (_entries.empty())
-        return;
+    QStringList names;
     for (auto &[handle, entry] : _entries) {
         entry.conversation = 0;
-        _reports.insert(entry.request.name,
-            {HotKeyReport::State::waiting, HotKeyFacility::kGlobalAccel, {}, {}, {}});
+        names.append(entry.request.name);
     }
-    announceReports();
+    for (const auto &name : std::as_const(names)) {
+        // Whoever hears of one report may give back others.
+        if (find(name) != _entries.end())
+            setReport(
+                name, {HotKeyReport::State::waiting, HotKeyFacility::kGlobalAccel, {}, {}, {}});
+    }
 }
 
 void KGlobalAccelHotKeys::onPressed(const QString &name, qlonglong time)
@@ -379,24 +380,6 @@ void KGlobalAccelHotKeys::onKeysChanged(const QString &name)
         });
 }
 
-bool KGlobalAccelHotKeys::installEventHandler(EventHandler &handler)
-{
-    if (_handler)
-        return false;
-    _handler = &handler;
-    return true;
-}
-
-void KGlobalAccelHotKeys::addEventTypes(std::span<const int> kinds)
-{
-    _kinds.unite({kinds.begin(), kinds.end()});
-}
-
-void KGlobalAccelHotKeys::removeEventTypes(std::span<const int> kinds)
-{
-    _kinds.subtract({kinds.begin(), kinds.end()});
-}
-
 QStringList KGlobalAccelHotKeys::actionOf(const QString &name) const
 {
     const auto label = _labels ? _labels(name) : QString();
@@ -410,24 +393,6 @@ std::map<HotKeyCenter::Handle, KGlobalAccelHotKeys::Entry>::iterator KGlobalAcce
     const auto found = std::find_if(_entries.rbegin(), _entries.rend(),
         [&](const auto &entry) { return entry.second.request.name == name; });
     return found == _entries.rend() ? _entries.end() : std::prev(found.base());
-}
-
-void KGlobalAccelHotKeys::give(int kind, const HotKeyId &id, bool isRepeat)
-{
-    HotKeyEvent event;
-    event.kind = kind;
-    event.directObject = id;
-    event.isRepeat = isRepeat;
-    if (_handler && _kinds.contains(kind))
-        _handler->handleEvent(&event);
-}
-
-void KGlobalAccelHotKeys::setReport(const QString &name, const HotKeyReport &report)
-{
-    if (report == _reports.value(name))
-        return;
-    _reports.insert(name, report);
-    announceReports();
 }
 
 }  // namespace vellumhound::platform

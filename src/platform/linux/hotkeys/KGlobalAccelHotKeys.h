@@ -7,10 +7,8 @@
 
 #include <QDBusConnection>
 #include <QDBusMessage>
-#include <QHash>
 #include <QList>
 #include <QObject>
-#include <QSet>
 #include <QStringList>
 
 #include <chrono>
@@ -46,11 +44,6 @@ public:
     /// A key that the layout in use has no symbol for is refused at once.
     Registration registerHotKey(const HotKeyRequest &request) override;
     void unregisterHotKey(Handle handle) override;
-    bool installEventHandler(EventHandler &handler) override;
-    void removeEventHandler() override { _handler = nullptr; }
-    void addEventTypes(std::span<const int> kinds) override;
-    void removeEventTypes(std::span<const int> kinds) override;
-    HotKeyReport report(const QString &name) const override { return _reports.value(name); }
 
 private:
     using Milliseconds = std::chrono::milliseconds;
@@ -87,19 +80,13 @@ private:
 
     QStringList actionOf(const QString &name) const;
     std::map<Handle, Entry>::iterator find(const QString &name);
-    void give(int kind, const HotKeyId &id, bool isRepeat);
-    void setReport(const QString &name, const HotKeyReport &report);
 
     const KeyCharacters &_characters;
     HotKeyLabels _labels;
     KGlobalAccelService _service;
     std::map<Handle, Entry> _entries;
-    Handle _lastHandle = 0;
     unsigned _lastConversation = 0;
     bool _isPresenceKnown = false;
-    QHash<QString, HotKeyReport> _reports;  // by name
-    EventHandler *_handler = nullptr;
-    QSet<int> _kinds;
 };
 
 }  // namespace vellumhound::platform

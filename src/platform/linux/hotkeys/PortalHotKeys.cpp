@@ -80,7 +80,7 @@ HotKeyCenter::Registration PortalHotKeys::registerHotKey(const HotKeyRequest &re
                        !isSameKey(known->second.request, request);
     auto &entry = _entries[request.name];
     entry.request = request;
-    entry.handle = ++_lastHandle;
+    entry.handle = newHandle();
     if (isNew) {
         entry.isAsked = false;
         entry.isGivenUp = false;
@@ -106,24 +106,6 @@ void PortalHotKeys::unregisterHotKey(Handle handle)
     found->second.handle.reset();
     _forgetting.start();
     announceReports();
-}
-
-bool PortalHotKeys::installEventHandler(EventHandler &handler)
-{
-    if (_handler)
-        return false;
-    _handler = &handler;
-    return true;
-}
-
-void PortalHotKeys::addEventTypes(std::span<const int> kinds)
-{
-    _kinds.unite({kinds.begin(), kinds.end()});
-}
-
-void PortalHotKeys::removeEventTypes(std::span<const int> kinds)
-{
-    _kinds.subtract({kinds.begin(), kinds.end()});
 }
 
 HotKeyReport PortalHotKeys::report(const QString &name) const
@@ -276,10 +258,8 @@ void PortalHotKeys::refuse(const QStringList &names, int status)
             refused.append(entry.request.id);
     }
     announceReports();
-    for (const auto &id : std::as_const(refused)) {
-        if (_handler)
-            _handler->registrationRefused(id, status);
-    }
+    for (const auto &id : std::as_const(refused))
+        giveRefusal(id, status);
 }
 
 bool PortalHotKeys::mayTryAgain()
@@ -392,25 +372,15 @@ void PortalHotKeys::shortcutDeactivated(const QString &id)
 
 /// The last step of whoever calls it: whoever is told may change everything. A key that is given
 /// back while a menu of ours is open still reaches no window, as the desktop goes on keeping it.
-void PortalHotKeys::tell(const Entry &entry, int kind, bool isRepeat)
+void PortalHotKeys::tell(const Entry &entry, HotKeyEvent::Kind kind, bool isRepeat)
 {
     if (entry.handle)
-        deliver(entry, kind, isRepeat);
+        give(kind, entry.request.id, isRepeat);
     else
         offerRaw(entry, kind, isRepeat);
 }
 
-void PortalHotKeys::deliver(const Entry &entry, int kind, bool isRepeat)
-{
-    HotKeyEvent event;
-    event.kind = kind;
-    event.directObject = entry.request.id;
-    event.isRepeat = isRepeat;
-    if (_handler && _kinds.contains(kind))
-        _handler->handleEvent(&event);
-}
-
-void PortalHotKeys::offerRaw(const Entry &entry, int kind, bool isRepeat)
+void PortalHotKeys::offerRaw(const Entry &entry, HotKeyEvent::Kind kind, bool isRepeat)
 {
     HotKeyEvent event;
     event.kind = kind == HotKeyEvent::released ? HotKeyEvent::rawKeyUp

@@ -8,7 +8,6 @@
 #include "platform/RawKeyFeed.h"
 
 #include <QObject>
-#include <QSet>
 #include <QTimer>
 
 #include <chrono>
@@ -54,10 +53,6 @@ public:
     Presence presence() const override { return _presence.presence(); }
     Registration registerHotKey(const HotKeyRequest &request) override;
     void unregisterHotKey(Handle handle) override;
-    bool installEventHandler(EventHandler &handler) override;
-    void removeEventHandler() override { _handler = nullptr; }
-    void addEventTypes(std::span<const int> kinds) override;
-    void removeEventTypes(std::span<const int> kinds) override;
     HotKeyReport report(const QString &name) const override;
 
 private:
@@ -85,9 +80,8 @@ private:
     QList<PortalShortcut> shortcutsToAsk();
     void refuse(const QStringList &names, int status);
     void setReports(HotKeyReport::State state, int status);
-    void tell(const Entry &entry, int kind, bool isRepeat);
-    void deliver(const Entry &entry, int kind, bool isRepeat);
-    void offerRaw(const Entry &entry, int kind, bool isRepeat);
+    void tell(const Entry &entry, HotKeyEvent::Kind kind, bool isRepeat);
+    void offerRaw(const Entry &entry, HotKeyEvent::Kind kind, bool isRepeat);
 
     void sessionBound(const QList<PortalSession::Bound> &shortcuts) override;
     void sessionFailed(PortalSession::Failure failure) override;
@@ -105,9 +99,6 @@ private:
     PortalSession *_session = nullptr;
     PortalSession *_ending = nullptr;  // the one before, while the portal ends it
     std::map<QString, Entry> _entries;
-    Handle _lastHandle = 0;
-    EventHandler *_handler = nullptr;
-    QSet<int> _kinds;
     bool _tellsReleases = false;  // this run of the portal has done so
     int _attempts = 0;            // new sessions that the user did not cause, since it was quiet
     bool _isExhausted = false;    // until there is a new request, or a new portal after a while

@@ -86,18 +86,17 @@ HotKeyCenter::Registration X11HotKeys::registerHotKey(const HotKeyRequest &reque
     // Who records a hot key still holds it down: that it repeats is no press of the new hot key.
     entry.isDown = isHeldDown(entry.code);
     entry.pressTime = lastEventTime();
-    _grabs.emplace(++_lastHandle, entry);
-    _reports.insert(request.name, {HotKeyReport::State::active, HotKeyFacility::x11, {}, {}, {}});
-    announceReports();
-    return {HotKeyAnswer::noError, _lastHandle};
+    const auto handle = newHandle();
+    _grabs.emplace(handle, entry);
+    setReport(request.name, {HotKeyReport::State::active, HotKeyFacility::x11, {}, {}, {}});
+    return {HotKeyAnswer::noError, handle};
 }
 
 HotKeyCenter::Registration X11HotKeys::refuse(const HotKeyRequest &request, int status)
 {
     const auto state =
         status == badAccess ? HotKeyReport::State::taken : HotKeyReport::State::refused;
-    _reports.insert(request.name, {state, HotKeyFacility::x11, {}, {}, status});
-    announceReports();
+    setReport(request.name, {state, HotKeyFacility::x11, {}, {}, status});
     return {status, std::nullopt};
 }
 
@@ -113,10 +112,10 @@ void X11HotKeys::unregisterHotKey(Handle handle)
     const auto found = _grabs.find(handle);
     if (found == _grabs.end())
         return;
-    ungrab(found->second);
-    _reports.remove(found->second.name);
+    const auto entry = found->second;
     _grabs.erase(found);
-    announceReports();
+    ungrab(entry);
+    removeReport(entry.name);
 }
 
 /// The first error of the server, 0 if there is none.
@@ -146,24 +145,6 @@ void X11HotKeys::ungrab(const Grab &entry) const
     for (const auto lock : locks)
         xcb_ungrab_key(_connection, entry.code, _root, std::uint16_t(state | lock));
     xcb_flush(_connection);
-}
-
-bool X11HotKeys::installEventHandler(EventHandler &handler)
-{
-    if (_handler || !_connection)
-        return false;
-    _handler = &handler;
-    return true;
-}
-
-void X11HotKeys::addEventTypes(std::span<const int> kinds)
-{
-    _kinds.unite({kinds.begin(), kinds.end()});
-}
-
-void X11HotKeys::removeEventTypes(std::span<const int> kinds)
-{
-    _kinds.subtract({kinds.begin(), kinds.end()});
 }
 
 bool X11HotKeys::nativeEventFilter(const QByteArray &eventType, void *message, qintptr *)
@@ -223,12 +204,7 @@ void X11HotKeys::tellPress(Handle handle, std::uint32_t time, bool isRepeat)
     entry.isPressTold = entry.isPressTold || !isRepeat;
     entry.isReleasing = false;
     entry.pressTime = time;
-    HotKeyEvent event;
-    event.kind = HotKeyEvent::pressed;
-    event.directObject = entry.id;
-    event.isRepeat = isRepeat;
-    if (_handler && _kinds.contains(event.kind))
-        _handler->handleEvent(&event);
+    give(HotKeyEvent::pressed, entry.id, isRepeat);
 }
 
 void X11HotKeys::tellReleases()
@@ -241,13 +217,8 @@ void X11HotKeys::tellReleases()
         if (std::exchange(entry.isPressTold, false))
             released.append(entry.id);
     }
-    for (const auto &id : std::as_const(released)) {
-        HotKeyEvent event;
-        event.kind = HotKeyEvent::released;
-        event.directObject = id;
-        if (_handler && _kinds.contains(event.kind))
-            _handler->handleEvent(&event);
-    }
+    for (const auto &id : std::as_const(released))
+        give(HotKeyEvent::released, id, false);
 }
 
 void X11HotKeys::noticeKeyboard()
@@ -255,8 +226,7 @@ void X11HotKeys::noticeKeyboard()
     const auto mapping = X11Modifiers::ofServer(_connection);
     if (mapping == std::exchange(_mapping, mapping))
         return;
-    if (_handler)
-        _handler->keyboardChanged();
+    giveKeyboardChange();
 }
 
 }  // namespace vellumhound::platform

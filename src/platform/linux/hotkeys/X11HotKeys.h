@@ -5,9 +5,7 @@
 #include "platform/linux/x11/X11Modifiers.h"
 
 #include <QAbstractNativeEventFilter>
-#include <QHash>
 #include <QObject>
-#include <QSet>
 #include <QTimer>
 
 #include <map>
@@ -33,11 +31,6 @@ public:
     bool isSupported() const override { return _connection != nullptr; }
     Registration registerHotKey(const HotKeyRequest &request) override;
     void unregisterHotKey(Handle handle) override;
-    bool installEventHandler(EventHandler &handler) override;
-    void removeEventHandler() override { _handler = nullptr; }
-    void addEventTypes(std::span<const int> kinds) override;
-    void removeEventTypes(std::span<const int> kinds) override;
-    HotKeyReport report(const QString &name) const override { return _reports.value(name); }
 
     bool nativeEventFilter(const QByteArray &eventType, void *message, qintptr *result) override;
 
@@ -76,10 +69,6 @@ private:
     unsigned _firstXkbEvent = 0;
     X11Modifiers _mapping;
     std::map<Handle, Grab> _grabs;
-    Handle _lastHandle = 0;
-    EventHandler *_handler = nullptr;
-    QSet<int> _kinds;
-    QHash<QString, HotKeyReport> _reports;  // by name
     QTimer _releases;
     QTimer _keyboardChange;
 };

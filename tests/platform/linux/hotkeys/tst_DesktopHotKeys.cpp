@@ -132,8 +132,7 @@ private Q_SLOTS:
 
         QVERIFY(_other->registered.empty());
         QCOMPARE(_best->registered.size(), std::size_t(2));
-        QVERIFY(!_other->handler);
-        QVERIFY(_other->kinds.isEmpty());
+        QVERIFY(_other->press(u"load"_s).isEmpty());
         _best->press(u"load"_s);
         QCOMPARE(_handler.told, QStringList{u"pressed #2"_s});
     }
@@ -272,37 +271,43 @@ private Q_SLOTS:
         QCOMPARE(_keys->report(u"show"_s), active);
     }
 
-    void onlyTheKindsThatAreWantedAreAskedFor()
+    void onlyTheKindsThatAreWantedAreTold()
     {
         make(Presence::present, Presence::absent);
-        _keys->addEventTypes(std::array{1, 3});
+        take(show);
         _keys->removeEventTypes(std::array{int(HotKeyEvent::pressed)});
 
-        QCOMPARE(_best->kinds, (QSet<int>{1, 3}));
+        QCOMPARE(_best->press(u"show"_s), QList<int>{Answer::notHandled});
+        QVERIFY(_handler.told.isEmpty());
+
         _best->setPresence(Presence::absent);
         _other->setPresence(Presence::present);
-        QCOMPARE(_other->kinds, (QSet<int>{1, 3}));
-        QVERIFY(_best->kinds.isEmpty());
+        QCOMPARE(_other->press(u"show"_s), QList<int>{Answer::notHandled});
+        _keys->addEventTypes(std::array{int(HotKeyEvent::pressed)});
+        QCOMPARE(_other->press(u"show"_s), QList<int>{Answer::noError});
     }
 
     void thereIsOneHandler()
     {
         make(Presence::present, Presence::absent);
+        take(show);
         Handler second;
         QVERIFY(!_keys->installEventHandler(second));
 
         _keys->removeEventHandler();
 
-        QVERIFY(!_best->handler);
+        QCOMPARE(_best->press(u"show"_s), QList<int>{Answer::notHandled});
         QVERIFY(_keys->installEventHandler(second));
-        QVERIFY(_best->handler);
+        QCOMPARE(_best->press(u"show"_s), QList<int>{Answer::noError});
+        QCOMPARE(second.told, QStringList{u"pressed #1"_s});
+        QVERIFY(_handler.told.isEmpty());
     }
 
     void anotherKeyboardIsTold()
     {
         make(Presence::present, Presence::absent);
 
-        _best->handler->keyboardChanged();
+        _best->changeKeyboard();
 
         QCOMPARE(_handler.told, QStringList{u"keyboard"_s});
     }
