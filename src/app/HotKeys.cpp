@@ -24,10 +24,11 @@ Q_LOGGING_CATEGORY(log, "vellumhound.shell")
 /// Asks the session, not the connection: on a Wayland desktop an X server may run beside it, whose
 /// key grabs see the keys of few programs.
 std::unique_ptr<platform::HotKeyCenter> makeCenter(const platform::DesktopSession &session,
+    const std::shared_ptr<const platform::KeyboardLayout> &keyboardLayout,
     const platform::KeyCharacters &keyCharacters, platform::RawKeyFeed &rawKeys)
 {
     if (session.sessionType() == platform::SessionType::x11) {
-        if (auto x11 = std::make_unique<platform::X11HotKeys>(); x11->isSupported())
+        if (auto x11 = std::make_unique<platform::X11HotKeys>(keyboardLayout); x11->isSupported())
             return x11;
     }
     std::vector<std::unique_ptr<platform::HotKeyBackend>> backends;
@@ -44,9 +45,12 @@ std::unique_ptr<platform::HotKeyCenter> makeCenter(const platform::DesktopSessio
 
 }  // namespace
 
-HotKeys::HotKeys(settings::UserDefaults &userDefaults, base::NotificationCenter &notificationCenter)
+HotKeys::HotKeys(settings::UserDefaults &userDefaults, base::NotificationCenter &notificationCenter,
+    const std::shared_ptr<const platform::KeyboardLayout> &keyboardLayout)
     : _session(QProcessEnvironment::systemEnvironment(), QCoreApplication::applicationFilePath())
-    , _center(makeCenter(_session, _keyCharacters, _rawKeys))
+    , _keyCharacters(keyboardLayout)
+    , _rawKeys(keyboardLayout)
+    , _center(makeCenter(_session, keyboardLayout, _keyCharacters, _rawKeys))
     , _shortcuts({userDefaults, notificationCenter, *_center, _rawKeys, _keyCharacters})
     , _status({_shortcuts, *_center, notificationCenter, _session, _writer, _keySetting},
           {keyboard::GlobalShortcut::launchVellumhound(),

@@ -23,7 +23,8 @@ namespace vellumhound::app {
 /// Main thread; needs the application object; the arguments outlive it.
 class HotKeys {
 public:
-    HotKeys(settings::UserDefaults &userDefaults, base::NotificationCenter &notificationCenter);
+    HotKeys(settings::UserDefaults &userDefaults, base::NotificationCenter &notificationCenter,
+        const std::shared_ptr<const platform::KeyboardLayout> &keyboardLayout);
     Q_DISABLE_COPY_MOVE(HotKeys)
 
     keyboard::KeyboardShortcuts::NamedShortcuts &shortcuts() { return _shortcuts; }

@@ -74,7 +74,7 @@ Services::Services(std::unique_ptr<store::PersistenceController> loadedStore)
     , fileSystem(std::make_shared<platform::LinuxFileSystem>(applicationName()))
     , workspace(background, timer, QDBusConnection::sessionBus(), applicationName())
     , fileSearchService({queue, background, notificationCenter, query, fileSystem, userDefaults})
-    , hotKeys(userDefaults, notificationCenter)
+    , hotKeys(userDefaults, notificationCenter, keyboardLayout)
 {
     workspace.setTokenSource(platform::makeStartupId);
     workspace.setOwnVariables(ownVariables());

@@ -15,6 +15,7 @@
 #include "platform/Clock.h"
 #include "platform/linux/DesktopPowerState.h"
 #include "platform/linux/GioWorkspace.h"
+#include "platform/linux/keyboard/KeyboardLayout.h"
 #include "platform/linux/keyboard/KeyTranslator.h"
 #include "platform/PreviewPanel.h"
 #include "preview/PreviewPanelManager.h"
@@ -58,7 +59,9 @@ struct Services {
     preview::NullPreviewPanelManager previewPanelManager;
     finder::NullFinderManager finderManager;
 
-    platform::KeyTranslator keyTranslator;
+    std::shared_ptr<const platform::KeyboardLayout> keyboardLayout =
+        platform::KeyboardLayout::ofSession();
+    platform::KeyTranslator keyTranslator{keyboardLayout};
     keyboard::KeyEquivalents keyEquivalents;
     shell::PanelKeyFilter keyFilter{keyTranslator, keyEquivalents};
     keyboard::KeyboardMonitor keyboardMonitor{keyFilter, queue};

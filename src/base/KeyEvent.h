@@ -5,6 +5,7 @@
 
 #include <chrono>
 #include <cstdint>
+#include <optional>
 
 namespace vellumhound::base {
 
@@ -46,6 +47,8 @@ inline constexpr int unknown = -1;
 /// One key press, translated once at the edge of the toolkit.
 struct KeyEvent {
     int keyCode = KeyCode::unknown;
+    std::optional<int> hotKeyCode;  ///< as which key it counts in hot keys, if as another: Num Lock
+                                    ///< makes no other key of one on the keypad there
     std::uint32_t modifierFlags = 0;  ///< see ModifierFlags; the alias of Ctrl is already applied
     std::uint32_t literalFlags = 0;   ///< the modifiers as held, without any alias
     QString characters;               ///< what the layout makes of the press; may be empty

@@ -84,6 +84,12 @@ constexpr const Key *findByLinuxCode(int linuxCode)
         [=](const Key &key) { return key.linuxCode == linuxCode; });
     return found == std::end(keys) ? nullptr : found;
 }
+/// Its digits and signs; Enter has a name.
+constexpr bool isOnKeypad(int keyCode)
+{
+    const auto *key = findByKeyCode(keyCode);
+    return key && key->kind == Kind::keypad;
+}
 /// The key that prints `character` without Shift on a US keyboard, keypad aside.
 constexpr const Key *findByUsCharacter(char character)
 {

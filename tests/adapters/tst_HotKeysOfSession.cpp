@@ -2,6 +2,7 @@
 // Which sessions the program grabs its keys in. The program is connected to an X server in all of
 // them, as it is where that server runs beside a Wayland compositor.
 #include "app/HotKeys.h"
+#include "platform/linux/keyboard/KeyboardLayout.h"
 #include "support/OtherClient.h"
 
 #include <QApplication>
@@ -40,7 +41,7 @@ private Q_SLOTS:
         const QTemporaryDir place;
         settings::UserDefaults defaults(place.filePath(u"vellumhound"_s));
         base::NotificationCenter notifications;
-        app::HotKeys hotKeys(defaults, notifications);
+        app::HotKeys hotKeys(defaults, notifications, platform::KeyboardLayout::ofSession());
         auto &shortcuts = hotKeys.shortcuts();
 
         shortcuts.onKeyDown(

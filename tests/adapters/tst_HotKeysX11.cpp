@@ -3,13 +3,17 @@
 #include "base/NotificationCenter.h"
 #include "keyboard/GlobalShortcut.h"
 #include "platform/linux/hotkeys/X11HotKeys.h"
+#include "platform/linux/keyboard/KeyboardLayout.h"
+#include "platform/linux/keyboard/KeyTranslator.h"
 #include "platform/linux/keyboard/XkbKeyCharacters.h"
 #include "support/CapturedOutput.h"
 #include "support/RunProgram.h"
 
 #include <QGuiApplication>
+#include <QKeyEvent>
 #include <QTemporaryDir>
 #include <QTest>
+#include <QWindow>
 
 #include <cstdlib>
 #include <linux/input-event-codes.h>
@@ -29,6 +33,23 @@ bool press(const QString &keys)
 {
     return xdotool({u"key"_s, keys});
 }
+
+/// Keeps the last chord that it got, as a recorder does.
+class RecordingWindow final : public QWindow {
+public:
+    std::optional<Shortcut> recorded;
+
+protected:
+    void keyPressEvent(QKeyEvent *event) override
+    {
+        using namespace keyboard::KeyboardShortcuts;
+        if (const auto key = _translator.translate(*event))
+            recorded = Shortcut::ofEvent(EventType::keyDown, *key);
+    }
+
+private:
+    platform::KeyTranslator _translator{platform::KeyboardLayout::ofSession()};
+};
 
 }  // namespace
 
@@ -60,11 +81,13 @@ private:
 private Q_SLOTS:
     void init()
     {
-        QVERIFY(run(u"setxkbmap"_s, {u"us"_s}));
+        QVERIFY(run(u"setxkbmap"_s, {u"us"_s, u"-option"_s, u""_s}));
         _place = std::make_unique<QTemporaryDir>();
         _defaults = std::make_unique<settings::UserDefaults>(_place->filePath(u"vellumhound"_s));
-        _center = std::make_unique<platform::X11HotKeys>();
-        _characters = std::make_unique<platform::XkbKeyCharacters>();
+        const std::shared_ptr<const platform::KeyboardLayout> layout =
+            platform::KeyboardLayout::ofSession();
+        _center = std::make_unique<platform::X11HotKeys>(layout);
+        _characters = std::make_unique<platform::XkbKeyCharacters>(layout);
         _ran.clear();
     }
     void cleanup()
@@ -120,6 +143,48 @@ private Q_SLOTS:
         QVERIFY(press(u"ctrl+space"_s));
         QTRY_COMPARE(_ran, QStringList{u"launchVellumhound"_s});
         xcb_disconnect(other);
+    }
+
+    void theKeyThatWasPressedIsTheKeyThatFires_data()
+    {
+        QTest::addColumn<QStringList>("layout");
+        QTest::addColumn<int>("linuxCode");
+        QTest::addColumn<bool>("hasNumLock");
+        QTest::newRow("Space") << QStringList{u"us"_s} << KEY_SPACE << false;
+        QTest::newRow("a letter") << QStringList{u"fr"_s} << KEY_Q << false;
+        QTest::newRow("swapped Escape")
+            << QStringList{u"us"_s, u"-option"_s, u"caps:swapescape"_s} << KEY_CAPSLOCK << false;
+        QTest::newRow("keypad, Num Lock off") << QStringList{u"us"_s} << KEY_KP7 << false;
+        QTest::newRow("keypad, Num Lock on") << QStringList{u"us"_s} << KEY_KP7 << true;
+        QTest::newRow("a second Backspace")
+            << QStringList{u"us"_s, u"-option"_s, u"caps:backspace"_s} << KEY_CAPSLOCK << false;
+        QTest::newRow("F13, which the layout calls otherwise")
+            << QStringList{u"us"_s} << KEY_F13 << false;
+    }
+    void theKeyThatWasPressedIsTheKeyThatFires()
+    {
+        QFETCH(QStringList, layout);
+        QFETCH(int, linuxCode);
+        QFETCH(bool, hasNumLock);
+        QVERIFY(run(u"setxkbmap"_s, layout));
+        const QStringList chord{u"0"_s, QString::number(KEY_LEFTCTRL + 8),
+            QString::number(KEY_LEFTSHIFT + 8), QString::number(linuxCode + 8)};
+        RecordingWindow window;
+        window.show();
+        window.requestActivate();
+        QVERIFY(QTest::qWaitForWindowActive(&window));
+        if (hasNumLock)
+            QVERIFY(press(u"Num_Lock"_s));
+        start();
+
+        QVERIFY(run(QStringLiteral(XKB_GROUP), chord));
+        QTRY_VERIFY(window.recorded);
+        _shortcuts->setShortcut(GlobalShortcut::launchVellumhound(), window.recorded);
+        if (hasNumLock)
+            QVERIFY(press(u"Num_Lock"_s));
+        QVERIFY(run(QStringLiteral(XKB_GROUP), chord));
+
+        QTRY_COMPARE(_ran, QStringList{u"launchVellumhound"_s});
     }
 
     void hotKeysFollowALockThatMoves()

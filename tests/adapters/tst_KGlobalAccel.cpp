@@ -196,7 +196,7 @@ private Q_SLOTS:
         QVERIFY(QTest::qWaitForWindowExposed(&window));
         QTRY_VERIFY((Desk::press(u"a"_s), window.keys.contains(Qt::Key_A)));
         int presses = 0;
-        platform::WindowKeyFeed feed;
+        platform::WindowKeyFeed feed(platform::KeyboardLayout::ofSession());
         feed.start([&](const HotKeyEvent &event) {
             const bool isSpace = event.keyCode == std::uint32_t(Desk::spaceKey);
             presses += isSpace && event.kind == HotKeyEvent::rawKeyDown &&

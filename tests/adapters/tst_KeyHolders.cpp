@@ -66,7 +66,7 @@ private Q_SLOTS:
 
     void askingTakesNoHotKeyAway()
     {
-        platform::X11HotKeys center;
+        platform::X11HotKeys center(platform::KeyboardLayout::ofSession());
         QVERIFY(center.registerHotKey({49, Modifiers::control, {1, 1}, u"a"_s}).handle);
 
         QVERIFY(platform::isHeldOnX11(platform::x11Connection(), controlSpace));
@@ -78,7 +78,7 @@ private Q_SLOTS:
     void aHotKeyThatWasJustGivenBackIsFree()
     {
         for (int round = 0; round < 50; ++round) {
-            platform::X11HotKeys center;
+            platform::X11HotKeys center(platform::KeyboardLayout::ofSession());
             const auto registration =
                 center.registerHotKey({49, Modifiers::control, {1, 1}, u"a"_s});
             QVERIFY(registration.handle);

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // Real presses in a real Wayland compositor, with the layouts that people use, and what keys print
 // there.
+#include "platform/linux/keyboard/KeyboardLayout.h"
 #include "platform/linux/keyboard/KeyTranslator.h"
 #include "platform/linux/keyboard/XkbKeyCharacters.h"
 
@@ -94,8 +95,10 @@ private:
 private Q_SLOTS:
     void initTestCase()
     {
-        _translator = std::make_unique<platform::KeyTranslator>();
-        _characters = std::make_unique<platform::XkbKeyCharacters>();
+        const std::shared_ptr<const platform::KeyboardLayout> layout =
+            platform::KeyboardLayout::ofSession();
+        _translator = std::make_unique<platform::KeyTranslator>(layout);
+        _characters = std::make_unique<platform::XkbKeyCharacters>(layout);
         _window = std::make_unique<KeyWindow>(*_translator);
         _window->resize(200, 100);
         _window->show();

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // Real presses on a real X server, with the layouts that people use.
+#include "platform/linux/keyboard/KeyboardLayout.h"
 #include "platform/linux/keyboard/KeyTranslator.h"
 #include "support/RunProgram.h"
 
@@ -65,7 +66,8 @@ private:
 private Q_SLOTS:
     void initTestCase()
     {
-        _translator = std::make_unique<platform::KeyTranslator>();
+        _translator =
+            std::make_unique<platform::KeyTranslator>(platform::KeyboardLayout::ofSession());
         _window = std::make_unique<KeyWindow>(*_translator);
         _window->resize(200, 100);
         _window->show();

@@ -69,6 +69,19 @@ class tst_LayerShell : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
+    void theProcessHasOneConnectionAsLongAsSomebodyUsesIt()
+    {
+        auto connection = WaylandConnection::open();
+        QVERIFY(connection);
+        const std::weak_ptr<WaylandConnection> first = connection;
+
+        QCOMPARE(WaylandConnection::open(), connection);
+
+        connection.reset();
+        QVERIFY(first.expired());
+        QVERIFY(WaylandConnection::open());
+    }
+
     void thePanelHasTheKeyboardAtEachShowing()
     {
         Panel panel;

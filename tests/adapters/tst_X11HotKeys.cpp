@@ -2,6 +2,7 @@
 // Real presses on a real X server, some with a second client that holds keys of its own.
 #include "platform/linux/hotkeys/WindowKeyFeed.h"
 #include "platform/linux/hotkeys/X11HotKeys.h"
+#include "platform/linux/keyboard/KeyboardLayout.h"
 #include "support/OtherClient.h"
 #include "support/RunProgram.h"
 
@@ -28,6 +29,8 @@ namespace {
 constexpr int spaceKey = 49;
 constexpr int sKey = 1;
 constexpr int f9Key = 101;
+constexpr int escapeKey = 53;
+constexpr int keypad7Key = 89;
 constexpr int badAccess = 10;
 constexpr std::array<int, 2> hotKeyKinds{HotKeyEvent::pressed, HotKeyEvent::released};
 
@@ -53,7 +56,7 @@ public:
 
 /// Keeps the keys on their way to our windows, and takes one.
 struct RawKeys {
-    platform::WindowKeyFeed feed;
+    platform::WindowKeyFeed feed{platform::KeyboardLayout::ofSession()};
     QList<HotKeyEvent> told;
     int takenKey = -1;
 
@@ -117,7 +120,7 @@ private Q_SLOTS:
     {
         QVERIFY(run(u"setxkbmap"_s, {u"us"_s, u"-option"_s, u""_s}));
         _handler = std::make_unique<Handler>();
-        _center = std::make_unique<platform::X11HotKeys>();
+        _center = std::make_unique<platform::X11HotKeys>(platform::KeyboardLayout::ofSession());
         QVERIFY(_center->isSupported());
         QVERIFY(_center->installEventHandler(*_handler));
         _center->addEventTypes(hotKeyKinds);
@@ -269,6 +272,50 @@ private Q_SLOTS:
         QTRY_COMPARE(told(), (QStringList{u"down 1"_s, u"up 1"_s}));
 
         QVERIFY(run(QStringLiteral(XKB_GROUP), {u"0"_s}));
+    }
+
+    void aSwappedKeyFiresWhereItIsNow()
+    {
+        QVERIFY(run(u"setxkbmap"_s, {u"us"_s, u"-option"_s, u"caps:swapescape"_s}));
+        QVERIFY(isMarked());
+        QCOMPARE(add(escapeKey, Modifiers::control, 1).status, Status::noError);
+
+        // The key that is Caps Lock now goes down twice, or it would stay locked.
+        for (const int code : {KEY_ESC, KEY_ESC, KEY_CAPSLOCK}) {
+            QVERIFY(run(QStringLiteral(XKB_GROUP),
+                {u"0"_s, QString::number(KEY_LEFTCTRL + 8), QString::number(code + 8)}));
+        }
+
+        QVERIFY(isMarked());
+        QCOMPARE(told(), (QStringList{u"down 1"_s, u"up 1"_s}));
+    }
+
+    void aKeyThatIsSwappedLaterIsToldAsAnotherKeyboard()
+    {
+        const auto registration = add(escapeKey, Modifiers::control, 1);
+
+        QVERIFY(run(u"setxkbmap"_s, {u"us"_s, u"-option"_s, u"caps:swapescape"_s}));
+        QTRY_VERIFY(_handler->changes > 0);
+        _center->unregisterHotKey(*registration.handle);
+        QCOMPARE(add(escapeKey, Modifiers::control, 2).status, Status::noError);
+        QVERIFY(run(QStringLiteral(XKB_GROUP),
+            {u"0"_s, QString::number(KEY_LEFTCTRL + 8), QString::number(KEY_CAPSLOCK + 8)}));
+
+        QTRY_COMPARE(told(), (QStringList{u"down 2"_s, u"up 2"_s}));
+    }
+
+    void aKeyOfTheKeypadFiresWithNumLockAndWithout()
+    {
+        add(keypad7Key, Modifiers::control, 1);
+        const QStringList chord{
+            u"0"_s, QString::number(KEY_LEFTCTRL + 8), QString::number(KEY_KP7 + 8)};
+
+        QVERIFY(run(QStringLiteral(XKB_GROUP), chord));
+        QVERIFY(xdotool({u"key"_s, u"Num_Lock"_s}));
+        QVERIFY(run(QStringLiteral(XKB_GROUP), chord));
+        QVERIFY(xdotool({u"key"_s, u"Num_Lock"_s}));
+
+        QTRY_COMPARE(told(), (QStringList{u"down 1"_s, u"up 1"_s, u"down 1"_s, u"up 1"_s}));
     }
 
     void locksThatMoveAreToldOnce()

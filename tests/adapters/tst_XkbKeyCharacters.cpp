@@ -56,7 +56,7 @@ private Q_SLOTS:
 
     void theLayoutInUseCounts()
     {
-        const XkbKeyCharacters characters;
+        const XkbKeyCharacters characters(KeyboardLayout::ofSession());
         QVERIFY(run(u"setxkbmap"_s, {u"us"_s}));
         QTRY_COMPARE(characters.charactersOf(6), u"z"_s);
 
@@ -73,7 +73,7 @@ private Q_SLOTS:
     void theServersLayoutCountsWhereNoneAreInstalled()
     {
         qputenv("XKB_CONFIG_ROOT", "/nonexistent");
-        const XkbKeyCharacters characters;
+        const XkbKeyCharacters characters(KeyboardLayout::ofSession());
         qunsetenv("XKB_CONFIG_ROOT");
         QCOMPARE(characters.charactersOf(1), u"s"_s);
 
@@ -86,7 +86,7 @@ private Q_SLOTS:
 
     void whereTheServersKeysHaveNoNamesThoseOfAUsKeyboardCount()
     {
-        const XkbKeyCharacters characters;
+        const XkbKeyCharacters characters(KeyboardLayout::ofSession());
         QVERIFY(run(u"setxkbmap"_s, {u"de"_s}));
         QTRY_COMPARE(characters.charactersOf(6), u"y"_s);
         QStringList emptied;

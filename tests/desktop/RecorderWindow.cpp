@@ -15,6 +15,7 @@
 #include "keyboard/GlobalShortcut.h"
 #include "keyboard/KeyboardShortcuts/KeyNames.h"
 #include "keyboard/KeyboardShortcuts/widgets/Recorder.h"
+#include "platform/linux/keyboard/KeyboardLayout.h"
 #include "platform/linux/keyboard/KeyTranslator.h"
 
 #include <QAbstractNativeEventFilter>
@@ -148,8 +149,10 @@ int main(int argumentCount, char **arguments)
     settings::UserDefaults defaults(qEnvironmentVariable("XDG_CONFIG_HOME") + u"/vellumhound"_s);
     base::NotificationCenter notifications;
     base::MainQueue mainQueue;
-    platform::KeyTranslator translator;
-    app::HotKeys hotKeys(defaults, notifications);
+    const std::shared_ptr<const platform::KeyboardLayout> keyboardLayout =
+        platform::KeyboardLayout::ofSession();
+    platform::KeyTranslator translator(keyboardLayout);
+    app::HotKeys hotKeys(defaults, notifications, keyboardLayout);
     app::Recorders recorders(hotKeys, notifications, mainQueue, translator);
     const auto environment = environmentOf(recorders.environment(), options);
     PressProbe probe;  // behind the hot keys, so that it sees each press before them

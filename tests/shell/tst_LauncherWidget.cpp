@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "LauncherFixture.h"
+#include "platform/linux/keyboard/KeyboardLayout.h"
 #include "shell/widgets/LauncherWidget.h"
 #include "shell/widgets/PanelKeyFilter.h"
 
@@ -47,7 +48,7 @@ public:
         return focus ? focus->objectName() : u"nothing"_s;
     }
 
-    platform::KeyTranslator translator;
+    platform::KeyTranslator translator{platform::KeyboardLayout::ofSession()};
     keyboard::KeyEquivalents equivalents;
     PanelKeyFilter filter{translator, equivalents};
     LauncherWidget widget{view, equivalents};

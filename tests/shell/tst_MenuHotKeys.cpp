@@ -4,6 +4,7 @@
 #include "fakes/FakeKeyCharacters.h"
 #include "keyboard/KeyboardShortcuts/NamedShortcuts.h"
 #include "platform/linux/hotkeys/WindowKeyFeed.h"
+#include "platform/linux/keyboard/KeyboardLayout.h"
 #include "shell/widgets/MenuTracking.h"
 
 #include <QKeyEvent>
@@ -30,7 +31,7 @@ private:
     base::NotificationCenter _notifications;
     fakes::FakeHotKeyCenter _center;
     fakes::FakeKeyCharacters _characters;
-    platform::WindowKeyFeed _rawKeys;
+    platform::WindowKeyFeed _rawKeys{platform::KeyboardLayout::ofSession()};
     std::unique_ptr<MenuTracking> _tracking;
     std::unique_ptr<NamedShortcuts> _shortcuts;
     std::unique_ptr<QMenu> _menu;

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "platform/linux/hotkeys/KGlobalAccelHotKeys.h"
+#include "platform/linux/keyboard/KeyboardLayout.h"
 #include "platform/linux/keyboard/XkbKeyCharacters.h"
 #include "support/RunProgram.h"
 
@@ -149,7 +150,7 @@ private:
                isMarked(QStringLiteral("F8"), secondMarker);
     }
 
-    platform::XkbKeyCharacters _characters;
+    platform::XkbKeyCharacters _characters{platform::KeyboardLayout::ofSession()};
     int _firstMarks = 0;
     int _secondMarks = 0;
 };

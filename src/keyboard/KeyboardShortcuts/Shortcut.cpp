@@ -20,9 +20,10 @@ Shortcut::Shortcut(Key key, std::uint32_t modifierFlags)
 std::optional<Shortcut> Shortcut::ofEvent(int type, const base::KeyEvent &event)
 {
     const bool isOfAKey = type == EventType::keyDown || type == EventType::keyUp;
-    if (!isOfAKey || event.keyCode == base::KeyCode::unknown)
+    const int keyCode = event.hotKeyCode.value_or(event.keyCode);
+    if (!isOfAKey || keyCode == base::KeyCode::unknown)
         return std::nullopt;
-    return Shortcut(event.keyCode, carbonModifiersOf(event.literalFlags));
+    return Shortcut(keyCode, carbonModifiersOf(event.literalFlags));
 }
 
 std::uint32_t Shortcut::modifierFlags() const

@@ -3,6 +3,7 @@
 #include "keyboard/KeyboardShortcuts/widgets/LocalEventFilter.h"
 #include "keyboard/KeyboardShortcuts/widgets/Recorder.h"
 #include "keyboard/KeyboardShortcuts/widgets/RecorderAccessible.h"
+#include "platform/linux/keyboard/KeyboardLayout.h"
 #include "platform/linux/keyboard/KeyTranslator.h"
 
 #include <QAccessible>
@@ -24,7 +25,7 @@ namespace {
 
 /// A window with two recorders and a button, over fakes of everything but the toolkit.
 struct Desk : RecorderFixture {
-    platform::KeyTranslator translator;
+    platform::KeyTranslator translator{platform::KeyboardLayout::ofSession()};
     LocalEventFilter filter{translator};
     std::unique_ptr<QWidget> window = std::make_unique<QWidget>();
     QPushButton *button = nullptr;

@@ -89,6 +89,17 @@ private Q_SLOTS:
         QVERIFY(!Shortcut::ofEvent(EventType::keyDown, base::KeyEvent()));
     }
 
+    void aKeyThatCountsAsAnotherInHotKeysIsThatOne()
+    {
+        base::KeyEvent event;
+        event.hotKeyCode = 105;
+        QCOMPARE(Shortcut::ofEvent(EventType::keyDown, event), Shortcut(105, 0));
+
+        event.keyCode = 115;
+        event.hotKeyCode = 89;
+        QCOMPARE(Shortcut::ofEvent(EventType::keyDown, event), Shortcut(89, 0));
+    }
+
     void theStoredTextHasTheTwoIntegersInOrder()
     {
         const auto text = Shortcut(49, 0x1000).encoded();

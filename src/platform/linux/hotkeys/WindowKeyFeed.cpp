@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/linux/hotkeys/WindowKeyFeed.h"
 
-#include "base/KeyTable.h"
+#include "base/KeyEvent.h"
+#include "platform/linux/keyboard/KeyboardLayout.h"
 #include "platform/linux/keyboard/XkbCode.h"
 #include "platform/linux/x11/X11Time.h"
 
@@ -29,6 +30,13 @@ std::uint32_t hotKeyModifiersOf(Qt::KeyboardModifiers held)
 }
 
 }  // namespace
+
+WindowKeyFeed::WindowKeyFeed(std::shared_ptr<const KeyboardLayout> layout)
+    : _layout(std::move(layout))
+{
+}
+
+WindowKeyFeed::~WindowKeyFeed() = default;
 
 /// The filter that was installed last is asked first.
 void WindowKeyFeed::runningChanged()
@@ -64,11 +72,11 @@ bool WindowKeyFeed::isTaken(const QKeyEvent &event)
     raw.kind = !isPress               ? HotKeyEvent::rawKeyUp
                : event.isAutoRepeat() ? HotKeyEvent::rawKeyRepeat
                                       : HotKeyEvent::rawKeyDown;
-    const auto *key =
-        int(code) > xkbOffset ? base::KeyTable::findByLinuxCode(int(code) - xkbOffset) : nullptr;
-    if (!key)
+    const int keyCode = int(code) > xkbOffset ? _layout->hotKeyCodeAt(int(code) - xkbOffset)
+                                              : base::KeyCode::unknown;
+    if (keyCode == base::KeyCode::unknown)
         return wasTaken;
-    raw.keyCode = std::uint32_t(key->keyCode);
+    raw.keyCode = std::uint32_t(keyCode);
     raw.modifiers = hotKeyModifiersOf(event.modifiers());
     const bool isTakenNow = offer(raw);
     if (isTakenNow && raw.kind == HotKeyEvent::rawKeyDown) {

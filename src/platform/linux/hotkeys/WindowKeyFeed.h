@@ -6,9 +6,13 @@
 #include <QObject>
 #include <QSet>
 
+#include <memory>
+
 class QKeyEvent;
 
 namespace vellumhound::platform {
+
+class KeyboardLayout;
 
 /// The keys that the toolkit gets from the window system, seen when they reach a window and before
 /// any widget. When the receiver takes a press, its repetitions and, as long as the feed runs, its
@@ -20,8 +24,8 @@ class WindowKeyFeed final : public QObject, public RawKeyFeed {
     Q_OBJECT
 
 public:
-    WindowKeyFeed() = default;
-    ~WindowKeyFeed() override = default;
+    explicit WindowKeyFeed(std::shared_ptr<const KeyboardLayout> layout);
+    ~WindowKeyFeed() override;
 
 protected:
     bool eventFilter(QObject *watched, QEvent *event) override;
@@ -30,6 +34,7 @@ private:
     void runningChanged() override;
     bool isTaken(const QKeyEvent &event);
 
+    std::shared_ptr<const KeyboardLayout> _layout;
     QSet<quint32> _takenKeys;  // native codes of those whose press was taken
     bool _isWatching = false;
 };

@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/linux/hotkeys/X11HotKeys.h"
 
-#include "base/KeyTable.h"
+#include "platform/linux/keyboard/KeyboardLayout.h"
+#include "platform/linux/keyboard/NamedKeys.h"
 #include "platform/linux/keyboard/XkbCode.h"
 #include "platform/linux/x11/X11Connection.h"
 #include "platform/linux/x11/X11Request.h"
@@ -9,6 +10,7 @@
 
 #include <QCoreApplication>
 
+#include <algorithm>
 #include <string_view>
 #include <utility>
 #include <xcb/xcb.h>
@@ -39,10 +41,28 @@ unsigned firstXkbEvent(xcb_connection_t *connection)
     return reply && reply->present ? reply->first_event : 0;
 }
 
+/// Which key each code of the server is by its name, in the order of the codes.
+QList<int> namesOfKeys(xcb_connection_t *connection)
+{
+    const auto *setup = xcb_get_setup(connection);
+    const auto count = std::uint8_t(setup->max_keycode - setup->min_keycode + 1);
+    const X11Reply<xcb_get_keyboard_mapping_reply_t> reply(xcb_get_keyboard_mapping_reply(
+        connection, xcb_get_keyboard_mapping(connection, setup->min_keycode, count), nullptr));
+    QList<int> names;
+    if (!reply)
+        return names;
+    const auto *symbols = xcb_get_keyboard_mapping_keysyms(reply.get());
+    const int length = xcb_get_keyboard_mapping_keysyms_length(reply.get());
+    for (int first = 0; first < length; first += reply->keysyms_per_keycode)
+        names.append(namedKeyOf(symbols[first]));
+    return names;
+}
+
 }  // namespace
 
-X11HotKeys::X11HotKeys(QObject *parent)
+X11HotKeys::X11HotKeys(std::shared_ptr<const KeyboardLayout> layout, QObject *parent)
     : QObject(parent)
+    , _layout(std::move(layout))
     , _connection(x11Connection())
 {
     if (!_connection)
@@ -50,6 +70,7 @@ X11HotKeys::X11HotKeys(QObject *parent)
     _root = x11RootWindow(_connection);
     _firstXkbEvent = firstXkbEvent(_connection);
     _mapping = X11Modifiers::ofServer(_connection);
+    _names = namesOfKeys(_connection);
     _releases.setSingleShot(true);
     _releases.setInterval(0);
     connect(&_releases, &QTimer::timeout, this, &X11HotKeys::tellReleases);
@@ -70,13 +91,13 @@ HotKeyCenter::Registration X11HotKeys::registerHotKey(const HotKeyRequest &reque
 {
     if (!_connection)
         return {HotKeyAnswer::unsupported, std::nullopt};
-    const auto *key = base::KeyTable::findByKeyCode(request.keyCode);
-    if (!key || key->linuxCode + xkbOffset > xcb_get_setup(_connection)->max_keycode)
-        return refuse(request, badValue);
     Grab entry;
     entry.id = request.id;
     entry.name = request.name;
-    entry.code = std::uint8_t(key->linuxCode + xkbOffset);
+    entry.keyCode = request.keyCode;
+    entry.places = placesOf(request.keyCode);
+    if (entry.places.isEmpty())
+        return refuse(request, badValue);
     entry.modifiers = request.modifiers;
     entry.mapping = _mapping;
     if (const int error = grab(entry)) {
@@ -84,7 +105,7 @@ HotKeyCenter::Registration X11HotKeys::registerHotKey(const HotKeyRequest &reque
         return refuse(request, error);
     }
     // Who records a hot key still holds it down: that it repeats is no press of the new hot key.
-    entry.isDown = isHeldDown(entry.code);
+    entry.isDown = isHeldDown(entry);
     entry.pressTime = lastEventTime();
     const auto handle = newHandle();
     _grabs.emplace(handle, entry);
@@ -100,11 +121,24 @@ HotKeyCenter::Registration X11HotKeys::refuse(const HotKeyRequest &request, int 
     return {status, std::nullopt};
 }
 
-bool X11HotKeys::isHeldDown(std::uint8_t code) const
+/// Those that the server has a code for.
+QList<int> X11HotKeys::placesOf(int keyCode) const
+{
+    auto places = _layout->placesOf(keyCode);
+    const int last = xcb_get_setup(_connection)->max_keycode - xkbOffset;
+    places.removeIf([=](int place) { return place > last; });
+    return places;
+}
+
+bool X11HotKeys::isHeldDown(const Grab &entry) const
 {
     const X11Reply<xcb_query_keymap_reply_t> reply(
         xcb_query_keymap_reply(_connection, xcb_query_keymap(_connection), nullptr));
-    return reply && (reply->keys[code / 8] >> (code % 8) & 1) != 0;
+    const auto isDown = [&](int place) {
+        const int code = place + xkbOffset;
+        return (reply->keys[code / 8] >> (code % 8) & 1) != 0;
+    };
+    return reply && std::any_of(entry.places.begin(), entry.places.end(), isDown);
 }
 
 void X11HotKeys::unregisterHotKey(Handle handle)
@@ -124,9 +158,11 @@ int X11HotKeys::grab(const Grab &entry) const
     const auto state = entry.mapping.stateOf(entry.modifiers);
     QList<xcb_void_cookie_t> requests;
     const auto locks = entry.mapping.lockStates();
-    for (const auto lock : locks) {
-        requests.append(xcb_grab_key_checked(_connection, 0, _root, std::uint16_t(state | lock),
-            entry.code, XCB_GRAB_MODE_ASYNC, XCB_GRAB_MODE_ASYNC));
+    for (const int place : entry.places) {
+        for (const auto lock : locks) {
+            requests.append(xcb_grab_key_checked(_connection, 0, _root, std::uint16_t(state | lock),
+                xcb_keycode_t(place + xkbOffset), XCB_GRAB_MODE_ASYNC, XCB_GRAB_MODE_ASYNC));
+        }
     }
     int first = 0;
     for (const auto &request : std::as_const(requests)) {
@@ -142,8 +178,12 @@ void X11HotKeys::ungrab(const Grab &entry) const
 {
     const auto state = entry.mapping.stateOf(entry.modifiers);
     const auto locks = entry.mapping.lockStates();
-    for (const auto lock : locks)
-        xcb_ungrab_key(_connection, entry.code, _root, std::uint16_t(state | lock));
+    for (const int place : entry.places) {
+        for (const auto lock : locks) {
+            xcb_ungrab_key(
+                _connection, xcb_keycode_t(place + xkbOffset), _root, std::uint16_t(state | lock));
+        }
+    }
     xcb_flush(_connection);
 }
 
@@ -169,7 +209,7 @@ bool X11HotKeys::nativeEventFilter(const QByteArray &eventType, void *message, q
 bool X11HotKeys::handleHotKey(const Press &press)
 {
     for (auto &[handle, entry] : _grabs) {
-        if (entry.code != press.code)
+        if (!entry.places.contains(press.code - xkbOffset))
             continue;
         if (!press.isDown && entry.isDown) {
             entry.isReleasing = true;
@@ -224,9 +264,16 @@ void X11HotKeys::tellReleases()
 void X11HotKeys::noticeKeyboard()
 {
     const auto mapping = X11Modifiers::ofServer(_connection);
-    if (mapping == std::exchange(_mapping, mapping))
-        return;
-    giveKeyboardChange();
+    const auto names = namesOfKeys(_connection);
+    const bool isMappingSame = mapping == std::exchange(_mapping, mapping);
+    // The names are quick to have. The layout, which is not, is asked only if they have changed.
+    const bool areNamesSame = names == std::exchange(_names, names);
+    const auto isWhereItWas = [this](const auto &grab) {
+        return placesOf(grab.second.keyCode) == grab.second.places;
+    };
+    if (!isMappingSame ||
+        (!areNamesSame && !std::all_of(_grabs.begin(), _grabs.end(), isWhereItWas)))
+        giveKeyboardChange();
 }
 
 }  // namespace vellumhound::platform

@@ -9,14 +9,18 @@
 #include <QTimer>
 
 #include <map>
+#include <memory>
 
 struct xcb_connection_t;
 
 namespace vellumhound::platform {
 
-/// Hot keys by key grabs on the X server's root window. A key is told by its place on the keyboard,
-/// so that another layout changes nothing. A key that another program has grabbed is refused with
-/// the server's error number, 10.
+class KeyboardLayout;
+
+/// Hot keys by key grabs on the X server's root window, each on every key that counts as the one
+/// that is asked for (KeyboardLayout): most are told by their place on the keyboard, so that
+/// another layout changes nothing. A key that another program has grabbed is refused with the
+/// server's error number, 10.
 ///
 /// While a menu of another program is open that program has the keyboard and no hot key acts.
 /// Main thread; made after the application object and destroyed before it. On any other window
@@ -25,7 +29,7 @@ class X11HotKeys final : public QObject, public HotKeyCenter, public QAbstractNa
     Q_OBJECT
 
 public:
-    explicit X11HotKeys(QObject *parent = nullptr);
+    explicit X11HotKeys(std::shared_ptr<const KeyboardLayout> layout, QObject *parent = nullptr);
     ~X11HotKeys() override;
 
     bool isSupported() const override { return _connection != nullptr; }
@@ -38,9 +42,10 @@ private:
     struct Grab {
         HotKeyId id;
         QString name;
-        std::uint8_t code = 0;  // of the X server
-        int modifiers = 0;      // HotKeyModifiers
-        X11Modifiers mapping;   // with which it was grabbed
+        int keyCode = 0;       // of base::KeyTable
+        QList<int> places;     // Linux codes of the keys that counted as it when it was grabbed
+        int modifiers = 0;     // HotKeyModifiers
+        X11Modifiers mapping;  // with which it was grabbed
         bool isDown = false;
         bool isPressTold = false;
         bool isReleasing = false;     // come up, but a repeat may follow that undoes it
@@ -55,7 +60,8 @@ private:
         bool isDown = false;
     };
 
-    bool isHeldDown(std::uint8_t code) const;
+    QList<int> placesOf(int keyCode) const;
+    bool isHeldDown(const Grab &entry) const;
     Registration refuse(const HotKeyRequest &request, int status);
     int grab(const Grab &entry) const;
     void ungrab(const Grab &entry) const;
@@ -64,10 +70,12 @@ private:
     void tellReleases();
     void noticeKeyboard();
 
+    std::shared_ptr<const KeyboardLayout> _layout;
     xcb_connection_t *_connection = nullptr;
     std::uint32_t _root = 0;
     unsigned _firstXkbEvent = 0;
     X11Modifiers _mapping;
+    QList<int> _names;  // of the keys, when the server was last asked
     std::map<Handle, Grab> _grabs;
     QTimer _releases;
     QTimer _keyboardChange;

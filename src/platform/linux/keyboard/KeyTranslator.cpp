@@ -3,9 +3,9 @@
 
 #include "base/KeyTable.h"
 #include "platform/linux/keyboard/KeyboardLayout.h"
+#include "platform/linux/keyboard/NamedKeys.h"
 #include "platform/linux/keyboard/XkbCode.h"
 
-#include <QCoreApplication>
 #include <QKeyEvent>
 
 #include <algorithm>
@@ -32,22 +32,15 @@ bool isModifierAlone(int key)
 }
 
 /// The code of a key that is told by its symbol.
-int namedKeyCode(int key)
+int namedKeyCode(int qtKey)
 {
-    if (key >= Qt::Key_F1 && key <= Qt::Key_F20)
-        return KeyTable::functionKeyCodes[std::size_t(key - Qt::Key_F1)];
-    static constexpr std::pair<int, int> names[] = {{Qt::Key_Return, base::KeyCode::returnKey},
-        {Qt::Key_Enter, base::KeyCode::keypadEnter}, {Qt::Key_Tab, base::KeyCode::tab},
-        {Qt::Key_Backtab, base::KeyCode::tab}, {Qt::Key_Escape, base::KeyCode::escape},
-        {Qt::Key_Space, base::KeyCode::space}, {Qt::Key_Left, base::KeyCode::left},
-        {Qt::Key_Right, base::KeyCode::right}, {Qt::Key_Down, base::KeyCode::down},
-        {Qt::Key_Up, base::KeyCode::up}, {Qt::Key_Home, 115}, {Qt::Key_End, 119},
-        {Qt::Key_PageUp, 116}, {Qt::Key_PageDown, 121}, {Qt::Key_Delete, 117},
-        {Qt::Key_Backspace, 51}, {Qt::Key_Insert, 114}, {Qt::Key_Menu, 110}, {Qt::Key_VolumeUp, 72},
-        {Qt::Key_VolumeDown, 73}, {Qt::Key_VolumeMute, 74}};
-    for (const auto &[symbol, code] : names) {
-        if (symbol == key)
-            return code;
+    if (qtKey >= Qt::Key_F1 && qtKey <= Qt::Key_F20)
+        return KeyTable::functionKeyCodes[std::size_t(qtKey - Qt::Key_F1)];
+    if (qtKey == Qt::Key_Backtab)
+        return base::KeyCode::tab;
+    for (const auto &named : namedKeys) {
+        if (named.qtKey == qtKey && !KeyTable::isOnKeypad(named.keyCode))
+            return named.keyCode;
     }
     return unknown;
 }
@@ -60,6 +53,18 @@ const KeyTable::Key *keyAtPosition(const QKeyEvent &event)
     const bool isTold =
         key && (key->kind == KeyTable::Kind::printing || key->kind == KeyTable::Kind::keypad);
     return isTold ? key : nullptr;
+}
+
+/// As which key the press counts in hot keys. Nothing where that is `keyCode`.
+std::optional<int> hotKeyCodeOf(const QKeyEvent &event, int keyCode, const KeyboardLayout &layout)
+{
+    const auto code = int(event.nativeScanCode()) - xkbOffset;
+    const auto *place = code > 0 ? KeyTable::findByLinuxCode(code) : nullptr;
+    // What an assumed layout says of a key that has a name may be wrong.
+    if (code <= 0 || (!layout.isFromServer() && !(place && place->kind == KeyTable::Kind::keypad)))
+        return std::nullopt;
+    const int counted = layout.hotKeyCodeAt(code);
+    return counted == unknown || counted == keyCode ? std::nullopt : std::optional(counted);
 }
 
 /// Where the symbol stands on a US keyboard: for presses without a place of their own.
@@ -131,16 +136,12 @@ std::uint32_t panelModifiers(std::uint32_t literalFlags, int keyCode)
     return (literalFlags & ~control) | command;
 }
 
-KeyTranslator::KeyTranslator()
-    : _layout(KeyboardLayout::ofSession())
+KeyTranslator::KeyTranslator(std::shared_ptr<const KeyboardLayout> layout)
+    : _layout(std::move(layout))
 {
-    if (_layout->isFromServer())
-        QCoreApplication::instance()->installNativeEventFilter(this);
 }
 
-KeyTranslator::~KeyTranslator() = default;
-
-std::optional<base::KeyEvent> KeyTranslator::translate(const QKeyEvent &event)
+std::optional<base::KeyEvent> KeyTranslator::translate(const QKeyEvent &event) const
 {
     if (isModifierAlone(event.key()))
         return std::nullopt;
@@ -155,6 +156,7 @@ std::optional<base::KeyEvent> KeyTranslator::translate(const QKeyEvent &event)
         if (place)
             result.keyCode = place->keyCode;
     }
+    result.hotKeyCode = hotKeyCodeOf(event, result.keyCode, *_layout);
     result.literalFlags = literalModifiers(event) | marksOf(result.keyCode);
     if (_layout->isFromServer() && (event.nativeModifiers() & lockMask))
         result.literalFlags |= ModifierFlags::capsLock;
@@ -164,13 +166,6 @@ std::optional<base::KeyEvent> KeyTranslator::translate(const QKeyEvent &event)
     result.isRepeat = event.isAutoRepeat();
     result.time = std::chrono::milliseconds(event.timestamp());
     return result;
-}
-
-bool KeyTranslator::nativeEventFilter(const QByteArray &eventType, void *message, qintptr *)
-{
-    if (eventType == "xcb_generic_event_t")
-        _layout->noticeX11Event(message);
-    return false;
 }
 
 }  // namespace vellumhound::platform

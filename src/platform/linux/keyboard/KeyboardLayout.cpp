@@ -1,10 +1,14 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/linux/keyboard/KeyboardLayout.h"
 
+#include "base/KeyEvent.h"
 #include "base/KeyTable.h"
+#include "platform/linux/keyboard/NamedKeys.h"
 #include "platform/linux/keyboard/XkbCode.h"
 #include "platform/linux/wayland/WaylandKeyboard.h"
 #include "platform/linux/x11/X11Connection.h"
+
+#include <QCoreApplication>
 
 #include <xcb/xcb.h>
 #include <xkbcommon/xkbcommon-keysyms.h>
@@ -17,6 +21,7 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
+constexpr int lastLinuxCode = 247;         // the last that has a code in the X server
 constexpr int lettersOfALatinLayout = 20;  // as few as some national layouts keep unshifted
 
 /// The first two bytes of every event of the XKB extension.
@@ -37,6 +42,14 @@ xkb_keysym_t symbolIn(xkb_keymap *keymap, int linuxCode, xkb_layout_index_t grou
     if (xkb_keymap_key_get_syms_by_level(keymap, code, group % groups, 0, &symbols) != 1)
         return XKB_KEY_NoSymbol;
     return symbols[0];
+}
+
+bool isModifier(xkb_keysym_t symbol)
+{
+    return (symbol >= XKB_KEY_Shift_L && symbol <= XKB_KEY_Hyper_R) ||
+           (symbol >= XKB_KEY_ISO_Lock && symbol <= XKB_KEY_ISO_Level5_Lock) ||
+           symbol == XKB_KEY_Num_Lock || symbol == XKB_KEY_Scroll_Lock ||
+           symbol == XKB_KEY_Mode_switch;
 }
 
 char asciiOf(xkb_keysym_t symbol)
@@ -119,10 +132,10 @@ std::unique_ptr<KeyboardLayout> KeyboardLayout::ofSession()
 }
 
 std::unique_ptr<KeyboardLayout> KeyboardLayout::named(
-    const std::string &layouts, const std::string &variants)
+    const std::string &layouts, const std::string &variants, const std::string &options)
 {
     std::unique_ptr<KeyboardLayout> layout(new KeyboardLayout);
-    layout->_keymap = layout->namedKeymap(layouts, variants);
+    layout->_keymap = layout->namedKeymap(layouts, variants, options);
     return layout;
 }
 
@@ -135,7 +148,7 @@ KeyboardLayout::KeyboardLayout()
             xkb_context_flags(XKB_CONTEXT_NO_ENVIRONMENT_NAMES | XKB_CONTEXT_NO_DEFAULT_INCLUDES)));
     }
     if (_context)
-        _usKeymap = namedKeymap("us", "");
+        _usKeymap = namedKeymap("us", "", "");
 }
 
 void KeyboardLayout::followX11(void *connection)
@@ -147,15 +160,17 @@ void KeyboardLayout::followX11(void *connection)
         _connection = connection;
         _firstXkbEvent = firstEvent;
         _isStale = true;
+        QCoreApplication::instance()->installNativeEventFilter(this);
     }
 }
 
 KeyboardLayout::~KeyboardLayout() = default;
 
 KeyboardLayout::Keymap KeyboardLayout::namedKeymap(
-    const std::string &layouts, const std::string &variants) const
+    const std::string &layouts, const std::string &variants, const std::string &options) const
 {
-    const xkb_rule_names names{"evdev", "pc105", layouts.c_str(), variants.c_str(), ""};
+    const xkb_rule_names names{
+        "evdev", "pc105", layouts.c_str(), variants.c_str(), options.c_str()};
     return Keymap(xkb_keymap_new_from_names(_context.get(), &names, XKB_KEYMAP_COMPILE_NO_FLAGS));
 }
 
@@ -218,6 +233,42 @@ QString KeyboardLayout::textOf(int linuxCode, unsigned group) const
     return QChar::isPrint(character) ? QString::fromUcs4(&character, 1) : QString();
 }
 
+/// In the first group in which the key has any, as the same keys have names in all of them.
+xkb_keysym_t KeyboardLayout::firstSymbolOf(int linuxCode) const
+{
+    refresh();
+    auto *keymap = _keymap ? _keymap.get() : _usKeymap.get();
+    const auto groups = keymap ? xkb_keymap_num_layouts(keymap) : 0;
+    for (xkb_layout_index_t group = 0; group < groups; ++group) {
+        const auto symbol = symbolIn(keymap, linuxCode, group);
+        if (symbol != XKB_KEY_NoSymbol)
+            return symbol;
+    }
+    return XKB_KEY_NoSymbol;
+}
+
+int KeyboardLayout::hotKeyCodeAt(int linuxCode) const
+{
+    using base::KeyTable::Kind;
+    const auto *place = base::KeyTable::findByLinuxCode(linuxCode);
+    const auto symbol = firstSymbolOf(linuxCode);
+    const int named = namedKeyOf(symbol);
+    if (named != base::KeyCode::unknown)
+        return named;
+    const bool isKey = place && place->kind != Kind::modifier && !isModifier(symbol);
+    return isKey ? place->keyCode : base::KeyCode::unknown;
+}
+
+QList<int> KeyboardLayout::placesOf(int keyCode) const
+{
+    QList<int> places;
+    for (int linuxCode = 1; linuxCode <= lastLinuxCode; ++linuxCode) {
+        if (keyCode != base::KeyCode::unknown && hotKeyCodeAt(linuxCode) == keyCode)
+            places.append(linuxCode);
+    }
+    return places;
+}
+
 unsigned KeyboardLayout::activeGroup() const
 {
     if (_waylandKeyboard)
@@ -241,15 +292,17 @@ unsigned KeyboardLayout::groupOf(std::uint32_t nativeModifiers) const
     return _connection ? (nativeModifiers >> 13) & 3U : activeGroup();
 }
 
-void KeyboardLayout::noticeX11Event(const void *event)
+/// A new layout is read at the next question.
+bool KeyboardLayout::nativeEventFilter(const QByteArray &eventType, void *message, qintptr *)
 {
-    if (!_connection)
-        return;
-    const auto *head = static_cast<const XkbEventHead *>(event);
+    if (eventType != "xcb_generic_event_t")
+        return false;
+    const auto *head = static_cast<const XkbEventHead *>(message);
     if ((head->responseType & 0x7F) == _firstXkbEvent &&
         (head->xkbType == newKeyboardNotify || head->xkbType == mapNotify)) {
         _isStale = true;
     }
+    return false;
 }
 
 }  // namespace vellumhound::platform

@@ -3,6 +3,7 @@
 
 #include "base/KeyTable.h"
 #include "platform/HotKeyCenter.h"
+#include "platform/linux/keyboard/NamedKeys.h"
 #include "platform/linux/keyboard/XkbCode.h"
 
 #include <QKeySequence>
@@ -19,45 +20,6 @@ namespace KeyTable = base::KeyTable;
 
 /// Longer than any combination that a desktop writes.
 constexpr qsizetype longestText = 128;
-
-struct NamedKey {
-    int keyCode;
-    int qtKey;
-    xkb_keysym_t symbol;
-};
-
-// clang-format off
-/// Keys that are the same on every layout.
-constexpr NamedKey namedKeys[] = {
-    {36, Qt::Key_Return, XKB_KEY_Return}, {48, Qt::Key_Tab, XKB_KEY_Tab},
-    {49, Qt::Key_Space, XKB_KEY_space}, {51, Qt::Key_Backspace, XKB_KEY_BackSpace},
-    {53, Qt::Key_Escape, XKB_KEY_Escape}, {76, Qt::Key_Enter, XKB_KEY_KP_Enter},
-    {72, Qt::Key_VolumeUp, XKB_KEY_XF86AudioRaiseVolume},
-    {73, Qt::Key_VolumeDown, XKB_KEY_XF86AudioLowerVolume},
-    {74, Qt::Key_VolumeMute, XKB_KEY_XF86AudioMute},
-    {102, Qt::Key_Hangul_Hanja, XKB_KEY_Hangul_Hanja}, {104, Qt::Key_Hangul, XKB_KEY_Hangul},
-    {110, Qt::Key_Menu, XKB_KEY_Menu}, {114, Qt::Key_Insert, XKB_KEY_Insert},
-    {115, Qt::Key_Home, XKB_KEY_Home}, {116, Qt::Key_PageUp, XKB_KEY_Prior},
-    {117, Qt::Key_Delete, XKB_KEY_Delete}, {119, Qt::Key_End, XKB_KEY_End},
-    {121, Qt::Key_PageDown, XKB_KEY_Next}, {123, Qt::Key_Left, XKB_KEY_Left},
-    {124, Qt::Key_Right, XKB_KEY_Right}, {125, Qt::Key_Down, XKB_KEY_Down},
-    {126, Qt::Key_Up, XKB_KEY_Up},
-
-    {65, Qt::Key_Period, XKB_KEY_KP_Decimal}, {67, Qt::Key_Asterisk, XKB_KEY_KP_Multiply},
-    {69, Qt::Key_Plus, XKB_KEY_KP_Add}, {75, Qt::Key_Slash, XKB_KEY_KP_Divide},
-    {78, Qt::Key_Minus, XKB_KEY_KP_Subtract}, {81, Qt::Key_Equal, XKB_KEY_KP_Equal},
-    {82, Qt::Key_0, XKB_KEY_KP_0}, {83, Qt::Key_1, XKB_KEY_KP_1}, {84, Qt::Key_2, XKB_KEY_KP_2},
-    {85, Qt::Key_3, XKB_KEY_KP_3}, {86, Qt::Key_4, XKB_KEY_KP_4}, {87, Qt::Key_5, XKB_KEY_KP_5},
-    {88, Qt::Key_6, XKB_KEY_KP_6}, {89, Qt::Key_7, XKB_KEY_KP_7}, {91, Qt::Key_8, XKB_KEY_KP_8},
-    {92, Qt::Key_9, XKB_KEY_KP_9}, {95, Qt::Key_Comma, XKB_KEY_KP_Separator},
-};
-// clang-format on
-
-bool isOnKeypad(int keyCode)
-{
-    const auto *key = KeyTable::findByKeyCode(keyCode);
-    return key && key->kind == KeyTable::Kind::keypad;
-}
 
 /// F1 is 0; below zero for any other key.
 int functionNumber(int keyCode)
@@ -296,7 +258,8 @@ int qtKeyOf(int keyCode, const KeyCharacters &characters)
 {
     for (const auto &named : namedKeys) {
         if (named.keyCode == keyCode)
-            return isOnKeypad(keyCode) ? named.qtKey | int(Qt::KeypadModifier) : named.qtKey;
+            return KeyTable::isOnKeypad(keyCode) ? named.qtKey | int(Qt::KeypadModifier)
+                                                 : named.qtKey;
     }
     if (const auto number = functionNumber(keyCode); number >= 0)
         return Qt::Key_F1 + number;
@@ -313,7 +276,8 @@ std::optional<int> keyOfQt(int key, bool isKeypad, const KeyCharacters &characte
         return 48;
     for (const auto &named : namedKeys) {
         // Qt marks the keypad's Enter as well, though it has a name of its own.
-        const bool isAlike = isOnKeypad(named.keyCode) == isKeypad || key == Qt::Key_Enter;
+        const bool isAlike =
+            KeyTable::isOnKeypad(named.keyCode) == isKeypad || key == Qt::Key_Enter;
         if (named.qtKey == key && isAlike)
             return named.keyCode;
     }
@@ -409,12 +373,6 @@ QString toPortal(const KeyCombination &combination, const KeyCharacters &charact
     return joinedText(combination, portalModifiers, characters);
 }
 
-std::optional<KeyCombination> fromPortal(QStringView text, const KeyCharacters &characters)
-{
-    return joined(
-        text, portalModifiers, [&](QStringView name) { return keyOfName(name, characters); });
-}
-
 QString toSway(const KeyCombination &combination, const KeyCharacters &characters)
 {
     return joinedText(combination, swayModifiers, characters);
@@ -437,33 +395,6 @@ QString toHyprland(const KeyCombination &combination, const KeyCharacters &chara
     return name.isEmpty()
                ? QString()
                : namesOf(combination.modifiers, hyprlandModifiers).join(u' ') + u", "_s + name;
-}
-
-std::optional<KeyCombination> fromHyprland(QStringView text, const KeyCharacters &characters)
-{
-    const auto comma = text.indexOf(u',');
-    if (comma < 0 || text.size() > longestText)
-        return std::nullopt;
-    KeyCombination combination;
-    // Several modifiers stand beside each other with whatever between them.
-    auto modifiers = text.first(comma).toString();
-    for (auto &c : modifiers)
-        c = c.isLetterOrNumber() ? c : QChar(u' ');
-    const auto names = QStringView(modifiers).split(u' ', Qt::SkipEmptyParts);
-    for (const auto name : names) {
-        const auto bit = modifierOf(name, hyprlandModifiers);
-        if (!bit)
-            return std::nullopt;
-        combination.modifiers |= *bit;
-    }
-    const auto name = text.sliced(comma + 1).trimmed();
-    const auto key = name.startsWith("code:"_L1, Qt::CaseInsensitive)
-                         ? keyOfHardwareCode(name.sliced(5))
-                         : keyOfName(name, characters);
-    if (!key)
-        return std::nullopt;
-    combination.keyCode = *key;
-    return combination;
 }
 
 QString xkbName(int keyCode, const KeyCharacters &characters)

@@ -25,7 +25,8 @@ struct KeyCombination {
 /// every modifier but the four of ours, a modifier alone, and what is no key at all. The texts may
 /// come from anywhere and be anything.
 ///
-/// Pure. What is written reads back as the same combination on the same layout.
+/// Pure. What is written reads back, where there is a reader, as the same combination on the same
+/// layout.
 namespace ShortcutText {
 
 /// Qt's key with its modifiers in one number, as KGlobalAccel uses it: Ctrl+Space is 0x04000020.
@@ -43,7 +44,6 @@ std::optional<KeyCombination> fromGtk(QStringView text, const KeyCharacters &cha
 
 /// Triggers of the portal for global shortcuts: "CTRL+ALT+t".
 QString toPortal(const KeyCombination &combination, const KeyCharacters &characters);
-std::optional<KeyCombination> fromPortal(QStringView text, const KeyCharacters &characters);
 
 /// Combinations of sway and i3, variables put in already: "Mod4+Shift+q".
 QString toSway(const KeyCombination &combination, const KeyCharacters &characters);
@@ -53,7 +53,6 @@ std::optional<KeyCombination> fromSwayCode(QStringView text);
 
 /// The first two fields of a bind of Hyprland: "CTRL SHIFT, q".
 QString toHyprland(const KeyCombination &combination, const KeyCharacters &characters);
-std::optional<KeyCombination> fromHyprland(QStringView text, const KeyCharacters &characters);
 
 /// The key alone by its name in the X keyboard extension, as the above name it: "space", "comma".
 /// Empty for a key that has none.

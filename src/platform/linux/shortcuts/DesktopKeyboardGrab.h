@@ -30,7 +30,7 @@ private:
 
     int _number = 0;  // of the latest grab; its token alone may end it
     bool _hasX11Grab = false;
-    std::unique_ptr<WaylandConnection> _wayland;  // from the first grab on
+    std::shared_ptr<WaylandConnection> _wayland;  // from the first grab on
     std::unique_ptr<ShortcutsInhibitor> _inhibitor;
 };
 

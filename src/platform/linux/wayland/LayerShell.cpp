@@ -40,7 +40,7 @@ std::unique_ptr<LayerShell> LayerShell::create(Handlers handlers)
     return std::unique_ptr<LayerShell>(new LayerShell(std::move(connection), std::move(handlers)));
 }
 
-LayerShell::LayerShell(std::unique_ptr<WaylandConnection> connection, Handlers handlers)
+LayerShell::LayerShell(std::shared_ptr<WaylandConnection> connection, Handlers handlers)
     : _connection(std::move(connection))
     , _handlers(std::move(handlers))
 {

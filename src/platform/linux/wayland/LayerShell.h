@@ -71,7 +71,7 @@ private:
         LayerRole *layer = nullptr;  // the role, if it is one
     };
 
-    LayerShell(std::unique_ptr<WaylandConnection> connection, Handlers handlers);
+    LayerShell(std::shared_ptr<WaylandConnection> connection, Handlers handlers);
     Place placeOf(const QWindow &window) const;
     void follow(QWindow *window);
     void beforeShowing(QWindow *window);
@@ -90,7 +90,7 @@ private:
     void moveBy(double dx, double dy);
     LayerRole *layerOf(const QWindow *window) const;
 
-    std::unique_ptr<WaylandConnection> _connection;
+    std::shared_ptr<WaylandConnection> _connection;
     const Handlers _handlers;
     QWindow *_panel = nullptr;
     std::map<const QWindow *, Placed> _placed;  // the windows on screen that are placed here

@@ -12,11 +12,12 @@ std::unique_ptr<ShortcutsInhibitor> ShortcutsInhibitor::inhibit(
     WaylandConnection &connection, QWindow *window)
 {
     auto *surface = WaylandConnection::surfaceOf(window);
-    auto *seat = connection.seat();
-    if (!connection.shortcutsInhibitors() || !surface || !seat)
+    auto *seat = connection.shortcutsInhibitors() && surface ? connection.makeSeat() : nullptr;
+    if (!seat)
         return nullptr;
     auto *object = zwp_keyboard_shortcuts_inhibit_manager_v1_inhibit_shortcuts(
         connection.shortcutsInhibitors(), surface, seat);
+    wl_seat_destroy(seat);
     // Nobody listens to it; its events go where somebody takes them off the queue.
     wl_proxy_set_queue(reinterpret_cast<wl_proxy *>(object), nullptr);
     connection.flush();

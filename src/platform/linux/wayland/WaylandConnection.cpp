@@ -79,10 +79,16 @@ void answerPing(void *, xdg_wm_base *shell, std::uint32_t serial)
 
 }  // namespace
 
-std::unique_ptr<WaylandConnection> WaylandConnection::open()
+std::shared_ptr<WaylandConnection> WaylandConnection::open()
 {
-    auto *display = named<wl_display>("wl_display");
-    return display ? std::unique_ptr<WaylandConnection>(new WaylandConnection(display)) : nullptr;
+    static std::weak_ptr<WaylandConnection> ofProcess;
+    auto connection = ofProcess.lock();
+    auto *display = connection ? nullptr : named<wl_display>("wl_display");
+    if (display) {
+        connection.reset(new WaylandConnection(display));
+        ofProcess = connection;
+    }
+    return connection;
 }
 
 WaylandConnection::WaylandConnection(wl_display *display)
@@ -110,8 +116,6 @@ WaylandConnection::WaylandConnection(wl_display *display)
 
 WaylandConnection::~WaylandConnection()
 {
-    if (_seat)
-        wl_seat_destroy(_seat);
     if (_shortcutsInhibitors)
         zwp_keyboard_shortcuts_inhibit_manager_v1_destroy(_shortcutsInhibitors);
     if (_relativePointers)
@@ -151,12 +155,11 @@ void WaylandConnection::bind(
     take(_shortcutsInhibitors, zwp_keyboard_shortcuts_inhibit_manager_v1_interface, 1);
 }
 
-wl_seat *WaylandConnection::seat()
+wl_seat *WaylandConnection::makeSeat()
 {
-    if (!_seat && _seatName != 0)
-        _seat =
-            static_cast<wl_seat *>(wl_registry_bind(_registry, _seatName, &wl_seat_interface, 1));
-    return _seat;
+    return _seatName == 0 ? nullptr
+                          : static_cast<wl_seat *>(
+                                wl_registry_bind(_registry, _seatName, &wl_seat_interface, 1));
 }
 
 bool WaylandConnection::isFullScreenWindowActive()

@@ -25,12 +25,13 @@ struct zwp_relative_pointer_manager_v1;
 
 namespace vellumhound::platform {
 
-/// What the compositor offers beyond what the toolkit uses, on the toolkit's own connection. Main
-/// thread; it goes before the application object does.
+/// What the compositor offers beyond what the toolkit uses, on the toolkit's own connection. The
+/// process has one, made for the first who opens it and gone with the last. Main thread; it goes
+/// before the application object does.
 class WaylandConnection {
 public:
     /// Null on any other window system.
-    static std::unique_ptr<WaylandConnection> open();
+    static std::shared_ptr<WaylandConnection> open();
     ~WaylandConnection();
     WaylandConnection(const WaylandConnection &) = delete;
     WaylandConnection &operator=(const WaylandConnection &) = delete;
@@ -45,9 +46,10 @@ public:
     {
         return _shortcutsInhibitors;
     }
-    /// The first of them. Made by the first call; what it tells is heard by `waitUntil` alone until
-    /// that was called for it.
-    wl_seat *seat();
+    /// The first seat, as an object of the caller's own, who destroys it before the connection
+    /// goes. What it tells is heard by `waitUntil` alone until that was called for it. Null without
+    /// any seat.
+    wl_seat *makeSeat();
 
     /// Whether the window in use covers its whole output, as far as the compositor tells. Waits for
     /// the answer.
@@ -81,7 +83,6 @@ private:
     wp_viewporter *_viewporter = nullptr;
     zwp_relative_pointer_manager_v1 *_relativePointers = nullptr;
     zwp_keyboard_shortcuts_inhibit_manager_v1 *_shortcutsInhibitors = nullptr;
-    wl_seat *_seat = nullptr;
     std::uint32_t _seatName = 0;        // 0: none
     std::uint32_t _windowListName = 0;  // of the list of all programs' windows; 0: none
 };

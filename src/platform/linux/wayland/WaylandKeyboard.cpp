@@ -14,14 +14,14 @@ namespace vellumhound::platform {
 std::unique_ptr<WaylandKeyboard> WaylandKeyboard::open()
 {
     auto connection = WaylandConnection::open();
-    if (!connection || !connection->seat())
-        return nullptr;
-    return std::unique_ptr<WaylandKeyboard>(new WaylandKeyboard(std::move(connection)));
+    auto *seat = connection ? connection->makeSeat() : nullptr;
+    return seat ? std::unique_ptr<WaylandKeyboard>(new WaylandKeyboard(std::move(connection), seat))
+                : nullptr;
 }
 
-WaylandKeyboard::WaylandKeyboard(std::unique_ptr<WaylandConnection> connection)
+WaylandKeyboard::WaylandKeyboard(std::shared_ptr<WaylandConnection> connection, wl_seat *seat)
     : _connection(std::move(connection))
-    , _seat(_connection->seat())
+    , _seat(seat)
 {
     static constexpr wl_seat_listener listener{
         [](void *self, wl_seat *, std::uint32_t capabilities) {
@@ -40,6 +40,7 @@ WaylandKeyboard::WaylandKeyboard(std::unique_ptr<WaylandConnection> connection)
 WaylandKeyboard::~WaylandKeyboard()
 {
     setCapabilities(0);
+    wl_seat_destroy(_seat);
 }
 
 void WaylandKeyboard::setCapabilities(std::uint32_t capabilities)

@@ -34,11 +34,11 @@ public:
     unsigned group() const { return _group; }
 
 private:
-    explicit WaylandKeyboard(std::unique_ptr<WaylandConnection> connection);
+    WaylandKeyboard(std::shared_ptr<WaylandConnection> connection, wl_seat *seat);
     void setCapabilities(std::uint32_t capabilities);
     void readKeymap(std::uint32_t format, int descriptor, std::uint32_t sizeBytes);
 
-    std::unique_ptr<WaylandConnection> _connection;
+    std::shared_ptr<WaylandConnection> _connection;
     wl_seat *_seat;
     wl_keyboard *_keyboard = nullptr;  // null while none is plugged in
     std::string _keymap;               // not taken yet

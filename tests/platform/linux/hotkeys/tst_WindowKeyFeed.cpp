@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/linux/hotkeys/WindowKeyFeed.h"
+#include "platform/linux/keyboard/KeyboardLayout.h"
 
 #include <QAction>
 #include <QApplication>
@@ -60,7 +61,7 @@ private Q_SLOTS:
     {
         QMenu menu;
         menu.popup({});
-        WindowKeyFeed feed;
+        WindowKeyFeed feed(platform::KeyboardLayout::ofSession());
         feed.start(receiver());
 
         // On another layout the key that S is on a US keyboard prints something else.
@@ -77,6 +78,22 @@ private Q_SLOTS:
         QCOMPARE(_told[1].modifiers, 0U);
     }
 
+    void aKeyIsToldAsHotKeysCountIt()
+    {
+        QMenu menu;
+        menu.popup({});
+        WindowKeyFeed feed(platform::KeyboardLayout::ofSession());
+        feed.start(receiver());
+
+        // On the keypad, with Num Lock off; then keys that count as none.
+        send(menu.windowHandle(), QEvent::KeyPress, Qt::Key_Home, KEY_KP7);
+        send(menu.windowHandle(), QEvent::KeyPress, Qt::Key_Control, KEY_LEFTCTRL);
+        send(menu.windowHandle(), QEvent::KeyPress, Qt::Key_S, -8);
+
+        QCOMPARE(_told.size(), 1);
+        QCOMPARE(_told[0].keyCode, 89U);
+    }
+
     void aMenuStaysOpenForAKeyThatIsTakenAndObeysAnyOther()
     {
         QMenu menu;
@@ -84,7 +101,7 @@ private Q_SLOTS:
         menu.setActiveAction(menu.actions().constFirst());
         menu.popup({});
         QSignalSpy triggered(&menu, &QMenu::triggered);
-        WindowKeyFeed feed;
+        WindowKeyFeed feed(platform::KeyboardLayout::ofSession());
         feed.start(receiver());
         _takenKey = spaceKey;
 
@@ -103,7 +120,7 @@ private Q_SLOTS:
         edit.show();
         QVERIFY(QTest::qWaitForWindowExposed(&edit));
         edit.setFocus();
-        WindowKeyFeed feed;
+        WindowKeyFeed feed(platform::KeyboardLayout::ofSession());
         feed.start(receiver());
         _takenKey = spaceKey;
 
@@ -122,7 +139,7 @@ private Q_SLOTS:
         QLineEdit edit;
         edit.show();
         QVERIFY(QTest::qWaitForWindowExposed(&edit));
-        WindowKeyFeed feed;
+        WindowKeyFeed feed(platform::KeyboardLayout::ofSession());
 
         send(edit.windowHandle(), QEvent::KeyPress, Qt::Key_S, KEY_S);
         QCOMPARE(_told.size(), 0);
@@ -143,7 +160,7 @@ private Q_SLOTS:
         QLineEdit edit;
         edit.show();
         QVERIFY(QTest::qWaitForWindowExposed(&edit));
-        WindowKeyFeed feed;
+        WindowKeyFeed feed(platform::KeyboardLayout::ofSession());
         feed.start([&](const HotKeyEvent &) {
             feed.stop();
             return true;

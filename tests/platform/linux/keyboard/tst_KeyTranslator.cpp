@@ -34,7 +34,7 @@ class tst_KeyTranslator : public QObject {
 private Q_SLOTS:
     void aLetterIsToldByItsPlace()
     {
-        KeyTranslator translator;
+        KeyTranslator translator(platform::KeyboardLayout::ofSession());
 
         const auto event = translator.translate(press(Qt::Key_Z, KEY_Y, {}, u"z"_s));
 
@@ -46,7 +46,7 @@ private Q_SLOTS:
 
     void aLetterOfAnotherScriptHasTheEquivalentOfItsPlace()
     {
-        KeyTranslator translator;
+        KeyTranslator translator(platform::KeyboardLayout::ofSession());
 
         const auto event = translator.translate(press(0x0441, KEY_C, {}, u"с"_s));
 
@@ -82,7 +82,7 @@ private Q_SLOTS:
     {
         QFETCH(int, key);
         QFETCH(int, keyCode);
-        KeyTranslator translator;
+        KeyTranslator translator(platform::KeyboardLayout::ofSession());
 
         QCOMPARE(translator.translate(press(key))->keyCode, keyCode);
         // The place of a key that somebody made into this one does not count.
@@ -92,7 +92,7 @@ private Q_SLOTS:
 
     void theKeypadWithoutNumLockNavigates()
     {
-        KeyTranslator translator;
+        KeyTranslator translator(platform::KeyboardLayout::ofSession());
 
         const auto event = translator.translate(press(Qt::Key_Up, KEY_KP8, Qt::KeypadModifier));
 
@@ -104,7 +104,7 @@ private Q_SLOTS:
 
     void theKeypadWithNumLockTypesDigits()
     {
-        KeyTranslator translator;
+        KeyTranslator translator(platform::KeyboardLayout::ofSession());
 
         const auto event =
             translator.translate(press(Qt::Key_8, KEY_KP8, Qt::KeypadModifier, u"8"_s));
@@ -116,7 +116,7 @@ private Q_SLOTS:
 
     void aPressWithoutAPlaceTakesThatOfItsSymbol()
     {
-        KeyTranslator translator;
+        KeyTranslator translator(platform::KeyboardLayout::ofSession());
 
         QCOMPARE(translator.translate(press(Qt::Key_F))->keyCode, base::KeyCode::f);
         QCOMPARE(translator.translate(press(Qt::Key_Comma))->keyCode, 43);
@@ -135,14 +135,14 @@ private Q_SLOTS:
     void aModifierAloneIsNoPress()
     {
         QFETCH(int, key);
-        KeyTranslator translator;
+        KeyTranslator translator(platform::KeyboardLayout::ofSession());
 
         QVERIFY(!translator.translate(press(key)));
     }
 
     void modifiersAreOneToOne()
     {
-        KeyTranslator translator;
+        KeyTranslator translator(platform::KeyboardLayout::ofSession());
         const auto literal = [&](Qt::KeyboardModifiers modifiers) {
             return translator.translate(press(Qt::Key_J, KEY_J, modifiers))->literalFlags;
         };
@@ -189,7 +189,7 @@ private Q_SLOTS:
         QFETCH(int, linuxCode);
         QFETCH(Qt::KeyboardModifiers, held);
         QFETCH(quint32, seen);
-        KeyTranslator translator;
+        KeyTranslator translator(platform::KeyboardLayout::ofSession());
 
         const auto event = translator.translate(press(key, linuxCode, held));
 
@@ -199,7 +199,7 @@ private Q_SLOTS:
 
     void arrowsCountAsKeysWithoutModifiers()
     {
-        KeyTranslator translator;
+        KeyTranslator translator(platform::KeyboardLayout::ofSession());
 
         const auto event = translator.translate(press(Qt::Key_Up, KEY_UP));
 
@@ -207,9 +207,36 @@ private Q_SLOTS:
         QCOMPARE(event->modifierFlags, Flags::numericPad | Flags::function);
     }
 
+    void theKeypadCountsByPlaceInHotKeys_data()
+    {
+        QTest::addColumn<int>("key");
+        QTest::addColumn<int>("linuxCode");
+        QTest::addColumn<int>("keyCode");
+        QTest::addColumn<int>("hotKeyCode");
+        QTest::newRow("7, Num Lock off") << int(Qt::Key_Home) << KEY_KP7 << 115 << 89;
+        QTest::newRow("7, Num Lock on") << int(Qt::Key_7) << KEY_KP7 << 89 << 89;
+        QTest::newRow("separator, Num Lock off") << int(Qt::Key_Delete) << KEY_KPDOT << 117 << 65;
+        QTest::newRow("Enter") << int(Qt::Key_Enter) << KEY_KPENTER << 76 << 76;
+        QTest::newRow("Home") << int(Qt::Key_Home) << KEY_HOME << 115 << 115;
+        QTest::newRow("no hardware code") << int(Qt::Key_Home) << 0 << 115 << 115;
+    }
+    void theKeypadCountsByPlaceInHotKeys()
+    {
+        QFETCH(int, key);
+        QFETCH(int, linuxCode);
+        QFETCH(int, keyCode);
+        QFETCH(int, hotKeyCode);
+        const KeyTranslator translator(platform::KeyboardLayout::ofSession());
+
+        const auto event = translator.translate(press(key, linuxCode, Qt::ControlModifier));
+
+        QCOMPARE(event->keyCode, keyCode);
+        QCOMPARE(event->hotKeyCode.value_or(event->keyCode), hotKeyCode);
+    }
+
     void repeatAndTimeAreKept()
     {
-        KeyTranslator translator;
+        KeyTranslator translator(platform::KeyboardLayout::ofSession());
         QKeyEvent repeated(
             QEvent::KeyPress, Qt::Key_Down, Qt::NoModifier, KEY_DOWN + 8, 0, 0, {}, true);
         repeated.setTimestamp(123456);

@@ -31,7 +31,7 @@ using Writing = std::function<QString(const KeyCombination &, const KeyCharacter
 struct Way {
     const char *name;
     Writing write;
-    Reading read;
+    Reading read;  // empty where nobody reads what the desktop has
 };
 
 const QList<Way> &ways()
@@ -39,9 +39,9 @@ const QList<Way> &ways()
     static const QList<Way> list{
         {"Qt", ShortcutText::toQtText, ShortcutText::fromQtText},
         {"GTK", ShortcutText::toGtk, ShortcutText::fromGtk},
-        {"portal", ShortcutText::toPortal, ShortcutText::fromPortal},
+        {"portal", ShortcutText::toPortal, {}},
         {"sway", ShortcutText::toSway, ShortcutText::fromSway},
-        {"Hyprland", ShortcutText::toHyprland, ShortcutText::fromHyprland},
+        {"Hyprland", ShortcutText::toHyprland, {}},
     };
     return list;
 }
@@ -138,7 +138,7 @@ private Q_SLOTS:
                 const int expected = isPrinting && text ? first->keyCode : key.keyCode;
                 for (const auto &way : ways()) {
                     const auto written = way.write(combination, characters);
-                    if (written.isEmpty())
+                    if (written.isEmpty() || !way.read)
                         continue;
                     QCOMPARE(qPrintable(u"%1 %2: "_s.arg(QLatin1StringView(way.name), written) +
                                         told(way.read(written, characters))),
@@ -153,7 +153,7 @@ private Q_SLOTS:
             }
         }
 
-        QVERIFY(compared > 1500);
+        QVERIFY(compared > 900);
     }
 
     void everyKeyButTheModifiersCanBeWritten()
@@ -242,7 +242,7 @@ private Q_SLOTS:
 
     void withoutALayoutOnlyNamedKeysAreKnown()
     {
-        const fakes::FakeKeyCharacters none;
+        const vellumhound::fakes::FakeKeyCharacters none;
 
         QCOMPARE(ShortcutText::toGtk({49, Modifiers::control}, none), u"<Control>space"_s);
         QCOMPARE(ShortcutText::toGtk({1, Modifiers::control}, none), QString());
@@ -287,21 +287,6 @@ private Q_SLOTS:
         row("sway", u"Mod4+button1", "-");
         row("sway", u"Mod4+0x71", "-");
         row("sway", u"Mod4+KP_Enter", "76 100");
-        row("portal", u"CTRL+space", "49 1000");
-        row("portal", u"LOGO+ALT+s", "1 900");
-        row("portal", u"logo+plus", "-");
-        row("portal", u"HYPER+s", "-");
-        row("Hyprland", u"SUPER SHIFT, Q", "12 300");
-        row("Hyprland", u"SUPER_SHIFT,Q", "12 300");
-        row("Hyprland", u"CTRL&ALT , Delete", "117 1800");
-        row("Hyprland", u", F5", "96 0");
-        row("Hyprland", u"CTRL, code:65", "49 1000");
-        row("Hyprland", u"CTRL, code:", "-");
-        row("Hyprland", u"CTRL, code:133", "-");
-        row("Hyprland", u"CTRL, mouse:272", "-");
-        row("Hyprland", u"CTRL SUPERB, q", "-");
-        row("Hyprland", u"CTRL", "-");
-        row("Hyprland", u"CTRL, q, exec", "-");
         row("Qt", u"Ctrl+Num+0", "82 1000");
         row("Qt", u"Alt+Shift+Backtab", "48 a00");
         row("Qt", u"Ctrl+X, Ctrl+S", "-");
@@ -357,8 +342,10 @@ private Q_SLOTS:
         QFETCH(QString, text);
         const auto us = layout("us");
 
-        for (const auto &way : ways())
-            QCOMPARE(told(way.read(text, us)), u"-"_s);
+        for (const auto &way : ways()) {
+            if (way.read)
+                QCOMPARE(told(way.read(text, us)), u"-"_s);
+        }
         QCOMPARE(told(ShortcutText::fromSwayCode(text)), u"-"_s);
     }
 
@@ -367,6 +354,8 @@ private Q_SLOTS:
         const auto us = layout("us");
 
         for (const auto &way : ways()) {
+            if (!way.read)
+                continue;
             const bool isQt = QLatin1StringView(way.name) == "Qt"_L1;
             QCOMPARE(told(way.read(u" ", us)), isQt ? u"49 0"_s : u"-"_s);
             QCOMPARE(told(way.read(u"<", us)), isQt ? u"10 0"_s : u"-"_s);
@@ -382,7 +371,6 @@ private Q_SLOTS:
         QCOMPARE(told(ShortcutText::fromGtk(u"<Control>plus", german)), u"30 1000"_s);
         QCOMPARE(told(ShortcutText::fromGtk(u"+", german)), u"-"_s);
         QCOMPARE(told(ShortcutText::fromSway(u"+", german)), u"-"_s);
-        QCOMPARE(told(ShortcutText::fromPortal(u"+", german)), u"-"_s);
     }
 };
 
