@@ -4,6 +4,7 @@
 #include "platform/linux/TrayHost.h"
 #include "support/Peer.h"
 
+#include <QDBusConnectionInterface>
 #include <QDBusMessage>
 #include <QDBusPendingCallWatcher>
 #include <QGuiApplication>
@@ -81,6 +82,21 @@ private:
     xcb_window_t _window;
 };
 
+bool isAnX11TrayThere()
+{
+    constexpr std::string_view name = "_NET_SYSTEM_TRAY_S0";
+    auto *connection = xcb_connect(nullptr, nullptr);
+    auto *atom = xcb_intern_atom_reply(connection,
+        xcb_intern_atom(connection, 0, std::uint16_t(name.size()), name.data()), nullptr);
+    auto *selection = xcb_get_selection_owner_reply(
+        connection, xcb_get_selection_owner(connection, atom->atom), nullptr);
+    const bool isThere = selection->owner != XCB_NONE;
+    std::free(atom);
+    std::free(selection);
+    xcb_disconnect(connection);
+    return isThere;
+}
+
 }  // namespace
 
 class tst_TrayHost : public QObject {
@@ -103,6 +119,14 @@ class tst_TrayHost : public QObject {
     }
 
 private Q_SLOTS:
+    void init()
+    {
+        // The X server and the bus see a moment later that a tray has gone with its program.
+        QTRY_VERIFY(!isAnX11TrayThere());
+        QTRY_VERIFY(!QDBusConnection::sessionBus().interface()->isServiceRegistered(
+            u"org.kde.StatusNotifierWatcher"_s));
+    }
+
     void withoutAnyTrayThereIsNone()
     {
         const TrayHost host(QDBusConnection::sessionBus(), _timer);
