@@ -32,10 +32,8 @@ std::unique_ptr<platform::HotKeyCenter> makeCenter(const platform::DesktopSessio
             return x11;
     }
     std::vector<std::unique_ptr<platform::HotKeyBackend>> backends;
-    platform::KGlobalAccelHotKeys::Options options;
-    options.isPartOfCompositor = true;
     backends.push_back(std::make_unique<platform::KGlobalAccelHotKeys>(
-        QDBusConnection::sessionBus(), keyCharacters, keyboard::hotKeyLabel, options));
+        QDBusConnection::sessionBus(), keyCharacters, keyboard::hotKeyLabel));
     // The portal learns who we are before the first call on a connection, so it has one of its own.
     backends.push_back(std::make_unique<platform::PortalHotKeys>(
         QDBusConnection::connectToBus(QDBusConnection::SessionBus, u"hot keys"_s),

@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// KDE's real service and real presses, inside KDE's window manager: on X11 a program of its own, on
-// Wayland a part of the compositor.
+// KDE's real service, a part of its compositor, and real presses.
 #include "platform/linux/hotkeys/WindowKeyFeed.h"
 #include "support/KGlobalAccelDesk.h"
 

@@ -72,6 +72,11 @@ public:
     {
         return _peer.start(u"kglobalaccel.py"_s, QStringList{_peer.logPath()} + words);
     }
+    /// As a part of the compositor.
+    bool startInCompositor(const QStringList &words = {})
+    {
+        return start(QStringList{u"compositor"_s} + words);
+    }
     void stop() { _peer.stop(); }
     /// Says it, and waits until it was obeyed.
     bool obey(const QString &word)
@@ -119,15 +124,21 @@ private:
     std::unique_ptr<Handler> _handler;
     std::unique_ptr<KGlobalAccelHotKeys> _keys;
 
-    void make(KGlobalAccelHotKeys::Options options = {})
+    void make(std::chrono::milliseconds answerLimit = 10s)
     {
         const auto labels = [](const QString &name) {
             return name == u"launch" ? u"Show the panel"_s : QString();
         };
         _keys = std::make_unique<KGlobalAccelHotKeys>(
-            QDBusConnection::sessionBus(), _characters, labels, options);
+            QDBusConnection::sessionBus(), _characters, labels, answerLimit);
         QVERIFY(_keys->installEventHandler(*_handler));
         _keys->addEventTypes(hotKeyKinds);
+    }
+    /// Once the service is known to be there: requests come no sooner.
+    void makePresent(std::chrono::milliseconds answerLimit = 10s)
+    {
+        make(answerLimit);
+        QTRY_COMPARE(_keys->presence(), Presence::present);
     }
     platform::HotKeyCenter::Registration add(
         const QString &name, int number, int keyCode = spaceKey, int modifiers = Modifiers::control)
@@ -138,7 +149,7 @@ private:
     /// With one hot key that is active.
     void makeActive()
     {
-        make();
+        makePresent();
         QCOMPARE(add(u"launch"_s, 1).status, Answer::noError);
         QTRY_COMPARE(stateOf(u"launch"_s), State::active);
     }
@@ -153,42 +164,39 @@ private Q_SLOTS:
     {
         _keys.reset();
         _service.reset();
-        QTRY_VERIFY(!QDBusConnection::sessionBus().interface()->isServiceRegistered(
-            u"org.kde.kglobalaccel"_s));
+        for (const auto &name : {u"org.kde.kglobalaccel"_s, u"org.kde.KWin"_s}) {
+            QTRY_VERIFY(!QDBusConnection::sessionBus().interface()->isServiceRegistered(name));
+        }
     }
 
     void withoutTheServiceNothingIsSupported()
     {
         make();
         QCOMPARE(_keys->presence(), Presence::unknown);
-        QCOMPARE(add(u"launch"_s, 1).status, Answer::noError);
-        QCOMPARE(stateOf(u"launch"_s), State::waiting);
+        QCOMPARE(add(u"launch"_s, 1).status, Answer::unsupported);
 
         QTRY_COMPARE(_keys->presence(), Presence::absent);
-        QTRY_COMPARE(_handler->told, QStringList{u"refused 1: -4"_s});
-        QCOMPARE(stateOf(u"launch"_s), State::refused);
+
         QCOMPARE(add(u"launch"_s, 2).status, Answer::unsupported);
+        QVERIFY(_handler->told.isEmpty());
     }
 
     void theServiceMayComeAndGo()
     {
         make();
-        int changes = 0;
-        _keys->setPresenceObserver([&] { ++changes; });
         QTRY_COMPARE(_keys->presence(), Presence::absent);
 
-        QVERIFY(_service->start());
+        QVERIFY(_service->startInCompositor());
         QTRY_COMPARE(_keys->presence(), Presence::present);
         _service->stop();
-        QTRY_COMPARE(_keys->presence(), Presence::absent);
 
-        QCOMPARE(changes, 3);
+        QTRY_COMPARE(_keys->presence(), Presence::absent);
     }
 
-    void onWaylandOnlyTheCompositorsOwnServiceCounts()
+    void onlyTheCompositorsOwnServiceCounts()
     {
         QVERIFY(_service->start());
-        make({.isPartOfCompositor = true});
+        make();
         QTRY_COMPARE(_keys->presence(), Presence::absent);
 
         QVERIFY(_service->obey(u"compositor"_s));
@@ -198,8 +206,8 @@ private Q_SLOTS:
 
     void aHotKeyIsAskedForByItsName()
     {
-        QVERIFY(_service->start());
-        make();
+        QVERIFY(_service->startInCompositor());
+        makePresent();
 
         QCOMPARE(add(u"launch"_s, 1).status, Answer::noError);
         QCOMPARE(stateOf(u"launch"_s), State::waiting);
@@ -218,8 +226,8 @@ private Q_SLOTS:
 
     void aKeyWithoutASymbolIsRefusedAtOnce()
     {
-        QVERIFY(_service->start());
-        make();
+        QVERIFY(_service->startInCompositor());
+        makePresent();
 
         const auto registration = add(u"launch"_s, 1, 0);
 
@@ -237,9 +245,9 @@ private Q_SLOTS:
     void aKeyOfAnotherProgramIsRefusedWithItsHolder()
     {
         QFETCH(QString, manner);
-        QVERIFY(
-            _service->start({manner, u"held:%1:Input Method:Switch Language"_s.arg(controlSpace)}));
-        make();
+        QVERIFY(_service->startInCompositor(
+            {manner, u"held:%1:Input Method:Switch Language"_s.arg(controlSpace)}));
+        makePresent();
 
         QCOMPARE(add(u"launch"_s, 1).status, Answer::noError);
 
@@ -256,7 +264,7 @@ private Q_SLOTS:
 
     void aKeyThatTheDesktopsUserChoseStays()
     {
-        QVERIFY(_service->start(
+        QVERIFY(_service->startInCompositor(
             {u"keys:launch:%1"_s.arg(metaSpace), u"default:launch:%1"_s.arg(controlSpace)}));
 
         makeActive();
@@ -268,7 +276,7 @@ private Q_SLOTS:
 
     void aKeyChosenThereAfterARefusalStaysToo()
     {
-        QVERIFY(_service->start({u"keys:launch:%1"_s.arg(metaSpace)}));
+        QVERIFY(_service->startInCompositor({u"keys:launch:%1"_s.arg(metaSpace)}));
 
         makeActive();
 
@@ -277,7 +285,7 @@ private Q_SLOTS:
 
     void anotherKeyThanTheLastOneTakesItsPlace()
     {
-        QVERIFY(_service->start(
+        QVERIFY(_service->startInCompositor(
             {u"keys:launch:%1"_s.arg(metaSpace), u"default:launch:%1"_s.arg(controlS)}));
 
         makeActive();
@@ -288,7 +296,8 @@ private Q_SLOTS:
 
     void aKeyGivenToAnotherProgramIsAskedForAgain()
     {
-        QVERIFY(_service->start({u"keys:launch:0"_s, u"default:launch:%1"_s.arg(controlSpace)}));
+        QVERIFY(_service->startInCompositor(
+            {u"keys:launch:0"_s, u"default:launch:%1"_s.arg(controlSpace)}));
 
         makeActive();
 
@@ -297,8 +306,9 @@ private Q_SLOTS:
 
     void aKeyRemovedThereStaysRemovedUntilItIsGivenBack()
     {
-        QVERIFY(_service->start({u"keys:launch:"_s, u"default:launch:%1"_s.arg(controlSpace)}));
-        make();
+        QVERIFY(_service->startInCompositor(
+            {u"keys:launch:"_s, u"default:launch:%1"_s.arg(controlSpace)}));
+        makePresent();
         add(u"launch"_s, 1);
 
         QTRY_COMPARE(stateOf(u"launch"_s), State::refused);
@@ -313,7 +323,7 @@ private Q_SLOTS:
 
     void aKeyChangedThereIsToldAndStillActs()
     {
-        QVERIFY(_service->start());
+        QVERIFY(_service->startInCompositor());
         makeActive();
         int reports = 0;
         _keys->setReportObserver([&] { ++reports; });
@@ -340,10 +350,9 @@ private Q_SLOTS:
         QTest::newRow("told as presses without a time")
             << QStringList{u"press:launch:0"_s, u"press:launch:0"_s, u"release:launch:0"_s}
             << QStringList{u"down 1"_s, u"repeat 1"_s, u"up 1"_s};
-        QTest::newRow("the release overtook a repetition")
-            << QStringList{u"press:launch:1000"_s, u"press:launch:1500"_s, u"release:launch:1500"_s,
-                   u"press:launch:1530"_s}
-            << QStringList{u"down 1"_s, u"repeat 1"_s, u"up 1"_s, u"repeat 1"_s};
+        QTest::newRow("pressed again at once")
+            << QStringList{u"press:launch:1000"_s, u"release:launch:1010"_s, u"press:launch:1030"_s}
+            << QStringList{u"down 1"_s, u"up 1"_s, u"down 1"_s};
         QTest::newRow("the release was lost")
             << QStringList{u"press:launch:1000"_s, u"press:launch:4001"_s}
             << QStringList{u"down 1"_s, u"down 1"_s};
@@ -352,7 +361,7 @@ private Q_SLOTS:
     {
         QFETCH(QStringList, words);
         QFETCH(QStringList, told);
-        QVERIFY(_service->start());
+        QVERIFY(_service->startInCompositor());
         makeActive();
 
         for (const auto &word : words)
@@ -363,7 +372,7 @@ private Q_SLOTS:
 
     void onlyTheServiceItselfIsBelieved()
     {
-        QVERIFY(_service->start());
+        QVERIFY(_service->startInCompositor());
         makeActive();
         auto forged = QDBusMessage::createSignal(u"/component/org_vellumhound_Vellumhound"_s,
             u"org.kde.kglobalaccel.Component"_s, u"globalShortcutPressed"_s);
@@ -377,7 +386,7 @@ private Q_SLOTS:
 
     void onlyTheKindsAskedForAreTold()
     {
-        QVERIFY(_service->start());
+        QVERIFY(_service->startInCompositor());
         makeActive();
         _keys->removeEventTypes(std::array{int(HotKeyEvent::pressed)});
 
@@ -389,8 +398,8 @@ private Q_SLOTS:
 
     void aKeyGivenBackIsHeardNoMoreAndKeptInTheDesktopsSettings()
     {
-        QVERIFY(_service->start());
-        make();
+        QVERIFY(_service->startInCompositor());
+        makePresent();
         const auto first = add(u"launch"_s, 1);
         add(u"other"_s, 2, 1);
         QTRY_COMPARE(stateOf(u"other"_s), State::active);
@@ -408,7 +417,7 @@ private Q_SLOTS:
 
     void allKeysAreGivenBackAtTheEnd()
     {
-        QVERIFY(_service->start());
+        QVERIFY(_service->startInCompositor());
         makeActive();
 
         _keys.reset();
@@ -418,9 +427,8 @@ private Q_SLOTS:
 
     void whatIsGivenBackWhileTheServiceThinksStaysGivenBack()
     {
-        QVERIFY(_service->start({u"hang"_s}));
-        make();
-        QTRY_COMPARE(_keys->presence(), Presence::present);
+        QVERIFY(_service->startInCompositor({u"hang"_s}));
+        makePresent();
         const auto registration = add(u"launch"_s, 1);
         QTRY_VERIFY(_service->calls().contains(u"doRegister launch"_s));
 
@@ -437,9 +445,8 @@ private Q_SLOTS:
 
     void theLastRequestForANameCounts()
     {
-        QVERIFY(_service->start({u"hang"_s}));
-        make();
-        QTRY_COMPARE(_keys->presence(), Presence::present);
+        QVERIFY(_service->startInCompositor({u"hang"_s}));
+        makePresent();
         const auto first = add(u"launch"_s, 1);
         _keys->unregisterHotKey(*first.handle);
         add(u"launch"_s, 2, 1);
@@ -456,9 +463,8 @@ private Q_SLOTS:
 
     void aServiceThatNeverAnswersIsWaitedForOnlySoLong()
     {
-        QVERIFY(_service->start({u"hang"_s}));
-        make({.limit = 200ms});
-        QTRY_COMPARE(_keys->presence(), Presence::present);
+        QVERIFY(_service->startInCompositor({u"hang"_s}));
+        makePresent(200ms);
         QTest::ignoreMessage(
             QtWarningMsg, QRegularExpression(u"^KGlobalAccel did not answer doRegister: .+"_s));
 
@@ -481,8 +487,8 @@ private Q_SLOTS:
     void anErrorIsARefusal()
     {
         QFETCH(QString, method);
-        QVERIFY(_service->start({u"fail "_s + method}));
-        make();
+        QVERIFY(_service->startInCompositor({u"fail "_s + method}));
+        makePresent();
         QTest::ignoreMessage(QtWarningMsg,
             qPrintable(
                 u"KGlobalAccel did not answer %1: the service is in a bad mood"_s.arg(method)));
@@ -495,9 +501,8 @@ private Q_SLOTS:
 
     void aServiceThatEndsInBetweenIsAskedAgainWhenItIsBack()
     {
-        QVERIFY(_service->start({u"hang"_s}));
-        make();
-        QTRY_COMPARE(_keys->presence(), Presence::present);
+        QVERIFY(_service->startInCompositor({u"hang"_s}));
+        makePresent();
         add(u"launch"_s, 1);
         QTRY_VERIFY(_service->calls().contains(u"defaultShortcutKeys launch"_s));
 
@@ -505,7 +510,7 @@ private Q_SLOTS:
         QTRY_COMPARE(_keys->presence(), Presence::absent);
         QCOMPARE(stateOf(u"launch"_s), State::waiting);
         _service = std::make_unique<Service>();
-        QVERIFY(_service->start());
+        QVERIFY(_service->startInCompositor());
 
         QTRY_COMPARE(stateOf(u"launch"_s), State::active);
         QVERIFY(_handler->told.isEmpty());
@@ -513,7 +518,7 @@ private Q_SLOTS:
 
     void aServiceThatWasStartedAnewGetsAllKeysAgain()
     {
-        QVERIFY(_service->start());
+        QVERIFY(_service->startInCompositor());
         makeActive();
         add(u"other"_s, 2, 1);
         QTRY_COMPARE(stateOf(u"other"_s), State::active);
@@ -522,7 +527,7 @@ private Q_SLOTS:
         _service->stop();
         QTRY_COMPARE(stateOf(u"launch"_s), State::waiting);
         _service = std::make_unique<Service>();
-        QVERIFY(_service->start());
+        QVERIFY(_service->startInCompositor());
 
         QTRY_COMPARE(stateOf(u"launch"_s), State::active);
         QTRY_COMPARE(stateOf(u"other"_s), State::active);
@@ -535,8 +540,8 @@ private Q_SLOTS:
 
     void theHandlerMayGiveTheKeyBackWhenItIsPressed()
     {
-        QVERIFY(_service->start());
-        make();
+        QVERIFY(_service->startInCompositor());
+        makePresent();
         const auto registration = add(u"launch"_s, 1);
         QTRY_COMPARE(stateOf(u"launch"_s), State::active);
         _handler->whenTold = [&] { _keys->unregisterHotKey(*registration.handle); };
@@ -550,8 +555,8 @@ private Q_SLOTS:
 
     void theObserverOfReportsMayGiveTheKeyBack()
     {
-        QVERIFY(_service->start());
-        make();
+        QVERIFY(_service->startInCompositor());
+        makePresent();
         const auto registration = add(u"launch"_s, 1);
         QTRY_COMPARE(stateOf(u"launch"_s), State::active);
         _keys->setReportObserver([&] { _keys->unregisterHotKey(*registration.handle); });

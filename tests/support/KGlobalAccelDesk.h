@@ -19,7 +19,7 @@ namespace vellumhound::support {
 
 /// KDE's real service for hot keys with our side of it, and the keys that a test presses. Hot keys
 /// are told by number: "down 1", "up 1". Nothing is pressed before keys are known to arrive, and a
-/// key is held until its press was told: the service on X11 may miss the release of a quick one.
+/// key is held until its press was told.
 class KGlobalAccelDesk final : private platform::HotKeyCenter::EventHandler {
 public:
     using State = platform::HotKeyReport::State;
@@ -46,12 +46,12 @@ public:
     bool start()
     {
         using platform::HotKeyEvent;
-        const bool isWayland = QGuiApplication::platformName() == QStringLiteral("wayland");
         const auto label = [](const QString &name) { return QStringLiteral("Test of ") + name; };
         center.reset();
-        center = std::make_unique<platform::KGlobalAccelHotKeys>(QDBusConnection::sessionBus(),
-            _characters, label,
-            platform::KGlobalAccelHotKeys::Options{.isPartOfCompositor = isWayland});
+        center = std::make_unique<platform::KGlobalAccelHotKeys>(
+            QDBusConnection::sessionBus(), _characters, label);
+        if (!QTest::qWaitFor([&] { return center->isSupported(); }))
+            return false;
         center->installEventHandler(*this);
         center->addEventTypes(std::array<int, 2>{HotKeyEvent::pressed, HotKeyEvent::released});
         add(firstMarker, 101, 0);   // F9

@@ -2,7 +2,6 @@
 #include "platform/linux/hotkeys/KGlobalAccelHotKeys.h"
 
 #include "platform/linux/keyboard/ShortcutText.h"
-#include "platform/linux/x11/X11Time.h"
 #include "platform/Logging.h"
 
 #include <QDBusArgument>
@@ -32,9 +31,6 @@ constexpr uint defaults = 8;  // they are those that the user gets back on reque
 /// No keyboard waits as long before it repeats a key: whoever presses after it presses anew, even
 /// if the release was lost.
 constexpr std::chrono::milliseconds longestRepeatPause{3000};
-/// Nobody presses one key twice as fast; the service on X11, which learns of releases by another
-/// road than of presses, may tell a release before the last repetitions.
-constexpr std::chrono::milliseconds quickestPresses{75};
 
 bool isError(const QDBusMessage &answer)
 {
@@ -106,11 +102,11 @@ QString textOf(const QList<int> &keys)
 
 }  // namespace
 
-KGlobalAccelHotKeys::KGlobalAccelHotKeys(
-    QDBusConnection bus, const KeyCharacters &characters, HotKeyLabels labels, Options options)
+KGlobalAccelHotKeys::KGlobalAccelHotKeys(QDBusConnection bus, const KeyCharacters &characters,
+    HotKeyLabels labels, std::chrono::milliseconds answerLimit)
     : _characters(characters)
     , _labels(std::move(labels))
-    , _service(std::move(bus), component, options)
+    , _service(std::move(bus), component, answerLimit)
 {
     using Service = KGlobalAccelService;
     connect(&_service, &Service::presenceChanged, this, &KGlobalAccelHotKeys::updatePresence);
@@ -130,7 +126,7 @@ KGlobalAccelHotKeys::~KGlobalAccelHotKeys()
 
 HotKeyCenter::Registration KGlobalAccelHotKeys::registerHotKey(const HotKeyRequest &request)
 {
-    if (presence() == Presence::absent)
+    if (presence() != Presence::present)
         return {HotKeyAnswer::unsupported, std::nullopt};
     const auto key = ShortcutText::toQt({request.keyCode, request.modifiers}, _characters);
     if (!key) {
@@ -144,8 +140,7 @@ HotKeyCenter::Registration KGlobalAccelHotKeys::registerHotKey(const HotKeyReque
     entry.key = *key;
     setReport(
         request.name, {HotKeyReport::State::waiting, HotKeyFacility::kGlobalAccel, {}, {}, {}});
-    if (presence() == Presence::present)
-        begin(handle, entry);
+    begin(handle, entry);
     return {HotKeyAnswer::noError, handle};
 }
 
@@ -290,18 +285,6 @@ void KGlobalAccelHotKeys::updatePresence()
 {
     announcePresence();
     beginAll();
-    if (presence() != Presence::absent || std::exchange(_isPresenceKnown, true))
-        return;
-    // What was asked for on trust comes to nothing.
-    QList<Handle> handles;
-    for (const auto &[handle, entry] : _entries)
-        handles.append(handle);
-    for (const auto handle : std::as_const(handles)) {
-        if (_entries.contains(handle)) {
-            refuse(handle, {HotKeyReport::State::refused, HotKeyFacility::kGlobalAccel, {}, {},
-                               HotKeyAnswer::unsupported});
-        }
-    }
 }
 
 /// Those that the service was not asked for yet, or that went with the one before.
@@ -309,7 +292,6 @@ void KGlobalAccelHotKeys::beginAll()
 {
     if (presence() != Presence::present)
         return;
-    _isPresenceKnown = true;
     for (auto &[handle, entry] : _entries) {
         if (entry.conversation == 0)
             begin(handle, entry);
@@ -342,12 +324,10 @@ void KGlobalAccelHotKeys::onPressed(const QString &name, qlonglong time)
     const auto now = time != 0
                          ? Milliseconds(time)
                          : duration_cast<Milliseconds>(steady_clock::now().time_since_epoch());
-    const auto longest = entry.isDown ? longestRepeatPause : quickestPresses;
-    const bool isRepeat = entry.lastPress && now - *entry.lastPress < longest;
+    const bool isRepeat =
+        entry.isDown && entry.lastPress && now - *entry.lastPress < longestRepeatPause;
     entry.isDown = true;
     entry.lastPress = now;
-    if (!isRepeat)
-        setUserTime(std::uint32_t(time));
     give(HotKeyEvent::pressed, entry.request.id, isRepeat);
 }
 

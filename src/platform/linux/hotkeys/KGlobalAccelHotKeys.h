@@ -18,10 +18,9 @@
 
 namespace vellumhound::platform {
 
-/// Hot keys by KDE's service for them, KGlobalAccel: in a Wayland session it is a part of the
-/// compositor, on X11 a program of its own. The user finds our keys in the desktop's settings and
-/// may change them there. What was decided last holds: a key set there stays until another one is
-/// asked for here.
+/// Hot keys by KDE's service for them, KGlobalAccel, in a Wayland session, where it is a part of
+/// the compositor. The user finds our keys in the desktop's settings and may change them there.
+/// What was decided last holds: a key set there stays until another one is asked for here.
 ///
 /// A registration is a short conversation with the service and stands as `waiting` for so long.
 /// Each conversation has a number; an answer to one that is over is dropped.
@@ -31,11 +30,10 @@ class KGlobalAccelHotKeys final : public QObject, public HotKeyBackend {
     Q_OBJECT
 
 public:
-    using Options = KGlobalAccelService::Options;
-
-    /// `bus` is the session bus, connected or not. `characters` outlives this object.
-    KGlobalAccelHotKeys(
-        QDBusConnection bus, const KeyCharacters &characters, HotKeyLabels labels, Options options);
+    /// `bus` is the session bus, connected or not. `characters` outlives this object. The service
+    /// has `answerLimit` for each answer.
+    KGlobalAccelHotKeys(QDBusConnection bus, const KeyCharacters &characters, HotKeyLabels labels,
+        std::chrono::milliseconds answerLimit = std::chrono::seconds(10));
     /// Gives all hot keys back.
     ~KGlobalAccelHotKeys() override;
 
@@ -86,7 +84,6 @@ private:
     KGlobalAccelService _service;
     std::map<Handle, Entry> _entries;
     unsigned _lastConversation = 0;
-    bool _isPresenceKnown = false;
 };
 
 }  // namespace vellumhound::platform

@@ -34,10 +34,11 @@ QVariant firstOf(const QDBusMessage &answer)
 
 }  // namespace
 
-KGlobalAccelService::KGlobalAccelService(QDBusConnection bus, QString component, Options options)
+KGlobalAccelService::KGlobalAccelService(
+    QDBusConnection bus, QString component, std::chrono::milliseconds answerLimit)
     : _bus(std::move(bus))
     , _component(std::move(component))
-    , _options(options)
+    , _answerLimit(answerLimit)
 {
     if (!_bus.isConnected()) {
         _presence = Presence::absent;
@@ -46,8 +47,6 @@ KGlobalAccelService::KGlobalAccelService(QDBusConnection bus, QString component,
     listen();
     follow();
     findOwner();
-    if (!_options.isPartOfCompositor)
-        findActivatable();
 }
 
 KGlobalAccelService::~KGlobalAccelService() = default;
@@ -73,8 +72,7 @@ void KGlobalAccelService::follow()
 {
     auto *watcher =
         new QDBusServiceWatcher(serviceName, _bus, QDBusServiceWatcher::WatchForOwnerChange, this);
-    if (_options.isPartOfCompositor)
-        watcher->addWatchedService(compositorName);
+    watcher->addWatchedService(compositorName);
     connect(watcher, &QDBusServiceWatcher::serviceOwnerChanged, this,
         [this](const QString &name, const QString &, const QString &owner) {
             if (name == serviceName) {
@@ -93,14 +91,6 @@ void KGlobalAccelService::findOwner()
     send(message, [this, question = ++_ownerQuestion](const QDBusMessage &answer) {
         if (question == _ownerQuestion)
             takeOwner(firstOf(answer).toString());
-    });
-}
-
-void KGlobalAccelService::findActivatable()
-{
-    send(busCall(u"ListActivatableNames"_s), [this](const QDBusMessage &answer) {
-        _isActivatable = firstOf(answer).toStringList().contains(serviceName);
-        updatePresence();
     });
 }
 
@@ -136,7 +126,7 @@ void KGlobalAccelService::takeOwner(const QString &owner)
         return;
     _isCompositor.reset();
     ++_compositorQuestion;
-    if (_options.isPartOfCompositor && !owner.isEmpty())
+    if (!owner.isEmpty())
         findCompositor();
     if (former && !former->isEmpty())
         Q_EMIT stopped();
@@ -152,9 +142,9 @@ void KGlobalAccelService::updatePresence()
     };
     auto presence = Presence::unknown;
     if (_owner && !_owner->isEmpty())
-        presence = _options.isPartOfCompositor ? byAnswer(_isCompositor) : Presence::present;
+        presence = byAnswer(_isCompositor);
     else if (_owner)
-        presence = _options.isPartOfCompositor ? Presence::absent : byAnswer(_isActivatable);
+        presence = Presence::absent;
     if (presence != std::exchange(_presence, presence))
         Q_EMIT presenceChanged();
 }
@@ -164,7 +154,7 @@ void KGlobalAccelService::ask(const QString &method, const QVariantList &argumen
     auto message =
         QDBusMessage::createMethodCall(serviceName, servicePath, serviceInterface, method);
     message.setArguments(arguments);
-    message.setAutoStartService(!_options.isPartOfCompositor);
+    message.setAutoStartService(false);
     send(message, [this, answer = std::move(answer)](const QDBusMessage &reply) {
         if (reply.type() == QDBusMessage::ReplyMessage)
             answer(reply);
@@ -193,7 +183,7 @@ void KGlobalAccelService::tell(const QString &method, const QVariantList &argume
 
 void KGlobalAccelService::send(const QDBusMessage &message, Answer answer)
 {
-    const auto call = _bus.asyncCall(message, int(_options.limit.count()));
+    const auto call = _bus.asyncCall(message, int(_answerLimit.count()));
     auto *watcher = new QDBusPendingCallWatcher(call, this);
     connect(
         watcher, &QDBusPendingCallWatcher::finished, this, [watcher, answer = std::move(answer)] {

@@ -24,23 +24,19 @@ class KGlobalAccelService final : public QObject {
     Q_OBJECT
 
 public:
-    struct Options {
-        /// On Wayland only the compositor hears keys everywhere: there another owner of the name is
-        /// of no use, nor is one that would have to be started first.
-        bool isPartOfCompositor = false;
-        std::chrono::milliseconds limit{10'000};  ///< of each answer, the service's start included
-    };
     /// Gets the answer, or an error if there was none in time.
     using Answer = std::function<void(const QDBusMessage &)>;
 
     /// `bus` is the session bus, connected or not.
-    KGlobalAccelService(QDBusConnection bus, QString component, Options options);
+    KGlobalAccelService(
+        QDBusConnection bus, QString component, std::chrono::milliseconds answerLimit);
     ~KGlobalAccelService() override;
 
-    /// It is present if it runs or would be started.
+    /// It is present if the compositor runs it: only the compositor hears keys everywhere, so
+    /// another owner of the name is of no use, nor is one that would have to be started first.
     HotKeyBackend::Presence presence() const { return _presence; }
 
-    /// Starts the service if it may. No answer comes once this object is gone.
+    /// No answer comes once this object is gone.
     void ask(const QString &method, const QVariantList &arguments, Answer answer);
     /// Without an answer, and without effect if the service does not run. The service takes up what
     /// is asked and told in the order of the calls.
@@ -73,7 +69,6 @@ private:
     void follow();
     void listen();
     void findOwner();
-    void findActivatable();
     void findCompositor();
     void takeOwner(const QString &owner);
     void updatePresence();
@@ -83,14 +78,13 @@ private:
 
     QDBusConnection _bus;
     QString _component;
-    Options _options;
+    std::chrono::milliseconds _answerLimit;
     HotKeyBackend::Presence _presence = HotKeyBackend::Presence::unknown;
     // Absent as long as the bus has not told.
-    std::optional<QString> _owner;       // its unique name, empty for none
-    std::optional<bool> _isActivatable;  // of no interest where it is a part of the compositor
-    std::optional<bool> _isCompositor;   // of interest only there
-    unsigned _ownerQuestion = 0;         // the last one; answers to older ones are dropped
-    unsigned _compositorQuestion = 0;    // likewise
+    std::optional<QString> _owner;  // its unique name, empty for none
+    std::optional<bool> _isCompositor;
+    unsigned _ownerQuestion = 0;       // the last one; answers to older ones are dropped
+    unsigned _compositorQuestion = 0;  // likewise
 };
 
 }  // namespace vellumhound::platform
