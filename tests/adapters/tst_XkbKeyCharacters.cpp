@@ -9,7 +9,7 @@
 
 using namespace vellumhound::platform;
 using namespace Qt::StringLiterals;
-using support::run;
+using vellumhound::support::run;
 
 class tst_XkbKeyCharacters : public QObject {
     Q_OBJECT
