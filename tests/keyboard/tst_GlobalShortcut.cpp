@@ -29,7 +29,7 @@ private Q_SLOTS:
             R"({"carbonKeyCode":1,"carbonModifiers":2048})");
         QCOMPARE(fixture.stored(u"browseFinderWindows"_s),
             R"({"carbonKeyCode":3,"carbonModifiers":2048})");
-        QCOMPARE(fixture.center.calls, (QStringList{u"register 49 4096 #1"_s, u"install"_s,
+        QCOMPARE(fixture.center.calls, (QStringList{u"register 49 4096 #1"_s,
                                            u"register 1 2048 #2"_s, u"register 3 2048 #3"_s}));
         QCOMPARE(fixture.changes, (QList{GlobalShortcut::launchVellumhound(),
                                       GlobalShortcut::loadSelectedFilesFromFinder(),
