@@ -29,12 +29,14 @@ QList<MenuItem> TrayMenuKeys::itemArray() const
 }
 
 Recorders::Recorders(HotKeys &hotKeys, base::NotificationCenter &notificationCenter,
-    base::MainQueue &mainQueue, platform::KeyTranslator &keyTranslator)
+    base::MainQueue &mainQueue, platform::KeyTranslator &keyTranslator,
+    std::shared_ptr<const platform::KeyboardLayout> keyboardLayout)
     : _hotKeys(hotKeys)
     , _notificationCenter(notificationCenter)
     , _mainQueue(mainQueue)
     , _events(keyTranslator)
-    , _systemShortcuts(hotKeys.session(), hotKeys.keyCharacters(), QDBusConnection::sessionBus())
+    , _systemShortcuts(hotKeys.session(), hotKeys.keyCharacters(), std::move(keyboardLayout),
+          QDBusConnection::sessionBus())
 {
 }
 

@@ -27,7 +27,8 @@ public:
 class Recorders {
 public:
     Recorders(HotKeys &hotKeys, base::NotificationCenter &notificationCenter,
-        base::MainQueue &mainQueue, platform::KeyTranslator &keyTranslator);
+        base::MainQueue &mainQueue, platform::KeyTranslator &keyTranslator,
+        std::shared_ptr<const platform::KeyboardLayout> keyboardLayout);
     Q_DISABLE_COPY_MOVE(Recorders)
 
     keyboard::KeyboardShortcuts::RecorderCocoa::Environment environment();

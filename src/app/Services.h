@@ -67,7 +67,7 @@ struct Services {
     keyboard::KeyboardMonitor keyboardMonitor{keyFilter, queue};
 
     HotKeys hotKeys;
-    Recorders recorders{hotKeys, notificationCenter, queue, keyTranslator};
+    Recorders recorders{hotKeys, notificationCenter, queue, keyTranslator, keyboardLayout};
     shell::MenuTracking menuTracking{notificationCenter};
 
 private:

@@ -5,6 +5,7 @@
 #include "platform/linux/x11/X11Connection.h"
 #include "support/OtherClient.h"
 #include "support/Peer.h"
+#include "support/RunProgram.h"
 #include "support/ShortcutFixture.h"
 
 #include <QElapsedTimer>
@@ -30,6 +31,12 @@ QString holderOf(const platform::KeyCombination &keys)
         .value_or(u"nobody"_s);
 }
 
+bool isHeld(const platform::KeyCombination &combination)
+{
+    return platform::isHeldOnX11(
+        platform::x11Connection(), combination, *platform::KeyboardLayout::ofSession());
+}
+
 }  // namespace
 
 class tst_KeyHolders : public QObject {
@@ -40,7 +47,7 @@ private Q_SLOTS:
 
     void aKeyThatNobodyHasIsFreeAndStaysFree()
     {
-        QVERIFY(!platform::isHeldOnX11(platform::x11Connection(), controlSpace));
+        QVERIFY(!isHeld(controlSpace));
 
         support::OtherClient other;
         QVERIFY(other.grab(KEY_SPACE, XCB_MOD_MASK_CONTROL));
@@ -51,9 +58,9 @@ private Q_SLOTS:
         support::OtherClient other;
         QVERIFY(other.grab(KEY_SPACE, XCB_MOD_MASK_CONTROL));
 
-        QVERIFY(platform::isHeldOnX11(platform::x11Connection(), controlSpace));
-        QVERIFY(!platform::isHeldOnX11(platform::x11Connection(), {49, Modifiers::option}));
-        QVERIFY(!platform::isHeldOnX11(platform::x11Connection(), {1, Modifiers::control}));
+        QVERIFY(isHeld(controlSpace));
+        QVERIFY(!isHeld({49, Modifiers::option}));
+        QVERIFY(!isHeld({1, Modifiers::control}));
     }
 
     void aKeyThatIsHeldWithALockAloneIsHeld()
@@ -61,7 +68,19 @@ private Q_SLOTS:
         support::OtherClient other;
         QVERIFY(other.grab(KEY_SPACE, XCB_MOD_MASK_CONTROL | XCB_MOD_MASK_LOCK));
 
-        QVERIFY(platform::isHeldOnX11(platform::x11Connection(), controlSpace));
+        QVERIFY(isHeld(controlSpace));
+    }
+
+    void aSwappedKeyIsHeldWhereItIsNow()
+    {
+        QVERIFY(support::run(u"setxkbmap"_s, {u"us"_s, u"-option"_s, u"caps:swapescape"_s}));
+        support::OtherClient other;
+        QVERIFY(other.grab(KEY_CAPSLOCK, XCB_MOD_MASK_CONTROL));
+
+        const bool isEscapeHeld = isHeld({53, Modifiers::control});
+
+        QVERIFY(support::run(u"setxkbmap"_s, {u"us"_s, u"-option"_s, u""_s}));
+        QVERIFY(isEscapeHeld);
     }
 
     void askingTakesNoHotKeyAway()
@@ -69,7 +88,7 @@ private Q_SLOTS:
         platform::X11HotKeys center(platform::KeyboardLayout::ofSession());
         QVERIFY(center.registerHotKey({49, Modifiers::control, {1, 1}, u"a"_s}).handle);
 
-        QVERIFY(platform::isHeldOnX11(platform::x11Connection(), controlSpace));
+        QVERIFY(isHeld(controlSpace));
 
         support::OtherClient other;
         QVERIFY(!other.grab(KEY_SPACE, XCB_MOD_MASK_CONTROL));
@@ -85,15 +104,16 @@ private Q_SLOTS:
 
             center.unregisterHotKey(*registration.handle);
 
-            QVERIFY(!platform::isHeldOnX11(platform::x11Connection(), controlSpace));
+            QVERIFY(!isHeld(controlSpace));
         }
     }
 
     void whatIsNoKeyIsHeldByNobody()
     {
         for (const int keyCode : {-1, 52, 1000, 63})
-            QVERIFY(!platform::isHeldOnX11(platform::x11Connection(), {keyCode, 0}));
-        QVERIFY(!platform::isHeldOnX11(nullptr, controlSpace));
+            QVERIFY(!isHeld({keyCode, 0}));
+        QVERIFY(
+            !platform::isHeldOnX11(nullptr, controlSpace, *platform::KeyboardLayout::ofSession()));
     }
 
     void withoutTheServiceNobodyHasAKey() { QCOMPARE(holderOf(controlSpace), u"nobody"_s); }

@@ -56,7 +56,7 @@ private Q_SLOTS:
         places.swaySocket = swaySocket();
         const auto layout = support::usLayout();
         const platform::SystemShortcutReader shortcuts(
-            session, layout, QDBusConnection(u"none"_s), places);
+            session, layout, nullptr, QDBusConnection(u"none"_s), places);
 
         QTRY_VERIFY(
             !support::told(shortcuts.copySymbolicHotKeys()).contains(u"Meta+Q sway: kill"_s));

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/linux/shortcuts/KeyHolders.h"
 
-#include "base/KeyTable.h"
+#include "platform/linux/keyboard/KeyboardLayout.h"
 #include "platform/linux/keyboard/XkbCode.h"
 #include "platform/linux/x11/X11Modifiers.h"
 #include "platform/linux/x11/X11Request.h"
@@ -65,31 +65,32 @@ QList<Entry> entriesOf(const QDBusMessage &reply)
 
 }  // namespace
 
-bool isHeldOnX11(xcb_connection_t *ours, const KeyCombination &combination)
+bool isHeldOnX11(
+    xcb_connection_t *ours, const KeyCombination &combination, const KeyboardLayout &layout)
 {
-    const auto *key = base::KeyTable::findByKeyCode(combination.keyCode);
-    if (!ours || !key)
+    if (!ours)
         return false;
     finishRequests(ours);
     const std::unique_ptr<xcb_connection_t, Disconnect> own(xcb_connect(nullptr, nullptr));
     if (xcb_connection_has_error(own.get()))
-        return false;
-    const auto *setup = xcb_get_setup(own.get());
-    if (key->linuxCode + xkbOffset > setup->max_keycode)
         return false;
     const auto root = x11RootWindow(own.get());
     const auto mapping = X11Modifiers::ofServer(own.get());
     const auto state = mapping.stateOf(combination.modifiers);
     bool isHeld = false;
     const auto locks = mapping.lockStates();
-    for (const auto lock : locks) {
-        const auto request = xcb_grab_key_checked(own.get(), 0, root, std::uint16_t(state | lock),
-            std::uint8_t(key->linuxCode + xkbOffset), XCB_GRAB_MODE_ASYNC, XCB_GRAB_MODE_ASYNC);
-        const X11Reply<xcb_generic_error_t> error(xcb_request_check(own.get(), request));
-        isHeld = isHeld || (error && error->error_code == badAccess);
+    const auto places = layout.placesOf(combination.keyCode);
+    for (const int place : places) {
+        const auto code = xcb_keycode_t(place + xkbOffset);
+        for (const auto lock : locks) {
+            const auto request = xcb_grab_key_checked(own.get(), 0, root,
+                std::uint16_t(state | lock), code, XCB_GRAB_MODE_ASYNC, XCB_GRAB_MODE_ASYNC);
+            const X11Reply<xcb_generic_error_t> error(xcb_request_check(own.get(), request));
+            isHeld = isHeld || (error && error->error_code == badAccess);
+        }
+        // The grabs go with the connection; whoever asks for the key next must find them gone.
+        xcb_ungrab_key(own.get(), code, root, XCB_MOD_MASK_ANY);
     }
-    // The grabs go with the connection; whoever asks for the key next must find them gone.
-    xcb_ungrab_key(own.get(), std::uint8_t(key->linuxCode + xkbOffset), root, XCB_MOD_MASK_ANY);
     finishRequests(own.get());
     return isHeld;
 }

@@ -41,9 +41,11 @@ SystemShortcutReader::Places SystemShortcutReader::Places::ofEnvironment()
 }
 
 SystemShortcutReader::SystemShortcutReader(const DesktopSession &session,
-    const KeyCharacters &characters, const QDBusConnection &bus, const Places &places)
+    const KeyCharacters &characters, std::shared_ptr<const KeyboardLayout> layout,
+    const QDBusConnection &bus, const Places &places)
     : _session(session)
     , _characters(characters)
+    , _layout(std::move(layout))
     , _bus(bus)
     , _places(places)
 {
@@ -117,7 +119,7 @@ std::optional<SystemShortcut> SystemShortcutReader::heldByAnother(int keyCode, i
     const KeyCombination combination{keyCode, modifiers};
     if (const auto holder = holderWithKGlobalAccel(_bus, combination, _characters))
         return SystemShortcut{keyCode, modifiers, true, *holder};
-    if (isHeldOnX11(x11Connection(), combination))
+    if (isHeldOnX11(x11Connection(), combination, *_layout))
         return SystemShortcut{keyCode, modifiers, true, {}};
     return std::nullopt;
 }

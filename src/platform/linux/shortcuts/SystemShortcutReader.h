@@ -7,7 +7,11 @@
 
 #include <QDBusConnection>
 
+#include <memory>
+
 namespace vellumhound::platform {
+
+class KeyboardLayout;
 
 /// The keys that the desktop of this session acts on, read from where that desktop keeps them, and
 /// who holds a key on the X server or with KDE's service. Each question is answered anew; with the
@@ -30,7 +34,8 @@ public:
     };
 
     SystemShortcutReader(const DesktopSession &session, const KeyCharacters &characters,
-        const QDBusConnection &bus, const Places &places = Places::ofEnvironment());
+        std::shared_ptr<const KeyboardLayout> layout, const QDBusConnection &bus,
+        const Places &places = Places::ofEnvironment());
 
     QList<SystemShortcut> copySymbolicHotKeys() const override;
     std::optional<SystemShortcut> heldByAnother(int keyCode, int modifiers) const override;
@@ -43,6 +48,7 @@ private:
 
     const DesktopSession &_session;
     const KeyCharacters &_characters;
+    std::shared_ptr<const KeyboardLayout> _layout;
     QDBusConnection _bus;
     Places _places;
 };

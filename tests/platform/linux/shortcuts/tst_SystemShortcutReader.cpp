@@ -99,7 +99,7 @@ private:
     QList<platform::SystemShortcut> found() const
     {
         const platform::SystemShortcutReader shortcuts(
-            _session, _layout, QDBusConnection(u"none"_s), _places);
+            _session, _layout, nullptr, QDBusConnection(u"none"_s), _places);
         return shortcuts.copySymbolicHotKeys();
     }
 
