@@ -188,6 +188,12 @@ const QString &homeDirectoryPath()
     return home;
 }
 
+QString baseDirectory(const char *variable, const QString &fallback)
+{
+    const auto folder = pathFromBytes(qgetenv(variable).toStdString());
+    return folder.startsWith(u'/') ? folder : appendingPathComponent(homeDirectoryPath(), fallback);
+}
+
 QString expandTilde(const QString &path)
 {
     if (!path.startsWith(u'~'))

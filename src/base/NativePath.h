@@ -33,6 +33,9 @@ QStringList standardizedComponents(const QString &path);
 
 /// $HOME if it is absolute, else the user database's entry; without trailing slash. Read once.
 const QString &homeDirectoryPath();
+/// The folder that `variable` of the environment names ("XDG_CONFIG_HOME") if it is absolute, else
+/// `fallback` in the home directory. Read at each call.
+QString baseDirectory(const char *variable, const QString &fallback);
 /// A leading tilde becomes the home directory with the rest of the text appended as a component
 /// ("~other" becomes the folder "other" there). Any other text is given back as it is.
 QString expandTilde(const QString &path);

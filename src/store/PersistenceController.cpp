@@ -29,11 +29,8 @@ PersistenceController::PersistenceController(std::unique_ptr<PersistentContainer
 
 QString PersistenceController::standardStorePath()
 {
-    auto base = base::pathFromBytes(
-        qgetenv("XDG_DATA_HOME").toStdString());  // style: the one default place
-    if (!base.startsWith(u'/'))
-        base = base::appendingPathComponent(base::homeDirectoryPath(), u".local/share"_s);
-    return base::appendingPathComponent(base, u"vellumhound/DataModel.sqlite"_s);
+    return base::appendingPathComponent(
+        base::baseDirectory("XDG_DATA_HOME", u".local/share"_s), u"vellumhound/DataModel.sqlite"_s);
 }
 
 base::Result<std::unique_ptr<PersistenceController>> PersistenceController::load(

@@ -3,14 +3,17 @@
 
 #include "base/NativePath.h"
 
+#include <QDeadlineTimer>
 #include <QLoggingCategory>
 #include <QSqlError>
 #include <QSqlQuery>
+#include <QThread>
 #include <QUuid>
 #include <QVariant>
 
 #include <array>
 #include <cerrno>
+#include <chrono>
 #include <cstring>
 #include <fcntl.h>
 #include <string_view>
@@ -25,6 +28,12 @@ namespace vellumhound::store {
 Q_LOGGING_CATEGORY(log, "vellumhound.store")
 
 namespace {
+
+/// What another start does to the file at the same moment takes far less.
+constexpr std::chrono::milliseconds openingPatience{5000};
+constexpr std::chrono::milliseconds writingPatience{500};
+constexpr std::chrono::milliseconds switchPause{5};
+constexpr int busy = 5;  // SQLITE_BUSY
 
 base::Error failure(const QString &path, const QString &reason)
 {
@@ -183,9 +192,8 @@ base::Outcome SqliteFile::connectTo(const QString &uri)
 {
     auto database = QSqlDatabase::addDatabase(u"QSQLITE"_s, _connectionName);
     database.setDatabaseName(uri);
-    // Nobody else writes here but a curious person with a tool: a short wait, as it is the panel
-    // that waits.
-    database.setConnectOptions(u"QSQLITE_OPEN_URI;QSQLITE_BUSY_TIMEOUT=500"_s);
+    database.setConnectOptions(
+        u"QSQLITE_OPEN_URI;QSQLITE_BUSY_TIMEOUT=%1"_s.arg(openingPatience.count()));
     if (!database.open())
         return reasonOf(database.lastError());
     return std::monostate{};
@@ -199,6 +207,16 @@ base::Outcome SqliteFile::check()
         return soundness.error();
     if (const auto text = soundness.value().toString(); text != u"ok")
         return base::Error{text};
+    // Another first start may make the tables at this moment: version and tables are read as one.
+    if (const auto begun = run(u"BEGIN"_s); !begun)
+        return begun;
+    const auto number = version();
+    run(u"COMMIT"_s);
+    return number ? base::Outcome(std::monostate{}) : number.error();
+}
+
+base::Result<int> SqliteFile::version()
+{
     const auto version = valueOf(u"PRAGMA user_version"_s);
     if (!version)
         return version.error();
@@ -210,30 +228,67 @@ base::Outcome SqliteFile::check()
         return tables.error();
     if (number != schemaVersion && (number != 0 || tables.value().toInt() != 0))
         return base::Error{u"belongs to another program"_s};
-    return std::monostate{};
+    return number;
 }
 
 base::Outcome SqliteFile::prepare(bool isWritable)
 {
-    QStringList statements;
     if (isWritable) {
-        statements << u"PRAGMA journal_mode = WAL"_s << u"PRAGMA synchronous = FULL"_s;
-        const auto version = valueOf(u"PRAGMA user_version"_s);
-        if (version && version.value().toInt() == 0) {
-            statements
-                << u"BEGIN IMMEDIATE"_s
-                << u"CREATE TABLE Favorite (id INTEGER PRIMARY KEY AUTOINCREMENT, path TEXT, "
-                   "type TEXT, \"order\" INTEGER NOT NULL DEFAULT 0)"_s
-                // searchDate: microseconds since 1970
-                << u"CREATE TABLE FileSearch (id INTEGER PRIMARY KEY AUTOINCREMENT, "
-                   "searchText TEXT, searchDate INTEGER)"_s
-                << u"PRAGMA user_version = %1"_s.arg(schemaVersion) << u"COMMIT"_s;
+        for (const auto step : {&SqliteFile::switchToLog, &SqliteFile::makeTables}) {
+            if (const auto outcome = (this->*step)(); !outcome)
+                return outcome;
         }
     }
-    // The tables must be there, whoever made them.
-    statements << u"SELECT id, path, type, \"order\" FROM Favorite LIMIT 0"_s
-               << u"SELECT id, searchText, searchDate FROM FileSearch LIMIT 0"_s;
-    for (const auto &statement : std::as_const(statements)) {
+    return runAll({
+        // The tables must be there, whoever made them.
+        u"SELECT id, path, type, \"order\" FROM Favorite LIMIT 0"_s,
+        u"SELECT id, searchText, searchDate FROM FileSearch LIMIT 0"_s,
+        // From here on nobody else writes but a curious person with a tool, and it is the panel
+        // that waits.
+        u"PRAGMA busy_timeout = %1"_s.arg(writingPatience.count()),
+    });
+}
+
+/// The engine does not wait by itself for the others that this switch has to shut out.
+base::Outcome SqliteFile::switchToLog()
+{
+    const QDeadlineTimer deadline(openingPatience);
+    for (;;) {
+        QSqlQuery query(connection());
+        if (query.exec(u"PRAGMA journal_mode = WAL"_s))
+            return run(u"PRAGMA synchronous = FULL"_s);
+        if (query.lastError().nativeErrorCode().toInt() != busy || deadline.hasExpired())
+            return reasonOf(query.lastError());
+        query.clear();
+        QThread::msleep(static_cast<unsigned long>(switchPause.count()));
+    }
+}
+
+/// The version counts as it reads once writing is ours alone: the tables may have come since.
+base::Outcome SqliteFile::makeTables()
+{
+    if (const auto begun = run(u"BEGIN IMMEDIATE"_s); !begun)
+        return begun;
+    const auto number = version();
+    auto outcome = number ? base::Outcome(std::monostate{}) : base::Outcome(number.error());
+    if (number && number.value() == 0)
+        outcome = runAll({
+            u"CREATE TABLE Favorite (id INTEGER PRIMARY KEY AUTOINCREMENT, path TEXT, "
+            "type TEXT, \"order\" INTEGER NOT NULL DEFAULT 0)"_s,
+            // searchDate: microseconds since 1970
+            u"CREATE TABLE FileSearch (id INTEGER PRIMARY KEY AUTOINCREMENT, "
+            "searchText TEXT, searchDate INTEGER)"_s,
+            u"PRAGMA user_version = %1"_s.arg(schemaVersion),
+        });
+    if (outcome)
+        return run(u"COMMIT"_s);
+    run(u"ROLLBACK"_s);
+    return outcome;
+}
+
+base::Outcome SqliteFile::runAll(const QStringList &statements)
+{
+    for (const auto &statement : statements) {
         if (const auto outcome = run(statement); !outcome)
             return outcome;
     }

@@ -23,7 +23,8 @@ enum class StoreAccess {
 /// object does.
 class SqliteFile {
 public:
-    /// Makes the file, and folders above it, if there is none. Fails with the reason, leaving what
+    /// Makes the file, and folders above it, if there is none; another program that does so at the
+    /// same moment is waited for. Fails with the reason, leaving what
     /// is there untouched, if the file is no sound store of ours or was written by a newer version.
     /// A file that may not be written is opened for reading alone; writing then fails.
     static base::Result<std::unique_ptr<SqliteFile>> open(
@@ -41,8 +42,13 @@ private:
 
     base::Outcome connectTo(const QString &uri);
     base::Outcome check();
+    /// Of the tables in the file, 0 for none; an error if they are not ours.
+    base::Result<int> version();
     base::Outcome prepare(bool isWritable);
+    base::Outcome switchToLog();
+    base::Outcome makeTables();
     base::Outcome run(const QString &statement);
+    base::Outcome runAll(const QStringList &statements);
     /// The first column of the first row.
     base::Result<QVariant> valueOf(const QString &statement);
 

@@ -4,8 +4,12 @@
 #include <QDir>
 
 #include <cstdio>
+#include <latch>
+#include <mutex>
 #include <sys/stat.h>
+#include <thread>
 #include <unistd.h>
+#include <vector>
 
 using namespace vellumhound;
 using namespace vellumhound::store;
@@ -64,6 +68,39 @@ void addFavorite(PersistenceController &controller, const QString &path)
     controller.container().viewContext().insert<Favorite>()->path = path;
 }
 
+/// What the one connection that is open answers.
+QStringList answersOfOwnConnection(const QString &statement)
+{
+    const auto names = QSqlDatabase::connectionNames();
+    if (names.size() != 1)
+        return {u"%1 connections"_s.arg(names.size())};
+    QSqlQuery query(QSqlDatabase::database(names.first()));
+    QStringList rows;
+    for (query.exec(statement); query.next();)
+        rows.append(query.value(0).toString());
+    return rows;
+}
+
+/// Why any of `count` openings at the same moment failed.
+QStringList failuresOfOpeningAtOnce(const QString &path, int count)
+{
+    QStringList failures;
+    std::mutex mutex;
+    std::latch start(count);
+    std::vector<std::thread> openings;
+    for (int i = 0; i < count; ++i)
+        openings.emplace_back([&] {
+            start.arrive_and_wait();
+            if (const auto opened = PersistenceController::load(path); !opened) {
+                const std::lock_guard lock(mutex);
+                failures.append(opened.error().description);
+            }
+        });
+    for (auto &opening : openings)
+        opening.join();
+    return failures;
+}
+
 /// A good, closed store with one favorite.
 void makeStore(const StorePlace &place)
 {
@@ -94,6 +131,7 @@ private Q_SLOTS:
     {
         const StorePlace place;
         const auto controller = place.load();
+        QCOMPARE(answersOfOwnConnection(u"PRAGMA synchronous"_s), QStringList{u"2"_s});  // FULL
 
         OtherConnection other(place.path());
         QCOMPARE(other.run(u"PRAGMA journal_mode"_s), QStringList{u"wal"_s});
@@ -362,6 +400,21 @@ private Q_SLOTS:
         QVERIFY(bool(one->container().viewContext().save()));
 
         QCOMPARE(pathsIn(*other), QStringList{u"/a"_s});
+    }
+
+    void severalFirstOpeningsAtOnceAllSucceed()
+    {
+        for (int round = 0; round < 25; ++round) {
+            const StorePlace place;
+
+            QCOMPARE(failuresOfOpeningAtOnce(place.path(), 4), QStringList());
+
+            OtherConnection other(place.path());
+            QCOMPARE(other.run(u"PRAGMA journal_mode"_s), QStringList{u"wal"_s});
+            QCOMPARE(other.run(u"SELECT count(*) FROM sqlite_master WHERE name IN "
+                               "('Favorite', 'FileSearch')"_s),
+                QStringList{u"2"_s});
+        }
     }
 
     void theStandardPathFollowsTheEnvironment()
