@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "content/Manifest.h"
 
+#include "base/AtomicFile.h"
 #include "base/Crc32c.h"
-#include "content/AtomicFile.h"
 
 #include <cstring>
 #include <fcntl.h>
@@ -169,7 +169,7 @@ base::Outcome writeManifest(const std::string &path, const Manifest &manifest)
         }
     }
     put(bytes, crcOf(bytes));
-    AtomicFile file(path);
+    base::AtomicFile file(path);
     file.write(bytes);
     return file.commit();
 }

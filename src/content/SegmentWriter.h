@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include "base/AtomicFile.h"
 #include "base/Result.h"
-#include "content/AtomicFile.h"
 #include "content/Document.h"
 #include "content/Postings.h"
 #include "content/SegmentFormat.h"
@@ -39,7 +39,7 @@ private:
     void endSection(Section section);
     void writeSection(Section section, std::string_view bytes);
 
-    AtomicFile _file;
+    base::AtomicFile _file;
     SegmentHeader _header;
     std::vector<DocumentRecord> _documents;
     std::string _paths;

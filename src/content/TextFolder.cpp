@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "content/TextFolder.h"
 
-#include "content/AtomicFile.h"
+#include "base/AtomicFile.h"
 
 #include <algorithm>
 #include <array>
@@ -97,9 +97,9 @@ std::vector<std::string> TextFolder::ourFiles() const
         return files;
     while (const auto *entry = ::readdir(folder.get())) {
         std::string_view name(entry->d_name);
-        const bool isBeingWritten = name.ends_with(AtomicFile::suffix);
+        const bool isBeingWritten = name.ends_with(base::AtomicFile::suffix);
         if (isBeingWritten)
-            name.remove_suffix(AtomicFile::suffix.size());
+            name.remove_suffix(base::AtomicFile::suffix.size());
         if (isSegmentName(name) || name == "manifest")
             files.push_back(_path + '/' + entry->d_name);
     }

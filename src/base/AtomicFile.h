@@ -8,7 +8,7 @@
 #include <string>
 #include <string_view>
 
-namespace vellumhound::content {
+namespace vellumhound::base {
 
 /// A file that is there whole or not at all: written beside its place under another name, brought
 /// to the disk and then renamed. Only its owner may read it. One thread.
@@ -28,7 +28,7 @@ public:
     std::uint64_t size() const { return _size; }
     bool hasFailed() const { return _error != 0; }
 
-    base::Outcome commit();
+    Outcome commit();
 
     /// What stands behind a file's name while it is being written.
     static constexpr std::string_view suffix = ".new";
@@ -46,7 +46,4 @@ private:
     bool _isCommitted = false;
 };
 
-/// Brings the entries of a folder to the disk; false if that failed.
-bool syncFolder(const std::string &path);
-
-}  // namespace vellumhound::content
+}  // namespace vellumhound::base

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "content/AtomicFile.h"
+#include "base/AtomicFile.h"
 
 #include <cerrno>
 #include <cstdio>
@@ -7,11 +7,21 @@
 #include <fcntl.h>
 #include <unistd.h>
 
-namespace vellumhound::content {
+namespace vellumhound::base {
 
 namespace {
 
 constexpr std::size_t drainAbove = std::size_t(1) << 18;
+
+/// Brings the entries of a folder to the disk.
+void syncFolder(const std::string &path)
+{
+    const int descriptor = ::open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    if (descriptor < 0)
+        return;
+    ::fsync(descriptor);
+    ::close(descriptor);
+}
 
 }  // namespace
 
@@ -69,7 +79,7 @@ void AtomicFile::put(std::string_view bytes, std::uint64_t offset)
     }
 }
 
-base::Outcome AtomicFile::commit()
+Outcome AtomicFile::commit()
 {
     drain();
     if (_error == 0 && ::fsync(_descriptor) != 0)
@@ -77,20 +87,10 @@ base::Outcome AtomicFile::commit()
     if (_error == 0 && ::rename(_writtenPath.c_str(), _path.c_str()) != 0)
         _error = errno;
     if (_error != 0)
-        return base::Error{QString::fromLocal8Bit(std::strerror(_error))};
+        return Error{QString::fromLocal8Bit(std::strerror(_error))};
     _isCommitted = true;
     syncFolder(_path.substr(0, _path.rfind('/')));
     return std::monostate{};
 }
 
-bool syncFolder(const std::string &path)
-{
-    const int descriptor = ::open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-    if (descriptor < 0)
-        return false;
-    const bool isSynced = ::fsync(descriptor) == 0;
-    ::close(descriptor);
-    return isSynced;
-}
-
-}  // namespace vellumhound::content
+}  // namespace vellumhound::base
