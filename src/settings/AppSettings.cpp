@@ -66,12 +66,12 @@ void AppSettings::setStartupBehavior(StartupBehavior behavior)
     write(searchSettings, [&](SearchSettingsData &record) { record.startupBehavior = behavior; });
 }
 
-int AppSettings::searchHistoryCount() const
+std::int64_t AppSettings::searchHistoryCount() const
 {
     return searchSettings.wrappedValue().searchHistoryCount;
 }
 
-void AppSettings::setSearchHistoryCount(int count)
+void AppSettings::setSearchHistoryCount(std::int64_t count)
 {
     write(searchSettings, [&](SearchSettingsData &record) { record.searchHistoryCount = count; });
 }
@@ -120,12 +120,12 @@ void AppSettings::setSortContents(SortOption option)
         fileSystemSettings, [&](FileSystemSettingsData &record) { record.sortContents = option; });
 }
 
-int AppSettings::favoritesCount() const
+std::int64_t AppSettings::favoritesCount() const
 {
     return homeScreenSettings.wrappedValue().favoritesCount;
 }
 
-void AppSettings::setFavoritesCount(int count)
+void AppSettings::setFavoritesCount(std::int64_t count)
 {
     write(
         homeScreenSettings, [&](HomeScreenSettingsData &record) { record.favoritesCount = count; });

@@ -31,8 +31,8 @@ public:
     void setSelectedSettingsTab(SettingsTab tab);
     StartupBehavior startupBehavior() const;
     void setStartupBehavior(StartupBehavior behavior);
-    int searchHistoryCount() const;
-    void setSearchHistoryCount(int count);
+    std::int64_t searchHistoryCount() const;
+    void setSearchHistoryCount(std::int64_t count);
     bool searchByContent() const;
     void setSearchByContent(bool isByContent);
     SortOption sortResults() const;
@@ -42,8 +42,8 @@ public:
     void setPathRules(const PathRules &rules);
     SortOption sortContents() const;
     void setSortContents(SortOption option);
-    int favoritesCount() const;
-    void setFavoritesCount(int count);
+    std::int64_t favoritesCount() const;
+    void setFavoritesCount(std::int64_t count);
 
 Q_SIGNALS:
     /// Before each write through a property, also of an equal value: the old value can still be

@@ -7,6 +7,7 @@
 #include <QList>
 #include <QString>
 
+#include <cstdint>
 #include <nlohmann/json.hpp>
 #include <optional>
 #include <utility>
@@ -20,11 +21,11 @@ using JsonValue = nlohmann::json;
 using OrderedJson = nlohmann::ordered_json;
 
 /// Parses one JSON value, nothing else before or behind it. What is nested deeper than any record
-/// of ours is checked but not kept, so that its depth costs nothing.
+/// of ours is checked but not kept, so that its depth costs nothing. A byte of a path that is no
+/// part of valid UTF-8 is the escape of a lone surrogate, "\udcff" for the byte 0xFF.
 base::Result<JsonValue> parsedJson(const QByteArray &bytes);
-/// The text without blanks, slashes plain. Fails for a text that has no UTF-8 form, such as a path
-/// with undecodable bytes.
-base::Result<QByteArray> writtenJson(const OrderedJson &value);
+/// The text without blanks, slashes plain; undecodable bytes of paths as parsedJson() reads them.
+QByteArray writtenJson(const OrderedJson &value);
 
 /// Why a value did not become what it should; nothing if it did.
 using ReadFailure = std::optional<base::Error>;
@@ -32,6 +33,8 @@ using ReadFailure = std::optional<base::Error>;
 /// Strict readers: a number is no boolean, a fraction no integer. `into` is changed on success
 /// alone. Overloads for a type of ours stand beside that type.
 ReadFailure readJson(const JsonValue &json, bool &into);
+ReadFailure readJson(const JsonValue &json, std::int64_t &into);
+/// Fails for an integer that is valid but does not fit.
 ReadFailure readJson(const JsonValue &json, int &into);
 ReadFailure readJson(const JsonValue &json, QString &into);
 

@@ -6,6 +6,7 @@
 #include "platform/MetadataQuery.h"
 
 #include <algorithm>
+#include <vector>
 
 using namespace Qt::StringLiterals;
 
@@ -23,37 +24,59 @@ bool isRootIncluded(const PathRules &rules)
     return rules.contains(PathRule{u"/"_s, true});
 }
 
-bool liesBelowAny(const QString &path, const QStringList &folders)
+bool isBelow(const QStringList &components, const QStringList &above)
 {
-    return std::any_of(folders.begin(), folders.end(),
-        [&](const auto &folder) { return isSubFolder(path, folder); });
+    return above.size() < components.size() &&
+           std::equal(above.begin(), above.end(), components.begin());
 }
 
-bool liesBelowExcluded(const QString &path, const PathRules &rules)
-{
-    return std::any_of(rules.begin(), rules.end(),
-        [&](const auto &rule) { return !rule.isIncluded && isSubFolder(path, rule.path); });
-}
+/// A rule with the components of its path, which each comparison needs.
+struct SplitRule {
+    const PathRule *rule = nullptr;
+    QStringList components;
 
-QStringList scopesAmong(const PathRules &rules)
-{
-    QStringList scopes;
-    for (const auto &rule : rules) {
-        if (rule.isIncluded && !liesBelowExcluded(rule.path, rules) &&
-            !liesBelowAny(rule.path, scopes))
-            scopes.append(rule.path);
+    bool isBelow(const SplitRule &other) const
+    {
+        return settings::isBelow(components, other.components);
     }
-    return scopes;
+};
+using SplitRules = std::vector<SplitRule>;
+
+SplitRules splitRules(const PathRules &rules)
+{
+    SplitRules split;
+    split.reserve(std::size_t(rules.size()));
+    for (const auto &rule : rules)
+        split.push_back({&rule, componentsOf(rule.path)});
+    return split;
+}
+
+QStringList scopesAmong(const SplitRules &rules)
+{
+    std::vector<const SplitRule *> scopes;
+    for (const auto &candidate : rules) {
+        const bool isBelowExcluded =
+            std::any_of(rules.begin(), rules.end(), [&](const SplitRule &other) {
+                return !other.rule->isIncluded && candidate.isBelow(other);
+            });
+        const bool isBelowScope = std::any_of(scopes.begin(), scopes.end(),
+            [&](const SplitRule *scope) { return candidate.isBelow(*scope); });
+        if (candidate.rule->isIncluded && !isBelowExcluded && !isBelowScope)
+            scopes.push_back(&candidate);
+    }
+    QStringList paths;
+    for (const auto *scope : scopes)
+        paths.append(scope->rule->path);
+    return paths;
 }
 
 /// The ancestor of `rule` with the longest stored path, the first of equals; null if it has none.
-const PathRule *nearestAncestor(const PathRule &rule, const PathRules &rules)
+const PathRule *nearestAncestor(const SplitRule &rule, const SplitRules &rules)
 {
     const PathRule *nearest = nullptr;
     for (const auto &other : rules) {
-        if (isSubFolder(rule.path, other.path) &&
-            (!nearest || other.path.size() > nearest->path.size()))
-            nearest = &other;
+        if (rule.isBelow(other) && (!nearest || other.rule->path.size() > nearest->path.size()))
+            nearest = other.rule;
     }
     return nearest;
 }
@@ -96,9 +119,7 @@ const PathRules &fullDiskPathRules()
 
 bool isSubFolder(const QString &path, const QString &parent)
 {
-    const auto inner = componentsOf(path);
-    const auto outer = componentsOf(parent);
-    return outer.size() < inner.size() && std::equal(outer.begin(), outer.end(), inner.begin());
+    return isBelow(componentsOf(path), componentsOf(parent));
 }
 
 bool isDirectSubFolder(const QString &candidate, const QString &parent, const PathRules &rules)
@@ -120,16 +141,18 @@ PathRules sortedPathRules(PathRules rules)
 DerivedFilters deriveFilters(const PathRules &rules)
 {
     DerivedFilters derived;
+    const auto split = splitRules(rules);
     QStringList scopePaths;
     if (isRootIncluded(rules)) {
         derived.queryScopes = {QString::fromUtf16(platform::NSMetadataQueryLocalComputerScope)};
         scopePaths = {u"/"_s};
     } else {
-        scopePaths = scopesAmong(rules);
+        scopePaths = scopesAmong(split);
         derived.queryScopes = scopePaths;
     }
-    for (const auto &rule : rules) {
-        const auto *ancestor = nearestAncestor(rule, rules);
+    for (const auto &candidate : split) {
+        const auto &rule = *candidate.rule;
+        const auto *ancestor = nearestAncestor(candidate, split);
         if (ancestor && ancestor->isIncluded == rule.isIncluded)
             continue;
         if (!scopePaths.contains(rule.path))

@@ -26,11 +26,11 @@ template <class Case, std::size_t count>
 ReadFailure readNumbered(const JsonValue &json, Case &into, const std::array<Case, count> &all,
     const QString &unknownNumber)
 {
-    int number = 0;
+    std::int64_t number = 0;
     if (auto failure = readJson(json, number))
         return failure;
     for (const auto candidate : all) {
-        if (int(candidate) == number) {
+        if (std::int64_t(candidate) == number) {
             into = candidate;
             return std::nullopt;
         }
@@ -38,15 +38,14 @@ ReadFailure readNumbered(const JsonValue &json, Case &into, const std::array<Cas
     return base::Error{unknownNumber};
 }
 
-/// Parses `json` and lets `read(reader, record)` take its fields into a default record.
+/// Parses `json` and lets `read(reader, record)` take its fields into `record`.
 template <class Record, class Read>
-base::Result<Record> decodedBy(const QByteArray &json, Read read)
+base::Result<Record> decodedBy(const QByteArray &json, Read read, Record record = {})
 {
     const auto parsed = parsedJson(json);
     if (!parsed)
         return parsed.error();
     FieldReader reader(parsed.value());
-    Record record;
     read(reader, record);
     if (reader.failure())
         return *reader.failure();
@@ -230,17 +229,26 @@ SearchFiltersSettingsData::SearchFiltersSettingsData(PathRules rules)
     appliedFilters = std::move(derived.appliedFilters);
 }
 
+SearchFiltersSettingsData::SearchFiltersSettingsData(
+    PathRules rules, QStringList scopes, PathRules filters)
+    : pathRules(std::move(rules))
+    , queryScopes(std::move(scopes))
+    , appliedFilters(std::move(filters))
+{
+}
+
 base::Result<SearchFiltersSettingsData> SearchFiltersSettingsData::decoded(const QByteArray &json)
 {
     using Record = SearchFiltersSettingsData;
-    return decodedBy<Record>(json, [](FieldReader &reader, Record &record) {
-        if (PathRules rules; reader.has("pathRules")) {
-            reader.optional("pathRules", rules);
-            record = Record(std::move(rules));
-        }
+    const auto read = [](FieldReader &reader, Record &record) {
+        reader.optional("pathRules", record.pathRules);
+        // A record that was stored whole has them; deriving costs more than all the rest.
+        if (!reader.has("queryScopes") || !reader.has("appliedFilters"))
+            record = Record(std::move(record.pathRules));
         reader.optional("queryScopes", record.queryScopes);
         reader.optional("appliedFilters", record.appliedFilters);
-    });
+    };
+    return decodedBy<Record>(json, read, Record(defaultPathRules(), {}, {}));
 }
 
 base::Result<QByteArray> SearchFiltersSettingsData::encoded() const

@@ -8,6 +8,8 @@
 #include <QByteArray>
 #include <QString>
 
+#include <cstdint>
+
 /// The five records under the keys of the defaults. A default-constructed record is the default
 /// record. Decoding gives each missing (or null) field its own default; a field of a wrong type or
 /// with an unknown value fails the record. Fields that a record does not have are passed over.
@@ -68,7 +70,7 @@ struct AppSettingsData {
 
 struct SearchSettingsData {
     StartupBehavior startupBehavior = StartupBehavior::restorePreviousSession;
-    int searchHistoryCount = 5;  ///< recent searches on the home screen; 1 to 20 on screen
+    std::int64_t searchHistoryCount = 5;  ///< recent searches on the home screen; 1 to 20 on screen
     bool searchByContent = false;
     SortOption sortResults = SortOption::relevance;
 
@@ -92,10 +94,13 @@ struct SearchFiltersSettingsData {
     bool operator==(const SearchFiltersSettingsData &) const = default;
 
     static constexpr QStringView storeKey = u"searchFiltersSettings";
-    /// Only what is missing is derived: stored scopes and filters stay, even if they do not fit the
-    /// rules.
+    /// Scopes and filters are derived where they are missing, and there alone: stored ones stay,
+    /// even if they do not fit the rules.
     static base::Result<SearchFiltersSettingsData> decoded(const QByteArray &json);
     base::Result<QByteArray> encoded() const;
+
+private:
+    SearchFiltersSettingsData(PathRules rules, QStringList scopes, PathRules filters);
 };
 
 struct FileSystemSettingsData {
@@ -109,7 +114,7 @@ struct FileSystemSettingsData {
 };
 
 struct HomeScreenSettingsData {
-    int favoritesCount = 3;  ///< favorites on the home screen; 1 to 50 on screen
+    std::int64_t favoritesCount = 3;  ///< favorites on the home screen; 1 to 50 on screen
 
     bool operator==(const HomeScreenSettingsData &) const = default;
 

@@ -200,7 +200,7 @@ base::Result<QList<std::shared_ptr<Object>>> ManagedObjectContext::fetch(
         });
     }
     if (request.limit && objects.size() > *request.limit)
-        objects.resize(std::max(0, *request.limit));
+        objects.resize(std::max<std::int64_t>(0, *request.limit));
     return objects;
 }
 

@@ -7,6 +7,7 @@
 #include <QList>
 
 #include <concepts>
+#include <cstdint>
 #include <functional>
 #include <map>
 #include <memory>
@@ -37,7 +38,7 @@ template <Entity Object> struct FetchRequest {
         return *this;
     }
     /// At most so many rows; none at 0 and below.
-    FetchRequest &limitedTo(int count)
+    FetchRequest &limitedTo(std::int64_t count)
     {
         limit = count;
         return *this;
@@ -45,7 +46,7 @@ template <Entity Object> struct FetchRequest {
 
     std::function<bool(const Object &, const Object &)> isLess;
     SortDirection direction = SortDirection::ascending;
-    std::optional<int> limit;
+    std::optional<std::int64_t> limit;
 };
 
 /// The objects of one store with the changes that are not saved yet. Fetches see these changes:

@@ -29,7 +29,8 @@ void insertSearch(ManagedObjectContext &context, const QString &text, Date date)
 }
 
 /// Everything about recording but the report of a failure.
-base::Outcome recorded(const QString &text, ManagedObjectContext &context, int limit, Date moment)
+base::Outcome recorded(
+    const QString &text, ManagedObjectContext &context, std::int64_t limit, Date moment)
 {
     const auto fetched = context.fetch(newestFirst());
     if (!fetched)
@@ -38,15 +39,15 @@ base::Outcome recorded(const QString &text, ManagedObjectContext &context, int l
     if (!searches.isEmpty() && searches.first()->searchText == text)
         return std::monostate{};
     insertSearch(context, text, moment);
-    for (qsizetype i = std::max(0, limit); i < searches.size(); ++i)
+    for (qsizetype i = std::max<std::int64_t>(0, limit); i < searches.size(); ++i)
         context.remove(searches[i]);
     return context.save();
 }
 
 }  // namespace
 
-void recordSearch(
-    const QString &text, ManagedObjectContext &viewContext, int limit, const platform::Clock &clock)
+void recordSearch(const QString &text, ManagedObjectContext &viewContext, std::int64_t limit,
+    const platform::Clock &clock)
 {
     const auto outcome = recorded(text, viewContext, limit, momentOf(clock));
     if (!outcome)
@@ -80,7 +81,7 @@ void RecentSearchViewModel::seed(const SeededSearches &seeds, const platform::Cl
     loadFileSearches(2);
 }
 
-void RecentSearchViewModel::loadFileSearches(int limit)
+void RecentSearchViewModel::loadFileSearches(std::int64_t limit)
 {
     auto fetched = _viewContext.fetch(newestFirst().limitedTo(limit));
     if (!fetched) {

@@ -8,6 +8,7 @@
 #include <QObject>
 #include <QString>
 
+#include <cstdint>
 #include <memory>
 
 namespace vellumhound::store {
@@ -15,7 +16,7 @@ namespace vellumhound::store {
 /// Puts a search into the history, unless it repeats the newest one, and trims the older rows to
 /// `limit`; the new row comes on top of these. A failure is one line on standard output and leaves
 /// what is not saved pending.
-void recordSearch(const QString &text, ManagedObjectContext &viewContext, int limit,
+void recordSearch(const QString &text, ManagedObjectContext &viewContext, std::int64_t limit,
     const platform::Clock &clock);
 
 /// The two searches that a new user begins with: folders in tilde form. The texts stand unless the
@@ -39,7 +40,7 @@ public:
     const QList<std::shared_ptr<FileSearch>> &fileSearches() const { return _fileSearches; }
     /// Takes the newest `limit` searches from the store. On a failure, one line on standard output,
     /// and the list stays.
-    void loadFileSearches(int limit);
+    void loadFileSearches(std::int64_t limit);
 
 Q_SIGNALS:
     void fileSearchesChanged();

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "base/Timer.h"
+#include "settings/AppSettings.h"
 #include "shell/widgets/MenuTracking.h"
 #include "shell/widgets/TrayItem.h"
 
@@ -14,10 +15,10 @@ namespace vellumhound::shell {
 /// An item of the tray with the actions and the settings of a program, in a place of its own.
 struct TrayFixture {
     QTemporaryDir place;
-    settings::UserDefaults defaults{place.path()};
+    base::EventLoopTimer timer;
+    settings::UserDefaults defaults{place.path(), timer};
     settings::AppSettings settings{defaults};
     base::NotificationCenter notificationCenter;
-    base::EventLoopTimer timer;
 
     MenuState state = usualState();
     QStringList done;        ///< what the rows did
@@ -33,7 +34,8 @@ struct TrayFixture {
         [this] { done.append(QStringLiteral("terminate")); }};
     platform::TrayHost host{QDBusConnection::sessionBus(), timer};
     MenuTracking menuTracking{notificationCenter};
-    TrayItem item{{settings, notificationCenter, host, [this] { return state; }, actions}};
+    TrayItem item{
+        {settings.appSettings, notificationCenter, host, [this] { return state; }, actions}};
 
     static MenuState usualState()
     {

@@ -39,7 +39,8 @@ private Q_SLOTS:
         qputenv("XDG_SESSION_TYPE", sessionType);
         qputenv("WAYLAND_DISPLAY", waylandDisplay);
         const QTemporaryDir place;
-        settings::UserDefaults defaults(place.filePath(u"vellumhound"_s));
+        base::EventLoopTimer timer;
+        settings::UserDefaults defaults(place.filePath(u"vellumhound"_s), timer);
         base::NotificationCenter notifications;
         app::HotKeys hotKeys(defaults, notifications, platform::KeyboardLayout::ofSession());
         auto &shortcuts = hotKeys.shortcuts();

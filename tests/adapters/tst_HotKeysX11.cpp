@@ -58,6 +58,7 @@ class tst_HotKeysX11 : public QObject {
 
 private:
     std::unique_ptr<QTemporaryDir> _place;
+    base::EventLoopTimer _timer;
     std::unique_ptr<settings::UserDefaults> _defaults;
     base::NotificationCenter _notifications;
     platform::RawKeyFeed _rawKeys;
@@ -83,7 +84,8 @@ private Q_SLOTS:
     {
         QVERIFY(run(u"setxkbmap"_s, {u"us"_s, u"-option"_s, u""_s}));
         _place = std::make_unique<QTemporaryDir>();
-        _defaults = std::make_unique<settings::UserDefaults>(_place->filePath(u"vellumhound"_s));
+        _defaults =
+            std::make_unique<settings::UserDefaults>(_place->filePath(u"vellumhound"_s), _timer);
         const std::shared_ptr<const platform::KeyboardLayout> layout =
             platform::KeyboardLayout::ofSession();
         _center = std::make_unique<platform::X11HotKeys>(layout);

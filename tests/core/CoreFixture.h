@@ -28,12 +28,6 @@ public:
     {
         makeModel();
     }
-    ~CoreFixture()
-    {
-        if (service.searchTask)
-            service.searchTask->cancel();
-        queue.drain();
-    }
     Q_DISABLE_COPY_MOVE(CoreFixture)
 
     void makeModel()
@@ -83,16 +77,17 @@ public:
     base::NotificationCenter center;
     std::shared_ptr<fakes::FakeFileSystem> disk = std::make_shared<fakes::FakeFileSystem>();
     base::Background background{queue};
-    settings::UserDefaults defaults{folder.filePath(QStringLiteral("config"))};
+    base::EventLoopTimer eventLoop;
+    settings::UserDefaults defaults{folder.filePath(QStringLiteral("config")), eventLoop};
     fakes::FakeMetadataQuery index{center};
     base::Result<std::unique_ptr<store::PersistenceController>> persistence;
+    std::unique_ptr<FileBrowserModel> model;
     FileSearchService service{FileSearchService::Environment{.mainQueue = queue,
         .background = background,
         .notificationCenter = center,
         .metadataQuery = index,
         .fileSystem = disk,
         .defaults = defaults}};
-    std::unique_ptr<FileBrowserModel> model;
 };
 
 }  // namespace vellumhound::core

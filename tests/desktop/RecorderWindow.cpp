@@ -146,14 +146,16 @@ int main(int argumentCount, char **arguments)
     theme.textScale = options.scale;
     QApplication::setPalette(theme.palette());
 
-    settings::UserDefaults defaults(qEnvironmentVariable("XDG_CONFIG_HOME") + u"/vellumhound"_s);
+    base::EventLoopTimer timer;
+    settings::UserDefaults defaults(
+        qEnvironmentVariable("XDG_CONFIG_HOME") + u"/vellumhound"_s, timer);
     base::NotificationCenter notifications;
     base::MainQueue mainQueue;
     const std::shared_ptr<const platform::KeyboardLayout> keyboardLayout =
         platform::KeyboardLayout::ofSession();
     platform::KeyTranslator translator(keyboardLayout);
     app::HotKeys hotKeys(defaults, notifications, keyboardLayout);
-    app::Recorders recorders(hotKeys, notifications, mainQueue, translator, keyboardLayout);
+    app::Recorders recorders(hotKeys, notifications, mainQueue, translator);
     const auto environment = environmentOf(recorders.environment(), options);
     PressProbe probe;  // behind the hot keys, so that it sees each press before them
     application.installNativeEventFilter(&probe);

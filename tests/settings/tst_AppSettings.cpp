@@ -13,6 +13,7 @@ class tst_AppSettings : public QObject {
 
 private:
     std::unique_ptr<QTemporaryDir> _place;
+    vellumhound::base::EventLoopTimer _timer;
     std::unique_ptr<UserDefaults> _defaults;
     std::unique_ptr<AppSettings> _settings;
 
@@ -23,7 +24,7 @@ private Q_SLOTS:
     void init()
     {
         _place = std::make_unique<QTemporaryDir>();
-        _defaults = std::make_unique<UserDefaults>(_place->filePath(u"vellumhound"_s));
+        _defaults = std::make_unique<UserDefaults>(_place->filePath(u"vellumhound"_s), _timer);
         _settings = std::make_unique<AppSettings>(*_defaults);
     }
     void cleanup()
@@ -83,8 +84,8 @@ private Q_SLOTS:
     void theChangeIsAnnouncedBeforeTheWrite()
     {
         _settings->setFavoritesCount(4);
-        QList<int> before;
-        QList<int> after;
+        QList<std::int64_t> before;
+        QList<std::int64_t> after;
         connect(_settings.get(), &AppSettings::objectWillChange, this,
             [&] { before.append(_settings->favoritesCount()); });
         connect(_settings.get(), &AppSettings::didChange, this,
@@ -93,8 +94,8 @@ private Q_SLOTS:
         _settings->setFavoritesCount(5);
         _settings->setFavoritesCount(5);
 
-        QCOMPARE(before, (QList<int>{4, 5}));
-        QCOMPARE(after, (QList<int>{5}));
+        QCOMPARE(before, (QList<std::int64_t>{4, 5}));
+        QCOMPARE(after, (QList<std::int64_t>{5}));
     }
 
     void pathRulesAreAnnouncedBeforeTheWriteToo()

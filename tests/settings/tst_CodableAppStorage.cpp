@@ -43,13 +43,14 @@ class tst_CodableAppStorage : public QObject {
 
 private:
     std::unique_ptr<QTemporaryDir> _place;
+    base::EventLoopTimer _timer;
     std::unique_ptr<UserDefaults> _defaults;
 
 private Q_SLOTS:
     void init()
     {
         _place = std::make_unique<QTemporaryDir>();
-        _defaults = std::make_unique<UserDefaults>(_place->filePath(u"vellumhound"_s));
+        _defaults = std::make_unique<UserDefaults>(_place->filePath(u"vellumhound"_s), _timer);
     }
     void cleanup() { _defaults.reset(); }
 
@@ -162,6 +163,20 @@ private Q_SLOTS:
         mine.setWrappedValue({5});
 
         QCOMPARE(seen, (QList<int>{2, 3}));
+    }
+
+    void aWriteInTheMiddleOfAnEditFromOutsideKeepsTheUsersRecord()
+    {
+        const auto storage = settingsStorage<SearchSettingsData>(*_defaults);
+        storage.setWrappedValue({StartupBehavior::newSearch, 12, true, SortOption::foldersFirst});
+        QFile edited(_place->filePath(u"vellumhound/searchSettings.json"_s));
+        QVERIFY(edited.open(QIODevice::WriteOnly | QIODevice::Truncate));
+
+        storage.modify([](SearchSettingsData &record) { record.searchByContent = false; });
+
+        const SearchSettingsData expected{
+            StartupBehavior::newSearch, 12, false, SortOption::foldersFirst};
+        QCOMPARE(storage.wrappedValue(), expected);
     }
 
     void aChangeFromOutsideReachesTheView()

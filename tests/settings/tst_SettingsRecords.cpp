@@ -1,7 +1,10 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
+#include "base/NativePath.h"
 #include "settings/SettingsRecords.h"
 
 #include <QTest>
+
+#include <limits>
 
 using namespace vellumhound;
 using namespace vellumhound::settings;
@@ -240,6 +243,23 @@ private Q_SLOTS:
         QCOMPARE(read<HomeScreenSettingsData>(R"({"favoritesCount":5.0})")->favoritesCount, 5);
     }
 
+    void aCountBeyondThirtyTwoBitsIsKept()
+    {
+        for (const std::int64_t count : {std::int64_t(2'147'483'648), std::int64_t(-2'147'483'649),
+                 std::numeric_limits<std::int64_t>::max(),
+                 std::numeric_limits<std::int64_t>::min()}) {
+            const auto json = "{\"favoritesCount\":" + QByteArray::number(count) + '}';
+
+            const auto record = read<HomeScreenSettingsData>(json);
+
+            QVERIFY(record);
+            QCOMPARE(record->favoritesCount, count);
+            QCOMPARE(written(*record), json);
+        }
+        QCOMPARE(read<SearchSettingsData>(R"({"searchHistoryCount":5e9})")->searchHistoryCount,
+            5'000'000'000);
+    }
+
     void oneBadFieldFailsTheRecord_data()
     {
         QTest::addColumn<QByteArray>("json");
@@ -258,8 +278,9 @@ private Q_SLOTS:
         bad(R"({"searchHistoryCount":1.5})");
         bad(R"({"searchHistoryCount":"5"})");
         bad(R"({"searchHistoryCount":true})");
-        bad(R"({"searchHistoryCount":2147483648})");
-        bad(R"({"searchHistoryCount":-2147483649})");
+        bad(R"({"searchHistoryCount":9223372036854775808})");
+        bad(R"({"searchHistoryCount":-1e19})");
+        bad(R"({"onboarding":4294967297})");
         bad(R"({"searchHistoryCount":99999999999999999999999})");
         bad(R"({"searchHistoryCount":1e300})");
         bad(R"({"searchByContent":0})");
@@ -296,9 +317,9 @@ private Q_SLOTS:
         QTest::addColumn<QByteArray>("json");
         const QByteArrayList texts{"", " ", "{", "}", "[]", "null", "true", "1", "\"{}\"", "{}{}",
             "{} x", "{\"showMenuBarIcon\":true", "{\"showMenuBarIcon\":true,}", "{'a':1}",
-            "{\"showMenuBarIcon\":tru", "{\"a\":\"\xFF\"}", "{\"a\":\"\\udc80\"}",
-            QByteArray("{\"a\":1}\0", 8), QByteArray("\0\0\0\0", 4), "{\"a\":NaN}", "{/**/}",
-            "\xFF\xFE{\0}\0"};
+            "{\"showMenuBarIcon\":tru", "{\"a\":\"\xFF\"}", "{\"a\":\"\\ud800\"}",
+            "{\"a\":\"\\udc7f\"}", "{\"a\":\"\\udd00\"}", QByteArray("{\"a\":1}\0", 8),
+            QByteArray("\0\0\0\0", 4), "{\"a\":NaN}", "{/**/}", "\xFF\xFE{\0}\0"};
         for (qsizetype i = 0; i < texts.size(); ++i)
             QTest::addRow("%d", int(i)) << texts[i];
     }
@@ -377,11 +398,45 @@ private Q_SLOTS:
         QVERIFY(!read<SearchSettingsData>(longText));
     }
 
-    void aPathWithoutUtf8FormIsNotEncoded()
+    void aPathOfUndecodableBytesMakesTheRoundTrip()
     {
-        const SearchFiltersSettingsData record(PathRules{{u"/a"_s + QChar(0xDCFF), true}});
+        const auto path = base::pathFromBytes("/caf\xE9/\xF0\x9F\x8E\xB5\x80\xFF\xC3\xA9");
+        const SearchFiltersSettingsData record(PathRules{{path, true}});
 
-        QVERIFY(!record.encoded());
+        const auto json = written(record);
+
+        const QByteArray text("\"/caf\\udce9/\xF0\x9F\x8E\xB5\\udc80\\udcff\xC3\xA9\"");
+        QCOMPARE(json, "{\"pathRules\":[{\"path\":" + text + ",\"isIncluded\":true}]," +
+                           "\"queryScopes\":[" + text + "],\"appliedFilters\":[]}");
+        QCOMPARE(read<SearchFiltersSettingsData>(json), record);
+        QCOMPARE(
+            read<SearchFiltersSettingsData>(QByteArray(json).replace("udce9", "uDCE9")), record);
+    }
+
+    void escapesThatAreNoUndecodableBytesReadAsTheyAlwaysDid_data()
+    {
+        QTest::addColumn<QByteArray>("escaped");
+        QTest::addColumn<QString>("path");
+        QTest::newRow("a pair") << QByteArray("\\ud83c\\udfb5") << u"🎵"_s;
+        QTest::newRow("a pair, then a byte")
+            << QByteArray("\\ud83c\\udfb5\\udcff") << u"🎵"_s + QChar(0xDCFF);
+        QTest::newRow("a pair whose second half looks like a byte")
+            << QByteArray("\\ud800\\udcff") << QString::fromUcs4(U"\U000100FF");
+        QTest::newRow("an escaped backslash") << QByteArray("\\\\udcff") << u"\\udcff"_s;
+        QTest::newRow("zero and a letter") << QByteArray("\\u0000\\u00e9") << u"\0\u00E9"_s;
+        QTest::newRow("two zeros") << QByteArray("\\u0000\\u0000") << u"\0\0"_s;
+        QTest::newRow("controls") << QByteArray("\\n\\t\\u001f\\b\\f\\r") << u"\n\t\u001F\b\f\r"_s;
+    }
+    void escapesThatAreNoUndecodableBytesReadAsTheyAlwaysDid()
+    {
+        QFETCH(QByteArray, escaped);
+        QFETCH(QString, path);
+        const auto record = read<SearchFiltersSettingsData>(
+            "{\"pathRules\":[{\"path\":\"/" + escaped + "\",\"isIncluded\":true}]}");
+
+        QVERIFY(record);
+        QCOMPARE(record->pathRules.first().path, u'/' + path);
+        QCOMPARE(read<SearchFiltersSettingsData>(written(*record)), record);
     }
 };
 

@@ -21,7 +21,7 @@ constexpr int option = platform::HotKeyModifiers::option;
 /// A process of the program with nothing but its hot keys.
 struct Process {
     explicit Process(const QString &folder)
-        : defaults(folder)
+        : defaults(folder, timer)
         , delegate(
               timer,
               [this](const QString &, VellumhoundAppDelegate &) {
@@ -39,6 +39,7 @@ struct Process {
     void bind(BoundHotKeys which) { bindHotKeys(which, shortcuts, notifications, delegate); }
 
     QStringList calls;
+    fakes::ManualTimer timer;
     settings::UserDefaults defaults;
     base::NotificationCenter notifications;
     std::vector<base::NotificationCenter::Token> tokens;
@@ -47,7 +48,6 @@ struct Process {
     fakes::FakeKeyCharacters layout;
     keyboard::KeyboardShortcuts::NamedShortcuts shortcuts{
         {defaults, notifications, center, rawKeys, layout}};
-    fakes::ManualTimer timer;
     VellumhoundAppDelegate delegate;
 };
 

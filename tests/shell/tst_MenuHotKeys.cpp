@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // A hot key pressed while a menu of ours is open, from the window system's key to the action.
+#include "base/Timer.h"
 #include "fakes/FakeHotKeyCenter.h"
 #include "fakes/FakeKeyCharacters.h"
 #include "keyboard/KeyboardShortcuts/NamedShortcuts.h"
@@ -27,7 +28,8 @@ class tst_MenuHotKeys : public QObject {
 
 private:
     QTemporaryDir _place;
-    settings::UserDefaults _defaults{_place.filePath(u"vellumhound"_s)};
+    base::EventLoopTimer _timer;
+    settings::UserDefaults _defaults{_place.filePath(u"vellumhound"_s), _timer};
     base::NotificationCenter _notifications;
     fakes::FakeHotKeyCenter _center;
     fakes::FakeKeyCharacters _characters;

@@ -157,7 +157,7 @@ private Q_SLOTS:
     void settingsThatCannotBeReadCountAsAFirstRunThatIsNotOver()
     {
         QTemporaryDir folder;
-        settings::UserDefaults defaults(folder.path());
+        settings::UserDefaults defaults(folder.path(), *_timer);
         settings::AppSettings settings(defaults);
         settings.setOnboarding(settings::OnboardingStep::done);
         const auto isDone = [&] { return settings.onboarding() == settings::OnboardingStep::done; };

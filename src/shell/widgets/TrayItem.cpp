@@ -32,7 +32,7 @@ TrayItem::TrayItem(Environment environment)
     connect(&_environment.host, &platform::TrayHost::kindChanged, this, &TrayItem::update);
     connect(
         &_environment.host, &platform::TrayHost::foregroundChanged, this, &TrayItem::updateIcon);
-    _environment.settings.appSettings.onChange(this, [this] { update(); });
+    _environment.appSettings.onChange(this, [this] { update(); });
     _shortcutDidChange = _environment.notificationCenter.addObserver(
         QString::fromUtf16(base::Notifications::KeyboardShortcuts_shortcutByNameDidChange), nullptr,
         [this] { refreshMenu(); });
@@ -61,7 +61,7 @@ bool TrayItem::isShown() const
 
 void TrayItem::update()
 {
-    const bool isWanted = _environment.settings.showMenuBarIcon() &&
+    const bool isWanted = _environment.appSettings.wrappedValue().showMenuBarIcon &&
                           _environment.host.kind() != platform::TrayHost::Kind::none;
     if (isWanted == isShown())
         return;

@@ -4,7 +4,7 @@
 #include "base/NotificationCenter.h"
 #include "platform/Appearance.h"
 #include "platform/linux/TrayHost.h"
-#include "settings/AppSettings.h"
+#include "settings/SettingsRecords.h"
 #include "shell/MenuIconView.h"
 #include "shell/widgets/MenubarIcon.h"
 #include "shell/widgets/TrayMenu.h"
@@ -31,7 +31,7 @@ class TrayItem final : public QObject {
 
 public:
     struct Environment {
-        settings::AppSettings &settings;
+        const settings::CodableAppStorage<settings::AppSettingsData> &appSettings;
         base::NotificationCenter &notificationCenter;
         platform::TrayHost &host;
         std::function<MenuState()> menuState;  ///< asked whenever the menu is built

@@ -19,7 +19,8 @@ inline const Shortcut optionF(3, 0x800);
 /// lives from start() to stop().
 struct NamedShortcutsFixture {
     QTemporaryDir place;
-    settings::UserDefaults defaults{place.filePath(QStringLiteral("vellumhound"))};
+    base::EventLoopTimer eventLoop;
+    settings::UserDefaults defaults{place.filePath(QStringLiteral("vellumhound")), eventLoop};
     base::NotificationCenter notifications;
     fakes::FakeHotKeyCenter center;
     platform::RawKeyFeed rawKeys;

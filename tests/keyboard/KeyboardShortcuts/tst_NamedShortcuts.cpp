@@ -169,6 +169,8 @@ private Q_SLOTS:
         QVERIFY(file.open(QIODevice::WriteOnly));
         QCOMPARE(file.write(controlSpaceText), controlSpaceText.size());
         file.close();
+        const auto key = u"KeyboardShortcuts_"_s + longest;
+        QTRY_COMPARE(_->defaults.data(key), std::optional<QByteArray>(controlSpaceText));
         const auto name = shortcuts().createName(longest, optionS);
         shortcuts().onKeyDown(name, [] {});
         QTest::ignoreMessage(QtWarningMsg, QRegularExpression(u"cannot be stored"_s));
