@@ -46,6 +46,18 @@ FileSearchService::FileSearchService(Environment environment)
 {
 }
 
+FileSearchService::~FileSearchService()
+{
+    endSearch();
+}
+
+void FileSearchService::endSearch()
+{
+    if (searchTask)
+        searchTask->cancel();
+    mainQueue().drain();
+}
+
 base::Task FileSearchService::performSearch(QString text, FileBrowserModel &model,
     std::function<void()> onBatch, std::function<void()> onFinished)
 {

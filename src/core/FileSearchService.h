@@ -24,8 +24,8 @@ class FileBrowserModel;
 
 /// Turns a text into rows of the model: a text that begins with "/" or "~" is listed as a path,
 /// every other one is a query of the index. One for the whole process, owned by the composition
-/// root; main thread. It and the model outlive every search, so the root cancels and drains before
-/// it takes them down.
+/// root; main thread. It and the model outlive every search: whoever takes one of them down ends
+/// the search first.
 class FileSearchService {
 public:
     /// All of it outlives the service; the file system is shared with workers that may hang in it
@@ -40,11 +40,16 @@ public:
     };
 
     explicit FileSearchService(Environment environment);
+    ~FileSearchService();
     Q_DISABLE_COPY_MOVE(FileSearchService)
 
     /// The search that started last. Whoever starts one cancels it and puts the new one in its
     /// place; it keeps its value after its end.
     std::optional<base::Task> searchTask;
+
+    /// Cancels the search that runs, and has it and all else that waits in the main queue come to
+    /// its end before this returns.
+    void endSearch();
 
     /// Searches for `text`, which must be the model's whole text: one that differs from it, be it
     /// by a blank at the end, is out of date and ends without a trace. `onBatch` runs after each

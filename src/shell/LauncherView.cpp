@@ -65,6 +65,8 @@ LauncherView::LauncherView(const Environment &environment, QObject *parent)
 LauncherView::~LauncherView()
 {
     _environment.keyboardMonitor.setAppLevelHandler({});
+    // It works on the model, which goes now.
+    _environment.fileSearchService.endSearch();
 }
 
 void LauncherView::appear()

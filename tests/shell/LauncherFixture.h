@@ -14,13 +14,6 @@ public:
         view.appear();
         queue.drain();
     }
-    ~LauncherFixture()
-    {
-        // A search works on the view's model, which goes before the service does.
-        if (service.searchTask)
-            service.searchTask->cancel();
-        queue.drain();
-    }
     Q_DISABLE_COPY_MOVE(LauncherFixture)
 
     bool press(int keyCode, std::uint32_t modifiers = 0, const QString &characters = {})

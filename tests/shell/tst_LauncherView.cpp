@@ -91,6 +91,9 @@ private Q_SLOTS:
     void goingHomeWithTheFocusInTheListPutsItIntoTheBox();
     void aSearchBegunOnTheHomeListEndsInTheResults();
     void thePageIsToldWhileTheOldScreenStillHoldsTheFocus();
+
+    void aSearchThatStillRunsEndsBeforeItsModelGoes_data();
+    void aSearchThatStillRunsEndsBeforeItsModelGoes();
 };
 
 void tst_LauncherView::theContentFollowsFirstRunThenPaletteThenStatus()
@@ -577,6 +580,37 @@ void tst_LauncherView::thePageIsToldWhileTheOldScreenStillHoldsTheFocus()
     QVERIFY(!area());
     _launcher->queue.drain();
     QCOMPARE(area(), FocusArea::search);
+}
+
+void tst_LauncherView::aSearchThatStillRunsEndsBeforeItsModelGoes_data()
+{
+    QTest::addColumn<QString>("text");
+    QTest::newRow("the index still gathers") << u"ab"_s;
+    QTest::newRow("the path's mount hangs") << u"/hung"_s;
+}
+
+void tst_LauncherView::aSearchThatStillRunsEndsBeforeItsModelGoes()
+{
+    QFETCH(QString, text);
+    const auto disk = _launcher->disk;
+    disk->addFolder(u"/hung"_s);
+    disk->hang(u"/hung"_s);
+    model().setSearchText(text);
+    auto &service = _launcher->service;
+    service.searchTask = service.performSearch(
+        text, model(), [] {}, [] {});
+    _launcher->queue.drain();
+    const auto search = *service.searchTask;
+    QVERIFY(!search.isFinished());
+    bool wasFinished = false;
+    const QObject context;
+    QObject::connect(
+        &model(), &QObject::destroyed, &context, [&] { wasFinished = search.isFinished(); });
+
+    _launcher.reset();
+
+    QVERIFY(wasFinished);
+    disk->release(u"/hung"_s);
 }
 
 QTEST_GUILESS_MAIN(tst_LauncherView)
