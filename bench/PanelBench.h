@@ -85,7 +85,8 @@ struct Launcher {
     explicit Launcher(const OwnHome &home)
         : services(
               store::PersistenceController::load(home.filePath(QStringLiteral("DataModel.sqlite")))
-                  .value())
+                  .value(),
+              {})
         , delegate(
               services.timer,
               [this](const QString &identifier, shell::VellumhoundAppDelegate &owner) {

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "app/VellumhoundApp.h"
+#include "app/RunApplication.h"
 
 int main(int argc, char **argv)
 {
-    return vellumhound::app::runApplication(argc, argv);
+    vellumhound::app::endProcess(vellumhound::app::runApplication(argc, argv));
 }

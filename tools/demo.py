@@ -12,7 +12,7 @@ import sys
 import tempfile
 
 sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[1] / "tests/support"))
-from desktop_session import DesktopSession, wait_until  # noqa: E402
+from desktop_session import LOGIN_MARK, DesktopSession, wait_until  # noqa: E402
 from sample_home import SampleHome  # noqa: E402
 
 WALLPAPER = ("#3a6591", "#7d2038")
@@ -37,7 +37,7 @@ def run(program_path: pathlib.Path, pictures: pathlib.Path, folder: pathlib.Path
     home.fill()
     with DesktopSession(folder / "session", screen=(1280, 800), is_composited=True, wallpaper=WALLPAPER) as session:
         demo = Demo(session, pictures)
-        program = session.start_program(program_path, home)
+        program = session.start_program(program_path, home, environment=LOGIN_MARK)
         wait_until(session.is_service_there, "the program is on the bus")
         # Nothing tells when the key has been taken; one more press changes nothing.
         wait_until(lambda: (session.keys("ctrl+space"), program.is_panel_visible)[-1], "the panel is shown")

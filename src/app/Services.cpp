@@ -1,14 +1,13 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "app/Services.h"
 
+#include "base/NativePath.h"
 #include "index/disk/DesktopEntries.h"
 #include "platform/linux/activation/Activation.h"
 #include "platform/linux/LinuxFileSystem.h"
 
 #include <QDBusConnection>
 #include <QLocale>
-#include <QProcessEnvironment>
-#include <QStandardPaths>
 
 namespace vellumhound::app {
 
@@ -16,10 +15,21 @@ namespace {
 
 using namespace Qt::StringLiterals;
 
-/// Where the desktop keeps what applications share, by the environment of the process.
+QStringList sharedDataFolders()
+{
+    auto text = base::pathFromBytes(qgetenv("XDG_DATA_DIRS").toStdString());
+    if (text.isEmpty())
+        text = u"/usr/local/share:/usr/share"_s;
+    auto folders = text.split(u':', Qt::SkipEmptyParts);
+    folders.removeIf([](const QString &folder) { return !folder.startsWith(u'/'); });
+    return folders;
+}
+
+/// Where the desktop keeps what applications share, by the environment of the process. The toolkit
+/// has its own idea of folders whose names do not decode.
 struct DataFolders {
-    QString home = QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation);
-    QStringList shared = QStandardPaths::standardLocations(QStandardPaths::GenericDataLocation);
+    QString home = base::baseDirectory("XDG_DATA_HOME", u".local/share"_s);
+    QStringList shared = sharedDataFolders();
 
     DataFolders() { shared.removeAll(home); }
 };
@@ -40,9 +50,8 @@ index::FileIndexOptions indexOptions()
     options.dataHome = folders.home;
     options.dataDirs = folders.shared;
     options.languages = languages();
-    const auto caches = QStandardPaths::writableLocation(QStandardPaths::GenericCacheLocation);
-    if (!caches.isEmpty())
-        options.cacheFolder = caches + u"/vellumhound"_s;
+    options.cacheFolder = base::appendingPathComponent(
+        base::baseDirectory("XDG_CACHE_HOME", u".cache"_s), u"vellumhound"_s);
     return options;
 }
 
@@ -53,21 +62,10 @@ platform::ApplicationEntryName applicationName()
                const QString &path) { return entries.applicationName(path); };
 }
 
-/// What was set for the toolkit in this process alone.
-QByteArrayList ownVariables()
-{
-    QByteArrayList names;
-    const auto environment = QProcessEnvironment::systemEnvironment().keys();
-    for (const auto &name : environment) {
-        if (name.startsWith(QStringLiteral("QT_")))
-            names.append(name.toLocal8Bit());
-    }
-    return names;
-}
-
 }  // namespace
 
-Services::Services(std::unique_ptr<store::PersistenceController> loadedStore)
+Services::Services(
+    std::unique_ptr<store::PersistenceController> loadedStore, const QByteArrayList &ownVariables)
     : store(std::move(loadedStore))
     , fileIndex(indexOptions())
     , query(fileIndex, notificationCenter)
@@ -77,7 +75,7 @@ Services::Services(std::unique_ptr<store::PersistenceController> loadedStore)
     , hotKeys(userDefaults, notificationCenter, keyboardLayout)
 {
     workspace.setTokenSource(platform::makeStartupId);
-    workspace.setOwnVariables(ownVariables());
+    workspace.setOwnVariables(ownVariables);
     workspace.setOpenedHandler([this](const QString &path) { fileIndex.noteUse(path); });
     settings.searchFiltersSettings.onChange(&settings, [this] { handRulesToIndex(); });
     handRulesToIndex();
@@ -86,14 +84,6 @@ Services::Services(std::unique_ptr<store::PersistenceController> loadedStore)
     fileIndex.setSearchesTexts(settings.searchByContent());
     powerState.onChanged([this](bool savesPower) { fileIndex.setSavesPower(savesPower); });
     fileIndex.setSavesPower(powerState.savesPower());
-}
-
-Services::~Services()
-{
-    // Whatever still waits ends here, while everything it may touch is there.
-    if (fileSearchService.searchTask)
-        fileSearchService.searchTask->cancel();
-    queue.drain();
 }
 
 void Services::handRulesToIndex()

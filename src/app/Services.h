@@ -24,6 +24,7 @@
 #include "shell/widgets/PanelKeyFilter.h"
 #include "store/PersistenceController.h"
 
+#include <QByteArrayList>
 #include <QDBusConnection>
 
 #include <memory>
@@ -33,9 +34,10 @@ namespace vellumhound::app {
 /// What the process has one of, in the order in which one needs the other; all of it lives until
 /// the process ends. Main thread; needs the application object.
 struct Services {
-    /// `store` has been loaded.
-    explicit Services(std::unique_ptr<store::PersistenceController> store);
-    ~Services();
+    /// `store` has been loaded. Programs that are launched do not get `ownVariables` of the
+    /// environment.
+    Services(
+        std::unique_ptr<store::PersistenceController> store, const QByteArrayList &ownVariables);
     Q_DISABLE_COPY_MOVE(Services)
 
     base::MainQueue queue;
@@ -44,7 +46,7 @@ struct Services {
     base::Background background{queue};
     platform::Clock clock;
 
-    settings::UserDefaults userDefaults{settings::UserDefaults::standardFolder()};
+    settings::UserDefaults userDefaults{settings::UserDefaults::standardFolder(), timer};
     settings::AppSettings settings{userDefaults};
     std::unique_ptr<store::PersistenceController> store;
 

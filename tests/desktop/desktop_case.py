@@ -15,7 +15,8 @@ import tempfile
 import unittest
 
 sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[1] / "support"))
-from desktop_session import PANEL_TITLE, DesktopSession, Program, missing_tools, wait_until  # noqa: E402,F401
+from desktop_session import (LOGIN_MARK, PANEL_TITLE, DesktopSession, Program, missing_tools,  # noqa: E402,F401
+                             wait_until)
 from sample_home import SampleHome  # noqa: E402
 
 HOT_KEY_HOLDER = pathlib.Path(__file__).resolve().parents[1] / "support/hot_key_holder.py"
@@ -61,7 +62,10 @@ class DesktopCase(unittest.TestCase):
             self.assertIn(code, (0, 1, -15), f"the program crashed\n{program.errors[-3000:]}")
 
     def start(self, **environment: str) -> Program:
-        """Starts the program without showing it."""
+        """Starts the program without showing it, as the login does."""
+        return self.start_by_person(**LOGIN_MARK, **environment)
+
+    def start_by_person(self, **environment: str) -> Program:
         program = self.session.start_program(options.program, self.home, environment=environment)
         self.programs.append(program)
         return program

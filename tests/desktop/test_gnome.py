@@ -36,7 +36,7 @@ class TestOrdinaryWindow(DesktopCase):
         program = self.start_and_hide(WAYLAND_DEBUG="client")
         token = self.session.take_token()
 
-        second = self.start(XDG_ACTIVATION_TOKEN=token)
+        second = self.start_by_person(XDG_ACTIVATION_TOKEN=token)
 
         self.assertEqual(second.wait_for_end(), 0)
         program.wait_for_panel()
@@ -47,7 +47,7 @@ class TestOrdinaryWindow(DesktopCase):
 
     def test_a_token_counts_once(self):
         program = self.start_and_hide(WAYLAND_DEBUG="client")
-        self.assertEqual(self.start(XDG_ACTIVATION_TOKEN=TOKEN_OF_NOBODY).wait_for_end(), 0)
+        self.assertEqual(self.start_by_person(XDG_ACTIVATION_TOKEN=TOKEN_OF_NOBODY).wait_for_end(), 0)
         program.wait_for_panel()
         self.session.keys("Escape")
         program.wait_until_hidden()

@@ -42,7 +42,7 @@ class TestKeyOfTheCompositor(WaylandHotKeyCase):
 
         self.session.keys("ctrl+space")
         wait_until(pressed.exists, "the compositor acts on the key")
-        second = self.start()
+        second = self.start_by_person()
 
         self.assertEqual(second.wait_for_end(), 0)
         program.wait_for_panel()

@@ -24,7 +24,7 @@ class TestPanel(DesktopCase):
         self.session.click(120, 80)
         first.wait_until_hidden()
 
-        second = self.start()
+        second = self.start_by_person()
 
         self.assertEqual(second.wait_for_end(), 0)
         first.wait_for_panel()

@@ -169,6 +169,20 @@ class TestTray(DesktopCase):
 
         tray.wait_for_item(2)
 
+    def test_without_the_item_the_hot_key_and_another_start_present_the_panel(self):
+        tray = self.start_tray()
+        self.home.set_setting("appSettings", {"showMenuBarIcon": False, "onboarding": 5, "selectedSettingsTab": 0})
+        program = self.start()
+        wait_until(self.session.is_service_there, "the program is on the bus")
+        wait_until(lambda: (self.session.keys("ctrl+space"), program.is_panel_visible)[-1], "the panel is shown")
+        program.wait_for_panel()
+        self.hide_panel(program)
+
+        self.assertEqual(self.start_by_person().wait_for_end(), 0)
+
+        program.wait_for_panel()
+        self.assertEqual(tray.noted("registered"), [])
+
     def test_the_item_in_an_x11_tray_presents_the_panel_and_has_a_menu(self):
         self.start_x11_tray()
         program = self.start_and_present()

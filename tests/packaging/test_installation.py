@@ -20,6 +20,7 @@ from desktop_session import PANEL_TITLE, SERVICE, DesktopSession, wait_until  # 
 from sample_home import SampleHome  # noqa: E402
 
 options = argparse.Namespace()
+BUS_START = "/usr/bin/env VELLUMHOUND_STARTED_BY=bus "
 PROGRAMS = {"bin/vellumhound", "libexec/vellumhound/vellumhound-extract"}
 FILES = PROGRAMS | {
     f"share/applications/{SERVICE}.desktop",
@@ -73,7 +74,7 @@ class TestInstallation(unittest.TestCase):
     def test_the_service_starts_the_installed_program(self):
         service = entries(self.installed(f"share/dbus-1/services/{SERVICE}.service"))["D-BUS Service"]
 
-        self.assertEqual(service["Exec"], str(self.installed("bin/vellumhound")))
+        self.assertEqual(service["Exec"], BUS_START + str(self.installed("bin/vellumhound")))
 
     def test_a_staged_installation_names_the_place_where_it_will_be(self):
         stage = self.folder / "stage"
@@ -82,7 +83,7 @@ class TestInstallation(unittest.TestCase):
                        stdout=subprocess.DEVNULL, env={**os.environ, "DESTDIR": str(stage)})
 
         service = entries(stage / f"opt/vellumhound/share/dbus-1/services/{SERVICE}.service")["D-BUS Service"]
-        self.assertEqual(service["Exec"], "/opt/vellumhound/bin/vellumhound")
+        self.assertEqual(service["Exec"], BUS_START + "/opt/vellumhound/bin/vellumhound")
 
     def test_a_call_over_the_bus_starts_it_and_shows_the_panel(self):
         home = SampleHome(self.folder / "home")

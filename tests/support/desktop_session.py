@@ -27,6 +27,8 @@ SERVICE = "org.vellumhound.Vellumhound"
 OBJECT_PATH = "/org/vellumhound/Vellumhound"
 APPLICATION = "org.freedesktop.Application"
 PANEL_TITLE = "Vellumhound"
+# What the login entry puts into the environment of its start, which then waits in the background.
+LOGIN_MARK = {"VELLUMHOUND_STARTED_BY": "login"}
 
 POLL_SECONDS = 0.02
 DEFAULT_TIMEOUT_SECONDS = 20.0
@@ -234,13 +236,15 @@ class DesktopSession:
     # --- programs ---
 
     def start_program(self, program: pathlib.Path, home: SampleHome, *arguments: str,
-                      environment: dict[str, str] | None = None) -> Program:
+                      environment: dict[str, str] | None = None, output: int | None = None) -> Program:
+        """Its standard output goes to a file, or to the descriptor `output`."""
         number = len(self._processes)
         values = home.environment() | self.environment() | (environment or {})
         out, err = self.folder / f"program-{number}.out", self.folder / f"program-{number}.err"
         with open(out, "wb") as out_file, open(err, "wb") as err_file:
             process = subprocess.Popen([str(program), *arguments], env=values, cwd=home.path,
-                                       stdin=subprocess.DEVNULL, stdout=out_file, stderr=err_file,
+                                       stdin=subprocess.DEVNULL, stderr=err_file,
+                                       stdout=out_file if output is None else output,
                                        preexec_fn=end_with_parent)
         self._processes.append((program.name, process))
         return Program(self, process, out, err)

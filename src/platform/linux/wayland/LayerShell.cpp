@@ -26,10 +26,14 @@ bool isPopup(const QWindow &window)
 
 }  // namespace
 
-void LayerShell::prepare()
+QByteArrayList LayerShell::prepare()
 {
     // With it, the toolkit gives no role to a window that bypasses the window manager.
-    qputenv("QT_WAYLAND_USE_BYPASSWINDOWMANAGERHINT", "1");
+    constexpr char variable[] = "QT_WAYLAND_USE_BYPASSWINDOWMANAGERHINT";
+    if (qEnvironmentVariableIsSet(variable))
+        return {};
+    qputenv(variable, "1");
+    return {variable};
 }
 
 std::unique_ptr<LayerShell> LayerShell::create(Handlers handlers)

@@ -4,6 +4,7 @@
 #include "platform/linux/wayland/SurfaceRole.h"
 #include "platform/linux/wayland/WaylandConnection.h"
 
+#include <QByteArrayList>
 #include <QObject>
 #include <QPointF>
 
@@ -39,8 +40,9 @@ public:
     };
 
     /// Tells the toolkit to leave windows to us where we ask for it. To be called before there is
-    /// an application object; without effect on other window systems.
-    static void prepare();
+    /// an application object; without effect on other window systems. The result is what it has set
+    /// in the environment of this process.
+    static QByteArrayList prepare();
     /// Null where the compositor has no layer-shell, or on any other window system: windows are
     /// ordinary ones there.
     static std::unique_ptr<LayerShell> create(Handlers handlers);
