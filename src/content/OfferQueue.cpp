@@ -4,6 +4,7 @@
 #include "content/Document.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace vellumhound::content {
 
@@ -17,6 +18,7 @@ constexpr std::size_t mostTurns = 4096;
 void OfferQueue::place(const std::string &path, const Entry &entry)
 {
     const auto &placed = *_entries.insert_or_assign(path, entry).first;
+    _resting += entry.isResting ? 1 : 0;
     if (entry.due)
         _waiting.emplace(*entry.due, &placed);
     else
@@ -25,6 +27,7 @@ void OfferQueue::place(const std::string &path, const Entry &entry)
 
 void OfferQueue::unplace(const Entries::value_type &entry)
 {
+    _resting -= entry.second.isResting ? 1 : 0;
     if (entry.second.due)
         _waiting.erase({*entry.second.due, &entry});
     else
@@ -33,7 +36,8 @@ void OfferQueue::unplace(const Entries::value_type &entry)
 
 void OfferQueue::changed(const std::string &path, Time now)
 {
-    Entry entry{now + _pace.calm, now, justChanged};
+    _failures.erase(path);
+    Entry entry{now + _pace.calm, now, justChanged, false};
     if (const auto turn = _turns.find(path); turn != _turns.end())
         entry.due = std::max(*entry.due, turn->second.at + turn->second.pause);
     if (const auto found = _entries.find(path); found != _entries.end()) {
@@ -52,17 +56,31 @@ void OfferQueue::changed(const std::string &path, Time now)
 void OfferQueue::found(const std::string &path, std::int64_t changedAt)
 {
     if (!_entries.contains(path))
-        place(path, {{}, {}, changedAt});
+        place(path, {{}, {}, changedAt, false});
 }
 
 void OfferQueue::later(const std::string &path, Time due)
 {
     forget(path);
-    place(path, {due, due, 0});
+    place(path, {due, due, 0, false});
+}
+
+void OfferQueue::failed(const std::string &path, Time now)
+{
+    const auto found = _failures.find(path);
+    const auto failures = found == _failures.end() ? 1 : found->second + 1;
+    auto pause = _pace.firstRetry;
+    for (unsigned i = 1; i < failures && pause < _pace.longestRetry; ++i)
+        pause *= 2;
+    forget(path);
+    _failures[path] = failures;
+    const auto due = now + std::min(pause, _pace.longestRetry);
+    place(path, {due, due, 0, true});
 }
 
 void OfferQueue::forget(const std::string &path)
 {
+    _failures.erase(path);
     const auto found = _entries.find(path);
     if (found == _entries.end())
         return;
@@ -73,6 +91,7 @@ void OfferQueue::forget(const std::string &path)
 std::vector<std::string> OfferQueue::takeBelow(std::string_view folder)
 {
     std::vector<std::string> taken;
+    std::erase_if(_failures, [&](const auto &one) { return isAtOrBelow(one.first, folder); });
     for (auto entry = _entries.begin(); entry != _entries.end();) {
         if (!isAtOrBelow(entry->first, folder)) {
             ++entry;
@@ -91,6 +110,8 @@ void OfferQueue::clear()
     _ready.clear();
     _entries.clear();
     _turns.clear();
+    _failures.clear();
+    _resting = 0;
 }
 
 void OfferQueue::ripen(Time now)
@@ -100,6 +121,7 @@ void OfferQueue::ripen(Time now)
         const auto *placed = _waiting.begin()->second;
         _waiting.erase(_waiting.begin());
         entry.due.reset();
+        _resting -= std::exchange(entry.isResting, false) ? 1 : 0;
         _ready.emplace(entry.changedAt, placed);
     }
 }

@@ -95,6 +95,17 @@ bool TextIndex::isCurrent(std::string_view path, const Stamp &stamp) const
     return place && documentAt(*place).stamp == stamp;
 }
 
+bool TextIndex::hasRoomFor(std::string_view path) const
+{
+    return !_figures.isFull || (usedBytes() < mostIntake() && find(path));
+}
+
+bool TextIndex::isPurgeWorthIt() const
+{
+    const bool isOver = usedBytes() >= mostIntake();
+    return _figures.deadBytes >= (isOver ? 1 : mostIntake() / 40);
+}
+
 void TextIndex::count(const Place &place, int sign)
 {
     bool hasText = false;
@@ -112,11 +123,21 @@ void TextIndex::count(const Place &place, int sign)
     _figures.textBytes = sign > 0 ? _figures.textBytes + bytes : _figures.textBytes - bytes;
 }
 
+void TextIndex::countDead(const Place &place)
+{
+    const auto &segment = *place.segment->segment;
+    const auto &header = segment.header();
+    const auto texts = std::max<std::uint64_t>(header[Section::texts].size, 1);
+    ++_figures.deadDocuments;
+    _figures.deadBytes += segment.record(place.number).storedBytes * header.fileBytes / texts;
+}
+
 void TextIndex::kill(const Place &place)
 {
     count(place, -1);
     if (place.segment != nullptr) {
         place.segment->dead->set(place.number);
+        countDead(place);
         _isDirty = true;
         return;
     }
@@ -144,10 +165,14 @@ Added TextIndex::append(BufferedText item)
     noteFullness();
     const bool needsRoom = _figures.bufferedBytes >= _options.spillAbove ||
                            _state->buffer->size() == TextBuffer::capacity;
-    const bool hasNoRoom = !_isOpen || (needsRoom && !spill());
-    if (hasNoRoom || _figures.isFull || path.size() > longestPath) {
-        remove(path);
-        return hasNoRoom ? Added::cannotWrite : _figures.isFull ? Added::full : Added::yes;
+    const bool cannotWrite = !_isOpen || (needsRoom && !spill());
+    const bool isFull = !hasRoomFor(path);
+    if (cannotWrite || isFull || path.size() > longestPath) {
+        if (isFull && !cannotWrite)
+            noteOutdated(path);
+        else
+            remove(path);
+        return cannotWrite ? Added::cannotWrite : isFull ? Added::full : Added::yes;
     }
     if (item.text)
         _figures.bufferedBytes += item.text->size();
@@ -168,14 +193,27 @@ void TextIndex::put(BufferedText item, std::optional<Place> instead)
 
 void TextIndex::noteFullness()
 {
-    const auto used = _figures.diskBytes + _figures.bufferedBytes;
-    const auto most = mostIntake();
-    _figures.isFull = used >= most || (_figures.isFull && used >= most / 20 * 19);
+    // The last twentieth is for new versions of files that are in.
+    const auto used = usedBytes();
+    const auto twentieth = mostIntake() / 20;
+    _figures.isFull = used >= twentieth * 19 || (_figures.isFull && used >= twentieth * 18);
     if (!_figures.isFull || std::exchange(_hasToldOfFull, true))
         return;
     qCWarning(logContent,
         "The text index has reached its limit of %llu MB; no further text is taken in.",
         static_cast<unsigned long long>(_options.mostDiskBytes / 1'000'000));
+}
+
+void TextIndex::noteOutdated(std::string_view path)
+{
+    const auto place = find(path);
+    if (!place)
+        return;
+    if (_state->buffer->size() == TextBuffer::capacity)
+        return kill(*place);
+    auto document = documentAt(*place);
+    document.stamp = {};
+    put({std::move(document), nullptr, false}, place);
 }
 
 void TextIndex::remove(std::string_view path)

@@ -4,6 +4,7 @@
 #include "base/Result.h"
 #include "content/Document.h"
 #include "content/Manifest.h"
+#include "content/TextFigures.h"
 #include "content/TextFolder.h"
 #include "content/TextState.h"
 
@@ -16,6 +17,7 @@
 #include <string>
 #include <string_view>
 #include <unordered_map>
+#include <utility>
 #include <vector>
 
 namespace vellumhound::content {
@@ -27,22 +29,6 @@ struct TextIndexOptions {
     std::size_t spillAbove = std::size_t(16) << 20;     ///< bytes of text that wait in memory
     int packingLevel = 1;                               ///< as TextPacker takes it
     std::size_t mergeAt = 4;  ///< so many segments of about one size become one
-};
-
-/// How much there is.
-struct TextFigures {
-    std::uint64_t documents = 0;      ///< with text
-    std::uint64_t withoutText = 0;    ///< known to have none
-    std::uint64_t textBytes = 0;      ///< folded
-    std::uint64_t diskBytes = 0;      ///< of all segments
-    std::uint64_t postingBytes = 0;   ///< of these: lists and dictionaries
-    std::uint64_t bufferedBytes = 0;  ///< text in memory
-    std::uint64_t lost = 0;           ///< dropped with damaged files since open()
-    std::size_t segments = 0;
-    bool isFull = false;       ///< no room for further text
-    bool cannotWrite = false;  ///< the last attempt to write failed
-
-    bool operator==(const TextFigures &) const = default;
 };
 
 enum class Added {
@@ -69,10 +55,16 @@ public:
 
     /// Whether this very version of the file is indexed or known to have no text.
     bool isCurrent(std::string_view path, const Stamp &stamp) const;
-    /// Replaces what is known of the file. Unless the answer is yes, nothing is known of it then.
+    bool knows(std::string_view path) const { return find(path).has_value(); }
+    /// Whether add() would find room. A file that is in already has room where others have none.
+    bool hasRoomFor(std::string_view path) const;
+    /// Replaces what is known of the file. Unless the answer is yes, its text is not known then; a
+    /// file that was in keeps its claim to room.
     Added add(Document document, std::string_view utf8);
     /// There is nothing to find in this version of the file.
     Added noteWithoutText(Document document);
+    /// As add() that finds no room.
+    void noteOutdated(std::string_view path);
     void remove(std::string_view path);
     /// The folder, or file, and all below it.
     void removeBelow(std::string_view folder);
@@ -90,7 +82,14 @@ public:
     bool needsFlush() const { return _isDirty || !_buffered.empty(); }
     /// Merges segments or drops damaged ones, if that is worth it. True if there was something.
     bool tidy();
-    /// Makes a tidy() under way end soon, without effect, and further ones do nothing. Any thread.
+    /// Takes documents that are gone off the disk, one segment a call; true if there was one. Drops
+    /// a segment that finds no room to be written again.
+    bool purge();
+    /// Files whose texts went with a segment that was dropped, since the last call.
+    std::vector<std::string> takeLost() { return std::exchange(_lost, {}); }
+    /// Whether purge() is worth it for the room that it makes.
+    bool isPurgeWorthIt() const;
+    /// Ends a tidy() or purge() soon, without effect; further ones do nothing. Any thread.
     void stop() { _isStopped = true; }
 
     TextFigures figures() const;
@@ -119,10 +118,14 @@ private:
     bool saveManifest();
     bool hasWorked(const base::Outcome &outcome);
     bool dropUnusable();
+    void drop(const std::vector<std::size_t> &dropped);
+    bool rewrite(const std::vector<std::size_t> &merged);
     std::vector<std::size_t> worthMerging() const;
     /// Puts `by`, if it is there, in the place of some segments and deletes their files.
     void replace(const std::vector<std::size_t> &old, std::optional<SegmentState> by);
     void measureSegments();
+    void countDead(const Place &place);
+    std::uint64_t usedBytes() const { return _figures.diskBytes + _figures.bufferedBytes; }
     std::uint64_t mostIntake() const { return _options.mostDiskBytes / 8 * 7; }
     std::uint64_t mostMerged() const { return _options.mostDiskBytes / 8; }
 
@@ -133,6 +136,7 @@ private:
     std::unordered_map<std::string_view, std::uint32_t> _buffered;  // living slots, by path
     std::uint64_t _nextId = 1;
     TextFigures _figures;
+    std::vector<std::string> _lost;
     bool _isOpen = false;
     bool _isDirty = false;  // the manifest on the disk is an older one
     bool _hasToldOfFull = false;

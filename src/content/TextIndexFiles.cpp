@@ -75,7 +75,13 @@ void TextIndex::measureSegments()
 {
     _figures.diskBytes = 0;
     _figures.postingBytes = 0;
+    _figures.deadDocuments = 0;
+    _figures.deadBytes = 0;
     for (const auto &state : _state->segments) {
+        for (DocumentId document = 0; document < state.segment->documentCount(); ++document) {
+            if (state.dead->has(document))
+                countDead({&state, document});
+        }
         const auto &header = state.segment->header();
         _figures.diskBytes += header.fileBytes;
         for (const auto section : {Section::postings, Section::entries, Section::heads})
@@ -145,8 +151,12 @@ bool TextIndex::tidy()
     if (dropUnusable())
         return true;
     const auto merged = worthMerging();
-    if (merged.empty())
-        return false;
+    return !merged.empty() && rewrite(merged);
+}
+
+/// The living documents of some segments become one segment.
+bool TextIndex::rewrite(const std::vector<std::size_t> &merged)
+{
     std::vector<SegmentState> sources;
     for (const auto index : merged)
         sources.push_back(_state->segments[index]);
@@ -168,6 +178,28 @@ bool TextIndex::tidy()
     return true;
 }
 
+bool TextIndex::purge()
+{
+    if (!_isOpen || _isStopped)
+        return false;
+    if (dropUnusable())
+        return true;
+    // The smallest first: it makes room for the others.
+    const auto &segments = _state->segments;
+    std::optional<std::size_t> stale;
+    const auto bytesOf = [&](std::size_t i) { return segments[i].segment->header().fileBytes; };
+    for (std::size_t i = 0; i < segments.size(); ++i) {
+        if (segments[i].dead->count() > 0 && (!stale || bytesOf(i) < bytesOf(*stale)))
+            stale = i;
+    }
+    if (!stale)
+        return false;
+    if (_figures.diskBytes + bytesOf(*stale) <= _options.mostDiskBytes)
+        return rewrite({*stale});
+    drop({*stale});
+    return true;
+}
+
 bool TextIndex::dropUnusable()
 {
     std::vector<std::size_t> dropped;
@@ -176,20 +208,29 @@ bool TextIndex::dropUnusable()
         if (state.liveCount() > 0 && !state.segment->isDamaged())
             continue;
         dropped.push_back(i);
-        if (state.liveCount() == 0)
-            continue;
-        qCWarning(logContent, "A text segment is dropped, its files will be read again: "
-                              "a text in it is damaged.");
+        if (state.liveCount() > 0)
+            qCWarning(logContent, "A text segment is dropped, its files will be read again: "
+                                  "a text in it is damaged.");
         _figures.lost += state.liveCount();
-        for (DocumentId document = 0; document < state.segment->documentCount(); ++document) {
-            if (!state.dead->has(document))
-                count({&state, document}, -1);
-        }
     }
     if (dropped.empty())
         return false;
-    replace(dropped, {});
+    drop(dropped);
     return true;
+}
+
+void TextIndex::drop(const std::vector<std::size_t> &dropped)
+{
+    for (const auto index : dropped) {
+        const auto &state = _state->segments[index];
+        for (DocumentId document = 0; document < state.segment->documentCount(); ++document) {
+            if (state.dead->has(document))
+                continue;
+            count({&state, document}, -1);
+            _lost.emplace_back(state.pathOf(document));
+        }
+    }
+    replace(dropped, {});
 }
 
 void TextIndex::replace(const std::vector<std::size_t> &old, std::optional<SegmentState> by)
@@ -252,6 +293,7 @@ void TextIndex::clear()
     _folder.removeAll();
     _buffered.clear();
     _figures = {};
+    _lost.clear();
     _hasToldOfFull = false;
     _isDirty = false;
     publish({{}, std::make_shared<TextBuffer>()});

@@ -4,19 +4,38 @@
 #include "content/Logging.h"
 
 #include <algorithm>
+#include <cerrno>
+#include <cstring>
 #include <sys/stat.h>
 #include <utility>
 
 namespace vellumhound::content {
 
-std::optional<Stamp> stampOfFile(const std::string &path)
+namespace {
+
+/// Texts of files that were removed or changed go off the disk after this, or after half of it if
+/// the machine is idle then.
+constexpr std::chrono::hours longestStale{23};
+
+}  // namespace
+
+base::Result<std::optional<Stamp>> stampOfFile(const std::string &path)
 {
     struct stat status {};
-    if (::lstat(path.c_str(), &status) != 0 || !S_ISREG(status.st_mode))
-        return {};
+    if (::lstat(path.c_str(), &status) != 0) {
+        const int error = errno;
+        const bool isGone =
+            error == ENOENT || error == ENOTDIR || error == ELOOP || error == ENAMETOOLONG;
+        if (!isGone)
+            return base::Error{QString::fromLocal8Bit(::strerror(error))};
+        return std::optional<Stamp>();
+    }
+    if (!S_ISREG(status.st_mode))
+        return std::optional<Stamp>();
     constexpr std::int64_t nanosecondsPerSecond = 1'000'000'000;
-    return Stamp{status.st_mtim.tv_sec * nanosecondsPerSecond + status.st_mtim.tv_nsec,
-        std::int64_t(status.st_size)};
+    return std::optional(
+        Stamp{status.st_mtim.tv_sec * nanosecondsPerSecond + status.st_mtim.tv_nsec,
+            std::int64_t(status.st_size)});
 }
 
 TextIndexer::TextIndexer(TextIndex &index, TextSource &source, TextIndexerOptions options)
@@ -45,6 +64,8 @@ void TextIndexer::setEnabled(bool isEnabled)
             _flushAt.reset();
             _latestFlush.reset();
             _retryAt.reset();
+            _purgeWhenIdle.reset();
+            _purgeAnyhow.reset();
         }
         _isEnabled = isEnabled;
     });
@@ -97,6 +118,9 @@ void TextIndexer::keepOnly(std::function<bool(const std::string &path)> isWanted
         });
         for (const auto &path : unwanted)
             _index.remove(path);
+        const auto now = _options.now();
+        if (!unwanted.empty())
+            purgeBy(now, now + _options.purgeAfter);
     });
 }
 
@@ -153,6 +177,8 @@ bool TextIndexer::openIndex()
     _retryAt.reset();
     if (!_isOpen)
         retryLater();
+    else if (_index.figures().deadDocuments > 0)
+        purgeBy(_options.now(), _options.now() + longestStale);
     return _isOpen;
 }
 
@@ -166,7 +192,9 @@ bool TextIndexer::step()
     else if (_retryAt && *_retryAt <= _options.now() && _isOpen)
         retryLater();
     const bool hasOpened = openIndex();
-    const bool hasWorked = _isOpen && !_retryAt && (lookAtOne() || keepHouse());
+    const bool hasWorked = _isOpen && !_retryAt && (purgeIfDue() || lookAtOne() || keepHouse());
+    if (_isOpen)
+        followFigures();
     noteStatus();
     return hasApplied || hasOpened || hasWorked;
 }
@@ -190,15 +218,22 @@ bool TextIndexer::lookAtOne()
 
 void TextIndexer::lookAt(const std::string &path)
 {
-    const auto stamp = _options.stampOf(path);
-    if (stamp && _index.isCurrent(path, *stamp))
-        return;
-    noteChange();
-    if (!stamp)
-        return _index.remove(path);
-    if (_index.figures().isFull) {
+    if (!_index.hasRoomFor(path) && !_index.knows(path)) {
         ++_leftOut;
-        return _index.remove(path);
+        return;
+    }
+    const auto look = _options.stampOf(path);
+    if (!look)
+        return keep(path, {}, {Extracted::Outcome::unreadable, {}});
+    const auto stamp = look.value();
+    if (stamp && _index.isCurrent(path, *stamp))
+        return _queue.succeeded(path);
+    if (!stamp)
+        return keep(path, {}, {Extracted::Outcome::gone, {}});
+    if (!_index.hasRoomFor(path)) {
+        noteChange();
+        _index.noteOutdated(path);
+        return _queue.failed(path, _options.now());
     }
     auto seen = *stamp;
     if (stamp->sizeBytes > _options.mostFileBytes || stamp->sizeBytes == 0)
@@ -208,12 +243,15 @@ void TextIndexer::lookAt(const std::string &path)
         return;  // whatever came back, the file is looked at again next time
     keep(path, seen, extracted);
     const auto now = _options.stampOf(path);
-    if (now && *now != seen)
+    if (now && now.value() && *now.value() != seen)
         _queue.changed(path, _options.now());
 }
 
 void TextIndexer::keep(const std::string &path, const Stamp &stamp, const Extracted &extracted)
 {
+    noteChange();
+    if (extracted.outcome != Extracted::Outcome::unreadable)
+        _queue.succeeded(path);
     auto added = Added::yes;
     switch (extracted.outcome) {
     case Extracted::Outcome::text:
@@ -225,12 +263,18 @@ void TextIndexer::keep(const std::string &path, const Stamp &stamp, const Extrac
     case Extracted::Outcome::gone:
         _index.remove(path);
         break;
+    case Extracted::Outcome::unreadable:
+        _index.remove(path);
+        _queue.failed(path, _options.now());
+        break;
     case Extracted::Outcome::tryLater:
         _index.remove(path);
         _queue.later(path, _options.now() + _options.retryAfter);
         break;
     }
-    if (added == Added::full)
+    if (added == Added::full && _index.knows(path))
+        _queue.failed(path, _options.now());
+    else if (added == Added::full)
         ++_leftOut;
     if (added != Added::cannotWrite)
         return;
@@ -250,6 +294,52 @@ void TextIndexer::noteChange()
     if (!_latestFlush)
         _latestFlush = now + mostDelays * _options.flushAfter;
     _flushAt = std::min(now + _options.flushAfter, *_latestFlush);
+}
+
+/// Texts that are gone leave the disk: from the first time on as soon as the machine is idle, at
+/// the second in any case.
+void TextIndexer::purgeBy(OfferQueue::Time idle, OfferQueue::Time latest)
+{
+    _purgeWhenIdle = _purgeWhenIdle ? std::min(*_purgeWhenIdle, idle) : idle;
+    _purgeAnyhow = _purgeAnyhow ? std::min(*_purgeAnyhow, latest) : latest;
+}
+
+bool TextIndexer::purgeIfDue()
+{
+    if (!_purgeAnyhow)
+        return false;
+    const auto now = _options.now();
+    const bool mustRun = *_purgeAnyhow <= now;
+    if (!mustRun && *_purgeWhenIdle > now)
+        return false;
+    if (!mustRun && (_queue.hasReady(now) || !_options.mayRun())) {
+        _purgeWhenIdle = now + _options.retryAfter;
+        return false;
+    }
+    if (_index.purge())
+        return true;
+    _purgeWhenIdle.reset();
+    _purgeAnyhow.reset();
+    // Still there: the disk refuses.
+    if (_index.figures().deadDocuments > 0)
+        purgeBy(now + _options.retryAfter, now + _options.retryAfter);
+    return true;
+}
+
+/// Acts on what has come of a step: texts that are gone, or lost, and room for others.
+void TextIndexer::followFigures()
+{
+    for (const auto &path : _index.takeLost())
+        _queue.found(path, 0);
+    const auto now = _options.now();
+    if (_index.figures().deadDocuments > 0 && !_purgeAnyhow)
+        purgeBy(now + longestStale / 2, now + longestStale);
+    const bool isFull = _index.figures().isFull;
+    // One that was put off is not called for again.
+    if (isFull && _index.isPurgeWorthIt() && *_purgeWhenIdle > now + _options.retryAfter)
+        purgeBy(now, now + longestStale);
+    if (!isFull && std::exchange(_leftOut, 0) > 0)
+        _options.onRoomAgain();
 }
 
 /// Brings to the disk what has waited long enough, then merges.
@@ -277,8 +367,10 @@ std::optional<OfferQueue::Time> TextIndexer::nextDue() const
     if (_retryAt)
         return _retryAt;
     auto due = _isPaused ? std::optional(_options.now() + _options.retryAfter) : _queue.nextDue();
-    if (_flushAt)
-        due = due ? std::min(*due, *_flushAt) : *_flushAt;
+    for (const auto &other : {_flushAt, _purgeWhenIdle, _purgeAnyhow}) {
+        if (other)
+            due = due ? std::min(*due, *other) : *other;
+    }
     return due;
 }
 

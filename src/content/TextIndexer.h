@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include "base/Result.h"
 #include "content/OfferQueue.h"
 #include "content/TextIndex.h"
 #include "content/TextSource.h"
@@ -17,8 +18,9 @@
 
 namespace vellumhound::content {
 
-/// What a file on the disk looks like; absent unless it is there and a plain file.
-std::optional<Stamp> stampOfFile(const std::string &path);
+/// What a file on the disk looks like; absent unless it is there and a plain file. An error if the
+/// disk does not say.
+base::Result<std::optional<Stamp>> stampOfFile(const std::string &path);
 
 struct TextIndexerOptions {
     std::int64_t mostFileBytes = std::int64_t(64) << 20;  ///< larger files count as without text
@@ -34,7 +36,14 @@ struct TextIndexerOptions {
     std::function<RankFacts(const std::string &path)> factsOf = [](const auto &) {
         return RankFacts{};
     };
-    std::function<std::optional<Stamp>(const std::string &path)> stampOf = stampOfFile;
+    std::function<base::Result<std::optional<Stamp>>(const std::string &path)> stampOf =
+        stampOfFile;
+    /// There is room again after files were left out: they should be offered once more. Called on
+    /// the indexer's thread.
+    std::function<void()> onRoomAgain = [] {};
+    /// Texts that are not wanted any more are off the disk after so long, those of files that were
+    /// removed or changed after a day, at the earliest half of it.
+    std::chrono::milliseconds purgeAfter = std::chrono::seconds(20);
 };
 
 /// What the indexer is doing, for people.
@@ -49,7 +58,7 @@ struct TextStatus {
     };
     State state = State::off;
     std::uint64_t waiting = 0;  ///< files to look at
-    std::uint64_t leftOut = 0;  ///< for want of room, since it was switched on
+    std::uint64_t leftOut = 0;  ///< for want of room, since there was room last
     TextFigures figures;
 
     bool operator==(const TextStatus &) const = default;
@@ -102,6 +111,9 @@ private:
     void lookAt(const std::string &path);
     void keep(const std::string &path, const Stamp &stamp, const Extracted &extracted);
     bool keepHouse();
+    bool purgeIfDue();
+    void purgeBy(OfferQueue::Time idle, OfferQueue::Time latest);
+    void followFigures();
     void noteChange();
     void retryLater();
     void noteStatus();
@@ -116,6 +128,8 @@ private:
     std::optional<OfferQueue::Time> _retryAt;
     std::optional<OfferQueue::Time> _flushAt;
     std::optional<OfferQueue::Time> _latestFlush;
+    std::optional<OfferQueue::Time> _purgeWhenIdle;  // from then on
+    std::optional<OfferQueue::Time> _purgeAnyhow;
     std::size_t _segments = 0;  // when it was last tidied
     bool _isTidy = false;
     std::uint64_t _leftOut = 0;

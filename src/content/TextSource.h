@@ -11,10 +11,11 @@ namespace vellumhound::content {
 /// What became of the attempt to read a file's text.
 struct Extracted {
     enum class Outcome {
-        text,      ///< `text` is all there is to find
-        noText,    ///< nothing to find in this version: binary, refused, broken, unknown kind
-        gone,      ///< there is no such file any more
-        tryLater,  ///< it is not the file's fault
+        text,        ///< `text` is all there is to find
+        noText,      ///< nothing to find in this version: binary, refused, broken, unknown kind
+        gone,        ///< there is no such file any more
+        unreadable,  ///< its permissions or its disk refuse; that may change without its text
+        tryLater,    ///< it is not the file's fault
     };
     Outcome outcome = Outcome::noText;
     std::string text;  ///< UTF-8 as far as it goes; anything else is kept as bytes

@@ -42,6 +42,10 @@ private Q_SLOTS:
     void aFullDiskIsToldOnceAndOverLater();
     void aVanishedFolderIsMadeAgain();
     void theLimitOnTheDiskIsNeverExceeded();
+    void aFullIndexThatOnlyChangesKeepsTakingChanges();
+    void aChangedFileThatFindsNoRoomKeepsItsClaimToIt();
+    void whatIsPurgedIsOffTheDiskAndTheRestIsFound();
+    void aSegmentWithoutRoomToBePurgedIsDroppedAndItsFilesAreTold();
     void documentsOfALongTextAreCut();
     void aSecondProgramIsKeptOut();
     void clearingDeletesTheFiles();
@@ -588,6 +592,146 @@ void tst_TextIndex::theLimitOnTheDiskIsNeverExceeded()
     }
     QVERIFY(!index.figures().isFull);
     QCOMPARE(index.add({"/0", {0, 2}, {}}, noise()), Added::yes);
+}
+
+void tst_TextIndex::aFullIndexThatOnlyChangesKeepsTakingChanges()
+{
+    const TemporaryTree tree;
+    constexpr std::uint64_t limit = 4'000'000;
+    PublishedText published;
+    TextIndex index(published,
+        {.folder = tree.path("text"), .mostDiskBytes = limit, .spillAbove = 20'000, .mergeAt = 3});
+    QVERIFY(index.open());
+    QTest::ignoreMessage(
+        QtWarningMsg, QRegularExpression(QStringLiteral("^The text index has reached its limit")));
+    std::mt19937_64 random(1);
+    const auto noise = [&] {
+        std::string text;
+        while (text.size() < 500)
+            text += static_cast<char>(' ' + 1 + random() % 90);
+        return text;
+    };
+    int count = 0;
+    while (!index.figures().isFull && count < 20'000) {
+        const auto path = "/" + std::to_string(count);
+        index.add({path, {++count, 1}, {}}, noise());
+        index.tidy();
+    }
+
+    const auto documents = index.figures().documents;
+    for (int i = 0; i < 1000; ++i) {
+        const Document document{"/" + std::to_string(i % 200), {i, 2}, {}};
+        QCOMPARE(index.add(document, noise()), Added::yes);
+        index.tidy();
+        while (index.isPurgeWorthIt() && index.purge()) {
+        }
+        QVERIFY(bytesBelow(tree.path("text")) <= limit);
+    }
+
+    QVERIFY(index.figures().isFull);
+    QVERIFY(count > 1000 && count < 20'000);
+    QCOMPARE(index.figures().documents, documents);
+    QVERIFY(index.takeLost().empty());
+}
+
+void tst_TextIndex::aChangedFileThatFindsNoRoomKeepsItsClaimToIt()
+{
+    const TemporaryTree tree;
+    PublishedText published;
+    TextIndex index(published, {.folder = tree.path("text"), .mostDiskBytes = 10'000});
+    QVERIFY(index.open());
+    QTest::ignoreMessage(
+        QtWarningMsg, QRegularExpression(QStringLiteral("^The text index has reached its limit")));
+    const std::string text(100, 'x');
+    std::size_t count = 0;
+    while (index.add({"/" + std::to_string(count), {1, 1}, {}}, text) == Added::yes)
+        ++count;
+    int changes = 0;
+    while (index.add({"/0", {++changes, 2}, {}}, "changed" + text) == Added::yes) {
+    }
+
+    const bool isKnown = index.knows("/0");
+    const auto texts = allHits(published, {"xxx", {}, {}}).size();
+    const auto changed = allHits(published, {"changed", {}, {}}).size();
+    QVERIFY(index.flush());  // packed it takes less
+
+    QVERIFY(changes > 2);
+    QVERIFY(isKnown);
+    QCOMPARE(texts, count - 1);
+    QCOMPARE(changed, 0U);
+    QVERIFY(index.knows("/0"));
+    QVERIFY(!index.isCurrent("/0", {changes - 1, 2}));
+    QCOMPARE(index.add({"/0", {changes, 2}, {}}, "changed" + text), Added::yes);
+}
+
+void tst_TextIndex::whatIsPurgedIsOffTheDiskAndTheRestIsFound()
+{
+    const TemporaryTree tree;
+    PublishedText published;
+    TextIndex index(published, {.folder = tree.path("text")});
+    QVERIFY(index.open());
+    const auto isOnDisk = [&](const std::string &path) {
+        const auto files = filesIn(tree.path("text"), "");
+        return std::any_of(files.begin(), files.end(),
+            [&](const auto &file) { return contentsOf(file).find(path) != std::string::npos; });
+    };
+    for (const auto *path : {"/a/one", "/a/two", "/b/one", "/b/two", "/c"}) {
+        index.add({path, {1, 1}, {}}, "words");
+        if (path == std::string("/a/two"))
+            QVERIFY(index.flush());
+    }
+    QVERIFY(index.flush());
+    index.remove("/a/two");
+    index.movedBelow("/b", "/d", factsOf);
+    index.remove("/d/one");
+    QVERIFY(!index.tidy());  // not worth it by itself
+    QVERIFY(isOnDisk("/a/two"));
+    QCOMPARE(index.figures().deadDocuments, 2U);
+
+    int purged = 0;
+    while (index.purge())
+        ++purged;
+
+    QCOMPARE(purged, 2);
+    QVERIFY(!isOnDisk("/a/two"));
+    QVERIFY(!isOnDisk("/b/one"));
+    QVERIFY(!isOnDisk("/d/one"));
+    QCOMPARE(index.figures().deadDocuments, 0U);
+    QCOMPARE(index.figures().deadBytes, 0U);
+    auto found = pathsOf(allHits(published, {"words", {}, {}}));
+    std::sort(found.begin(), found.end());
+    QCOMPARE(found, (std::vector<std::string>{"/a/one", "/c", "/d/two"}));
+}
+
+void tst_TextIndex::aSegmentWithoutRoomToBePurgedIsDroppedAndItsFilesAreTold()
+{
+    const TemporaryTree tree;
+    {
+        PublishedText published;
+        TextIndex index(published, {.folder = tree.path("text")});
+        QVERIFY(index.open());
+        for (const auto *path : {"/gone", "/a/one", "/two"})
+            index.add({path, {1, 1}, {}}, "words");
+        QVERIFY(index.flush());
+        index.remove("/gone");
+        index.movedBelow("/a", "/b", factsOf);
+        QVERIFY(index.flush());
+    }
+    QTest::ignoreMessage(
+        QtWarningMsg, QRegularExpression(QStringLiteral("^The text index has reached its limit")));
+    PublishedText published;
+    TextIndex index(published, {.folder = tree.path("text"), .mostDiskBytes = 100});
+    QVERIFY(index.open());
+
+    QVERIFY(index.purge());
+
+    auto lost = index.takeLost();
+    std::sort(lost.begin(), lost.end());
+    QCOMPARE(lost, (std::vector<std::string>{"/b/one", "/two"}));
+    QVERIFY(index.takeLost().empty());
+    QVERIFY(filesIn(tree.path("text"), ".segment").empty());
+    QCOMPARE(index.figures().documents, 0U);
+    QVERIFY(!index.purge());
 }
 
 void tst_TextIndex::documentsOfALongTextAreCut()

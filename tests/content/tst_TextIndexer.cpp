@@ -7,6 +7,8 @@
 #include <QTest>
 
 #include <filesystem>
+#include <fstream>
+#include <iterator>
 #include <thread>
 
 using namespace std::chrono_literals;
@@ -33,6 +35,9 @@ private Q_SLOTS:
     void aFileTooLargeOrEmptyIsNotRead();
     void aFileThatIsGoneIsForgotten();
     void aSourceThatCannotAnswerNowIsAskedLater();
+    void aFileThatCannotBeReadIsTriedAtGrowingIntervals();
+    void aFileThatBecomesReadableIsReadOnceItChanges();
+    void aDiskThatDoesNotAnswerMakesNoFileGone();
     void nothingIsReadWhileTheMachineIsBusy();
     void forgettingTakesOutWhatWaitsAndWhatIsKept();
     void movingTakesAlongWhatWaitsAndWhatIsKept();
@@ -40,7 +45,12 @@ private Q_SLOTS:
     void offMeansNoFilesAndNoWork();
     void whatWaitsInMemoryGoesToTheDiskAfterAQuietTime();
     void nothingIsToDoWhenAllIsDone();
+    void unwantedTextIsOffTheDiskWithinAMinute();
+    void deletedTextIsOffTheDiskWithinADay();
+    void textDeletedInTheLastSessionIsOffTheDiskAtTheStart();
     void aFullIndexReadsNoFurtherFiles();
+    void aChangedFileIsReadAlthoughTheIndexIsFull();
+    void filesThatWereLeftOutAreCalledForOnceThereIsRoom();
     void aFolderThatCannotBeWrittenIsTriedAgain();
     void theThreadStopsWithEverythingOnTheDisk();
     void aPlainFilesStampIsReadAndNothingElses();
@@ -89,10 +99,13 @@ struct Fixture {
         made.mostFileBytes = mostFileBytes;
         made.now = [this] { return now; };
         made.mayRun = [this] { return mayRun; };
+        made.onRoomAgain = [this] { ++calledForRoom; };
         made.factsOf = [](const std::string &path) {
             return RankFacts{path.starts_with("/noise")};
         };
-        made.stampOf = [this](const std::string &path) -> std::optional<Stamp> {
+        made.stampOf = [this](const std::string &path) -> base::Result<std::optional<Stamp>> {
+            if (isDiskSilent)
+                return base::Error{QStringLiteral("Input/output error")};
             const auto found = source.files.find(path);
             return found != source.files.end() ? std::optional(found->second.stamp) : std::nullopt;
         };
@@ -120,6 +133,17 @@ struct Fixture {
         std::sort(paths.begin(), paths.end());
         return paths;
     }
+    /// Whether a file of the index names this one; texts are stored with their names.
+    bool isOnDisk(const std::string &path, const std::string &folder = "text") const
+    {
+        for (const auto &entry : std::filesystem::directory_iterator(tree.path(folder))) {
+            std::ifstream file(entry.path(), std::ios::binary);
+            const std::string bytes(std::istreambuf_iterator<char>(file), {});
+            if (bytes.find(path) != bytes.npos)
+                return true;
+        }
+        return false;
+    }
     bool hasFiles() const { return std::filesystem::exists(tree.path("text/manifest")); }
 
     TemporaryTree tree;
@@ -128,6 +152,8 @@ struct Fixture {
     FakeSource source;
     OfferQueue::Time now = OfferQueue::Time(1h);
     bool mayRun = true;
+    bool isDiskSilent = false;
+    int calledForRoom = 0;
     TextIndexer indexer;
 
 private:
@@ -321,6 +347,66 @@ void tst_TextIndexer::aSourceThatCannotAnswerNowIsAskedLater()
     QCOMPARE(fixture.found("words"), Paths{"/one"});
 }
 
+void tst_TextIndexer::aFileThatCannotBeReadIsTriedAtGrowingIntervals()
+{
+    Fixture fixture;
+    fixture.file("/one", "words");
+    fixture.indexer.offerFound("/one", 0);
+    fixture.settle();
+    fixture.file("/one", "other words");
+    fixture.source.files["/one"].answer = {Extracted::Outcome::unreadable, {}};
+    fixture.indexer.offerFound("/one", 0);
+    fixture.settle();
+    const auto status = fixture.indexer.status();
+    fixture.source.reads.clear();
+
+    for (int second = 0; second < 4 * 3600; ++second)
+        fixture.wait(1s);
+    const auto reads = fixture.source.reads.size();
+    const auto waiting = fixture.indexer.status().waiting;
+    fixture.file("/one", "readable words");
+    fixture.wait(1h);
+
+    QVERIFY(fixture.found("other").empty());
+    QCOMPARE(status.figures.documents, 0U);
+    QCOMPARE(status.state, State::idle);
+    QCOMPARE(status.waiting, 0U);
+    QCOMPARE(waiting, 0U);
+    QCOMPARE(reads, 12U);  // after 5 s, 10 s, ... 43 min, then once an hour
+    QCOMPARE(fixture.found("readable"), Paths{"/one"});
+}
+
+void tst_TextIndexer::aFileThatBecomesReadableIsReadOnceItChanges()
+{
+    Fixture fixture;
+    fixture.file("/one", "words");
+    fixture.source.files["/one"].answer.outcome = Extracted::Outcome::unreadable;
+    fixture.indexer.offerFound("/one", 0);
+    fixture.settle();
+    for (int i = 0; i < 10; ++i)
+        fixture.wait(10min);
+    fixture.source.files["/one"].answer.outcome = Extracted::Outcome::text;
+
+    fixture.indexer.offer("/one");
+    fixture.wait(1s);
+
+    QCOMPARE(fixture.found("words"), Paths{"/one"});
+}
+
+void tst_TextIndexer::aDiskThatDoesNotAnswerMakesNoFileGone()
+{
+    Fixture fixture;
+    fixture.file("/one", "words");
+    fixture.isDiskSilent = true;
+    fixture.indexer.offerFound("/one", 0);
+    fixture.settle();
+    fixture.isDiskSilent = false;
+
+    fixture.wait(5s);
+
+    QCOMPARE(fixture.found("words"), Paths{"/one"});
+}
+
 void tst_TextIndexer::nothingIsReadWhileTheMachineIsBusy()
 {
     Fixture fixture;
@@ -452,6 +538,82 @@ void tst_TextIndexer::nothingIsToDoWhenAllIsDone()
     QVERIFY(!fixture.indexer.step());
 }
 
+void tst_TextIndexer::unwantedTextIsOffTheDiskWithinAMinute()
+{
+    Fixture fixture;
+    for (const auto *path : {"/kept", "/also kept", "/unwanted"}) {
+        fixture.file(path, "words");
+        fixture.indexer.offerFound(path, 0);
+    }
+    fixture.settle();
+    fixture.wait(20s);
+    QVERIFY(fixture.isOnDisk("/unwanted"));
+    fixture.mayRun = false;  // somebody wants it gone: no machine is too busy for that
+    fixture.file("/waits", "words");
+    fixture.indexer.offerFound("/waits", 0);
+
+    fixture.indexer.keepOnly([](const std::string &path) { return path != "/unwanted"; });
+    fixture.settle();
+    fixture.now = *fixture.indexer.nextDue();
+    fixture.settle();
+
+    QVERIFY(fixture.now < OfferQueue::Time(1h + 80s));
+    QVERIFY(!fixture.isOnDisk("/unwanted"));
+    QCOMPARE(fixture.found("words"), (Paths{"/also kept", "/kept"}));
+}
+
+void tst_TextIndexer::deletedTextIsOffTheDiskWithinADay()
+{
+    Fixture fixture;
+    for (const auto *path : {"/kept", "/also kept", "/deleted"}) {
+        fixture.file(path, "words");
+        fixture.indexer.offerFound(path, 0);
+    }
+    fixture.settle();
+    fixture.wait(20s);
+
+    fixture.indexer.forget("/deleted");
+    fixture.settle();
+    fixture.wait(1h);
+    const bool isThereAfterAnHour = fixture.isOnDisk("/deleted");
+    fixture.mayRun = false;
+    fixture.wait(12h);
+    const bool isThereWhileBusy = fixture.isOnDisk("/deleted");
+    fixture.wait(10h);
+
+    QVERIFY(isThereAfterAnHour);  // writing all of it for each file would be too much
+    QVERIFY(isThereWhileBusy);
+    QVERIFY(!fixture.isOnDisk("/deleted"));
+    QCOMPARE(fixture.found("words"), (Paths{"/also kept", "/kept"}));
+    QVERIFY(!fixture.indexer.nextDue());
+}
+
+void tst_TextIndexer::textDeletedInTheLastSessionIsOffTheDiskAtTheStart()
+{
+    Fixture fixture;
+    for (const auto *path : {"/kept", "/also kept", "/deleted"}) {
+        fixture.file(path, "words");
+        fixture.indexer.offerFound(path, 0);
+    }
+    fixture.settle();
+    fixture.wait(20s);
+    fixture.indexer.forget("/deleted");
+    fixture.settle();
+    fixture.wait(20s);
+    std::filesystem::copy(fixture.tree.path("text"), fixture.tree.path("next"));
+    QVERIFY(fixture.isOnDisk("/deleted", "next"));
+
+    PublishedText published;
+    TextIndex index(published, {.folder = fixture.tree.path("next")});
+    TextIndexer indexer(index, fixture.source, fixture.options(1000));
+    indexer.setEnabled(true);
+    while (indexer.step()) {
+    }
+
+    QVERIFY(!fixture.isOnDisk("/deleted", "next"));
+    QCOMPARE(allHits(published, {"words", {}, {}}).size(), 2U);
+}
+
 void tst_TextIndexer::aFullIndexReadsNoFurtherFiles()
 {
     Fixture fixture({.folder = {}, .mostDiskBytes = 10'000});
@@ -471,6 +633,52 @@ void tst_TextIndexer::aFullIndexReadsNoFurtherFiles()
     QCOMPARE(status.leftOut + status.figures.documents, 20U);
     QVERIFY(fixture.source.reads.size() < 6);
     QVERIFY(!fixture.found("words").empty());
+}
+
+void tst_TextIndexer::aChangedFileIsReadAlthoughTheIndexIsFull()
+{
+    Fixture fixture({.folder = {}, .mostDiskBytes = 10'000});
+    QTest::ignoreMessage(
+        QtWarningMsg, QRegularExpression(QStringLiteral("^The text index has reached its limit")));
+    const auto offer = [&](const std::string &path, const std::string &text) {
+        fixture.file(path, text + std::string(200, 'x'));
+        fixture.indexer.offerFound(path, 0);
+        fixture.settle();
+    };
+    int count = 0;
+    while (fixture.indexer.status().state != State::full)
+        offer("/" + std::to_string(++count), "first");
+
+    const auto leftOut = fixture.indexer.status().leftOut;
+    offer("/1", "second");
+    offer("/new", "second");
+
+    QCOMPARE(fixture.found("second"), Paths{"/1"});
+    QCOMPARE(fixture.indexer.status().leftOut, leftOut + 1);
+}
+
+void tst_TextIndexer::filesThatWereLeftOutAreCalledForOnceThereIsRoom()
+{
+    Fixture fixture({.folder = {}, .mostDiskBytes = 10'000});
+    QTest::ignoreMessage(
+        QtWarningMsg, QRegularExpression(QStringLiteral("^The text index has reached its limit")));
+    for (int i = 0; i < 10; ++i) {
+        fixture.file("/" + std::to_string(i), "words" + std::string(3000, 'x'));
+        fixture.indexer.offerFound("/" + std::to_string(i), 0);
+    }
+    fixture.settle();
+    QCOMPARE(fixture.indexer.status().state, State::full);
+    QCOMPARE(fixture.calledForRoom, 0);
+
+    fixture.wait(20s);  // on the disk it is much less
+    fixture.wait(1h);
+
+    QCOMPARE(fixture.calledForRoom, 1);
+    QCOMPARE(fixture.indexer.status().leftOut, 0U);
+    fixture.indexer.offerFound("/9", 0);
+    fixture.settle();
+    QCOMPARE(fixture.found("words").size(), fixture.index.figures().documents);
+    QVERIFY(fixture.index.knows("/9"));
 }
 
 void tst_TextIndexer::aFolderThatCannotBeWrittenIsTriedAgain()
@@ -500,7 +708,7 @@ void tst_TextIndexer::theThreadStopsWithEverythingOnTheDisk()
     TextIndex index(published, {.folder = tree.path("text")});
     FakeSource source;
     TextIndexerOptions options;
-    options.stampOf = [](const std::string &) { return Stamp{1, 5}; };
+    options.stampOf = [](const std::string &) { return std::optional(Stamp{1, 5}); };
     for (int i = 0; i < 50; ++i)
         source.files["/" + std::to_string(i)] = {{1, 5}, {Extracted::Outcome::text, "words"}};
     TextIndexer indexer(index, source, options);
@@ -528,14 +736,15 @@ void tst_TextIndexer::aPlainFilesStampIsReadAndNothingElses()
     tree.folder("folder");
     tree.link("link", "plain");
 
-    const auto stamp = stampOfFile(tree.path("plain"));
+    const auto stamp = stampOfFile(tree.path("plain")).value();
 
     QVERIFY(stamp);
     QCOMPARE(stamp->sizeBytes, 5);
     QVERIFY(stamp->mtimeNs > 0);
-    QVERIFY(!stampOfFile(tree.path("folder")));
-    QVERIFY(!stampOfFile(tree.path("link")));
-    QVERIFY(!stampOfFile(tree.path("missing")));
+    for (const auto *path : {"folder", "link", "missing", "plain/below"}) {
+        const auto nothing = stampOfFile(tree.path(path));
+        QVERIFY2(nothing && !nothing.value(), path);
+    }
 }
 
 QTEST_GUILESS_MAIN(tst_TextIndexer)
