@@ -12,7 +12,7 @@ namespace vellumhound::content {
 // Numbers stand as this machine writes them; a file of another byte order is a foreign one.
 
 constexpr std::array<char, 8> segmentMagic{'V', 'H', 'T', 'E', 'X', 'T', 'S', '\n'};
-constexpr std::uint32_t segmentVersion = 1;
+constexpr std::uint32_t segmentVersion = 2;  // 1 may hold the texts of files with secrets
 constexpr std::uint32_t byteOrderMark = 0x01020304;
 
 enum class Section : std::size_t {

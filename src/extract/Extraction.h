@@ -26,6 +26,8 @@ enum class Outcome {
     refused,      ///< not a regular file, or too damaged to be read
     tooLarge,     ///< larger than the limits allow
     encrypted,    ///< needs a password
+    secret,       ///< there is a private key or a token in it
+    unreadable,   ///< the disk refused; may be tried later
     crashed,      ///< the helper died of it or answered nonsense
     timedOut,     ///< the helper was ended because it took too long
     cancelled,    ///< `TextExtractor::cancel` was called

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "extract/FileFormat.h"
 
+#include "extract/Secrets.h"
+
 #include <algorithm>
 #include <array>
 #include <string_view>
@@ -15,7 +17,7 @@ using Table = std::unordered_map<std::string_view, FileFormat>;
 constexpr std::string_view textExtensions =
     "txt text log me nfo asc utf8 md markdown mdown mkd rst adoc asciidoc org textile wiki pod man "
     "csv tsv psv json jsonl ndjson json5 geojson yaml yml toml ini cfg conf config cnf properties "
-    "env desktop service socket timer mount target rules list sources repo spec pc pot po "
+    "desktop service socket timer mount target rules list sources repo spec pc pot po "
     "xml xsd xsl xslt dtd rss atom opml gpx kml plist xmp wsdl resx ui qrc "
     "tex ltx latex sty cls bib bst bbl lyx ly typ "
     "srt sub vtt ass ssa lrc sbv ics ifb vcf vcard ldif eps ps "
@@ -36,7 +38,7 @@ constexpr std::string_view textNames =
     "vagrantfile jenkinsfile rakefile gemfile procfile brewfile justfile pkgbuild kconfig kbuild "
     "codeowners .bashrc .bash_profile .bash_aliases .bash_logout .profile .zshrc .zshenv .zprofile "
     ".inputrc .vimrc .gvimrc .emacs .tmux.conf .screenrc .gitconfig .gitignore .gitattributes "
-    ".gitmodules .editorconfig .clang-format .clang-tidy .npmrc .env .htaccess .xinitrc .xprofile "
+    ".gitmodules .editorconfig .clang-format .clang-tidy .npmrc .htaccess .xinitrc .xprofile "
     ".xresources .dockerignore .mailmap .nanorc .wgetrc .curlrc fstab hosts crontab";
 
 void addAll(Table &table, std::string_view words, FileFormat format)
@@ -101,6 +103,8 @@ FileFormat lookedUp(const Table &table, std::string_view word)
 
 FileFormat formatOf(std::string_view fileName)
 {
+    if (isSecretName(fileName))
+        return FileFormat::none;
     static const Table extensions = tableOfExtensions();
     static const Table names = tableOfNames();
     const auto dot = fileName.rfind('.');

@@ -23,7 +23,8 @@ enum class FileFormat : std::uint32_t {
 };
 
 /// By the extension, upper and lower case alike; a few well-known names have none. Cheap enough to
-/// be asked for every file there is. `fileName` is the last component of a path.
+/// be asked for every file there is; those that hold secrets by their name have no text for us.
+/// `fileName` is the last component of a path.
 FileFormat formatOf(std::string_view fileName);
 
 }  // namespace vellumhound::extract

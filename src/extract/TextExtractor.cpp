@@ -2,6 +2,7 @@
 #include "extract/TextExtractor.h"
 
 #include "extract/Logging.h"
+#include "extract/Secrets.h"
 
 #include <algorithm>
 #include <array>
@@ -72,6 +73,8 @@ Outcome outcomeOf(wire::Status status)
         return Outcome::tooLarge;
     case wire::Status::encrypted:
         return Outcome::encrypted;
+    case wire::Status::unreadable:
+        return Outcome::unreadable;
     case wire::Status::refused:
     case wire::Status::unknownRequest:
         break;
@@ -277,6 +280,8 @@ Extraction TextExtractor::finished(Answer &answer, const wire::End &end)
     auto outcome = outcomeOf(end.status);
     if (outcome == Outcome::text && answer.text.empty())
         outcome = Outcome::noText;
+    if (outcome == Outcome::text && holdsSecret(answer.text))
+        outcome = Outcome::secret;
     if (outcome != Outcome::text)
         return {outcome, {}, false};
     return {outcome, std::move(answer.text), end.isCut != 0};

@@ -51,7 +51,8 @@ enum class Status : std::uint32_t {
     tooLarge = 3,
     encrypted = 4,
     unknownRequest = 5,
-    last = unknownRequest,
+    unreadable = 6,
+    last = unreadable,
 };
 
 struct End {

@@ -27,8 +27,8 @@ private Q_SLOTS:
 
 namespace {
 
-constexpr std::array outcomeNames{"text", "no text", "refused", "too large", "encrypted", "crashed",
-    "timed out", "cancelled", "unavailable"};
+constexpr std::array outcomeNames{"text", "no text", "refused", "too large", "encrypted", "secret",
+    "unreadable", "crashed", "timed out", "cancelled", "unavailable"};
 
 TextExtractor::Settings settings()
 {

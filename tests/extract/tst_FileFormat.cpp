@@ -38,7 +38,9 @@ void tst_FileFormat::theExtensionTellsTheFormat_data()
         {"archive.tar.gz", FileFormat::none}, {"program", FileFormat::none}, {"", FileFormat::none},
         {".", FileFormat::none}, {"ends.", FileFormat::none},
         {"a.an-extension-longer-than-any-known", FileFormat::none},
-        {"\xFF\xFE.txt", FileFormat::plainText}, {".pdf", FileFormat::none}};
+        {"\xFF\xFE.txt", FileFormat::plainText}, {".pdf", FileFormat::none},
+        {"credentials.txt", FileFormat::none}, {".env", FileFormat::none},
+        {"my credentials.txt", FileFormat::plainText}};
     for (const auto &[name, format] : rows)
         QTest::addRow("%s", name) << QByteArray(name) << format;
 }

@@ -13,6 +13,8 @@ class tst_RtfText final : public QObject {
 private Q_SLOTS:
     void textIsReadAndTablesOfFontsAreNot();
     void bytesAreInTheCodePageOfDocumentOrFont();
+    void fontsOfEachLanguageHaveTheirCodePage_data();
+    void fontsOfEachLanguageHaveTheirCodePage();
     void unicodeIsReadAndItsReplacementIsNot();
     void picturesAndFieldCodesAreNotRead();
     void textBoxesAreRead();
@@ -41,6 +43,44 @@ void tst_RtfText::bytesAreInTheCodePageOfDocumentOrFont()
     QCOMPARE(textOf("caf\\'e9 {\\f1 \\'ef\\'f0\\'e8\\'e2\\'e5\\'f2} \\'e9"), "café привет é");
     QCOMPARE(
         readAs(FileFormat::rtf, "{\\rtf1\\ansi\\ansicpg932 \\'8e\\'9f\\'8e\\'9f}").text, "次次");
+}
+
+void tst_RtfText::fontsOfEachLanguageHaveTheirCodePage_data()
+{
+    QTest::addColumn<int>("charset");
+    QTest::addColumn<QByteArray>("bytes");
+    QTest::addColumn<QByteArray>("text");
+    const auto row = [](const char *name, int charset, const char *bytes, const char *text) {
+        QTest::addRow("%s", name) << charset << QByteArray(bytes) << QByteArray(text);
+    };
+
+    row("Western", 0, "\\'e9", "é");
+    row("Macintosh", 77, "\\'8e", "é");
+    row("Japanese", 128, "\\'93\\'fa", "日");
+    row("Korean", 129, "\\'c7\\'d1", "한");
+    row("Chinese, simplified", 134, "\\'d6\\'d0", "中");
+    row("Chinese, traditional", 136, "\\'a4\\'a4", "中");
+    row("Greek", 161, "\\'e3\\'e5\\'e9\\'dc", "γειά");
+    row("Turkish", 162, "\\'fe", "ş");
+    row("Vietnamese", 163, "\\'f5", "ơ");
+    row("Hebrew", 177, "\\'f9", "ש");
+    row("Arabic", 178, "\\'c7", "ا");
+    row("Baltic", 186, "\\'e0", "ą");
+    row("Russian", 204, "\\'e6", "ж");
+    row("Thai", 222, "\\'a1", "ก");
+    row("Eastern European", 238, "\\'b9", "ą");
+    row("OEM", 255, "\\'82", "é");
+}
+
+void tst_RtfText::fontsOfEachLanguageHaveTheirCodePage()
+{
+    QFETCH(int, charset);
+    QFETCH(QByteArray, bytes);
+    QFETCH(QByteArray, text);
+    const auto document = "{\\rtf1\\ansi\\ansicpg1252{\\fonttbl{\\f0\\fcharset" +
+                          std::to_string(charset) + " Font;}}\\f0 " + bytes.toStdString() + "}";
+
+    QCOMPARE(readAs(FileFormat::rtf, document).text, text.toStdString());
 }
 
 void tst_RtfText::unicodeIsReadAndItsReplacementIsNot()

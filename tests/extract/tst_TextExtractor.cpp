@@ -31,6 +31,8 @@ private Q_SLOTS:
     void manyFilesAreServedByOneHelper();
     void theOffsetOfTheFileStaysWhereItIs();
     void onlyRegularFilesAreRead();
+    void aTextWithAKeyIsNotGivenOut();
+    void aFileThatTheDiskRefusesIsNotOneWithoutText();
     void limitsReachTheHelper();
     void filesThatAreTooLargeAreNotSent();
     void aHelperThatDiesBetweenTwoFilesIsReplaced();
@@ -227,6 +229,31 @@ void tst_TextExtractor::onlyRegularFilesAreRead()
     QVERIFY(helperProcesses().empty());
     ::close(folder);
     ::close(device);
+}
+
+void tst_TextExtractor::aTextWithAKeyIsNotGivenOut()
+{
+    TextExtractor extractor(withHelper(HELPER));
+    const auto key = std::string(5, '-') + "BEGIN OPENSSH PRIVATE KEY" + std::string(5, '-');
+
+    QCOMPARE(extractFrom(extractor, key + "\nzebra", "notes.txt", patient()),
+        (Extraction{Outcome::secret, {}, false}));
+    QCOMPARE(extractFrom(extractor, docx("<w:p><w:t>" + key + "</w:t></w:p>"), "a.docx", patient())
+                 .outcome,
+        Outcome::secret);
+}
+
+void tst_TextExtractor::aFileThatTheDiskRefusesIsNotOneWithoutText()
+{
+    TextExtractor extractor(withHelper(HELPER));
+    const OpenFile file(docx("<w:p><w:t>text</w:t></w:p>"));
+    const auto path = "/proc/self/fd/" + std::to_string(file.descriptor());
+    const int refused = ::open(path.c_str(), O_WRONLY | O_CLOEXEC);  // reading it fails
+
+    for (const auto *name : {"a.txt", "a.docx", "a.html", "a.eml", "a.rtf"})
+        QCOMPARE(extractor.extract(refused, name, patient()).outcome, Outcome::unreadable);
+    QCOMPARE(extractor.extract(file.descriptor(), "a.docx", patient()).outcome, Outcome::text);
+    ::close(refused);
 }
 
 void tst_TextExtractor::limitsReachTheHelper()

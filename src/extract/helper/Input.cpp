@@ -66,6 +66,7 @@ std::int64_t Input::readAt(std::uint64_t offset, char *buffer, std::size_t size)
     do
         count = ::pread(_descriptor, buffer, size, off_t(offset));
     while (count < 0 && errno == EINTR);
+    _hasFailed = _hasFailed || count < 0;
     return count;
 }
 

@@ -18,6 +18,8 @@ public:
 
     bool isRegularFile() const { return _isRegularFile; }
     std::uint64_t size() const { return _size; }
+    /// Whether the disk has refused to give something. What was read is not to be relied on then.
+    bool hasFailed() const { return _hasFailed; }
     /// The first bytes, at most so many; fewer at the end of the file or after an error. Read anew,
     /// lasts until the next call.
     std::string_view beginning(std::uint64_t maxBytes);
@@ -32,6 +34,7 @@ private:
     int _descriptor;
     bool _isRegularFile = false;
     std::uint64_t _size = 0;
+    mutable bool _hasFailed = false;
     std::string _buffer;
     void *_mapping = nullptr;
 };

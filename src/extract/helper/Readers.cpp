@@ -71,7 +71,8 @@ Status readText(Input &input, FileFormat format, const wire::ReadText &request, 
     if (format != FileFormat::plainText && input.size() > request.maxInputBytes)
         return Status::tooLarge;
     try {
-        return readAs(format, input, request, sink);
+        const auto status = readAs(format, input, request, sink);
+        return input.hasFailed() ? Status::unreadable : status;
     } catch (const std::bad_alloc &) {
         return Status::tooLarge;
     } catch (...) {  // whatever a library throws at a damaged file
