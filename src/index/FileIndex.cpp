@@ -54,12 +54,19 @@ LiveIndexOptions liveOptions(const FileIndexOptions &options)
     return live;
 }
 
-FileTexts::Options textOptions(
-    const FileIndexOptions &options, const IndexLimits &limits, Throttle &throttle)
+std::string textFolder(const FileIndexOptions &options)
+{
+    return options.cacheFolder.isEmpty()
+               ? std::string()
+               : base::pathToBytes(options.cacheFolder).toStdString() + "/text";
+}
+
+FileTexts::Options textOptions(const FileIndexOptions &options, const IndexLimits &limits,
+    Throttle &throttle, std::function<void()> onRoomAgain)
 {
     auto texts = options.texts;
-    if (!options.cacheFolder.isEmpty())
-        texts.folder = base::pathToBytes(options.cacheFolder).toStdString() + "/text";
+    texts.folder = textFolder(options);
+    texts.indexer.onRoomAgain = std::move(onRoomAgain);
     texts.index.mostDiskBytes = std::min(texts.index.mostDiskBytes, limits.diskBytes);
     texts.mayRun = [&throttle] { return throttle.restBefore(Throttle::Work::upkeep).count() == 0; };
     return texts;
@@ -76,7 +83,9 @@ std::string existing(std::string path)
 IndexLimits limitsOf(const FileIndexOptions &options)
 {
     const auto folder = base::pathToBytes(options.cacheFolder).toStdString();
-    auto limits = limitsFor(readMachineSize(existing(folder)), 0);
+    auto machine = readMachineSize(existing(folder));
+    machine.freeDiskBytes = options.freeDiskBytes.value_or(machine.freeDiskBytes);
+    auto limits = limitsFor(machine, bytesInFolder(textFolder(options)));
     limits.memoryBytes = options.mostMemoryBytes.value_or(limits.memoryBytes);
     return limits;
 }
@@ -113,7 +122,8 @@ FileIndex::FileIndex(const FileIndexOptions &options)
           DesktopEntries(options.dataHome, options.dataDirs, options.languages),
           liveOptions(options))
     , _limits(limitsOf(options))
-    , _texts(_published, textOptions(options, _limits, _textThrottle))
+    , _texts(_published, textOptions(options, _limits, _textThrottle,
+                             [this] { post([this] { _areTextsBehind = true; }); }))
     , _recentlyUsed(placesOfUses(options))
     , _engine(_published, &_recentlyUsed, &_texts.published())
 {
@@ -141,6 +151,7 @@ FileIndex::~FileIndex()
     _liveThread.join();
     _workerThread.join();
     _engineThread.join();
+    _texts.stop();
     _live.saveAtEnd();
     _recentlyUsed.save();
     ::close(_wakeDescriptor);
@@ -152,6 +163,8 @@ void FileIndex::setPathRules(const QList<Rule> &rules)
     _scopeCommands.clear();
     post([this, copy = std::vector<Rule>(rules.begin(), rules.end())] {
         _live.setRules(copy);
+        // Not with the next comparison: that may have to wait for a long crawl.
+        _texts.keepOnlyCovered(_live.plan());
         _areTextsBehind = true;
     });
 }

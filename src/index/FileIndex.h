@@ -37,6 +37,7 @@ struct FileIndexOptions {
     std::function<int()> inotifyBudget = InotifySource::halfOfWhatTheUserMayHave;
     std::function<int()> fanotifyBudget = FanotifySource::halfOfWhatTheUserMayHave;
     std::optional<std::uint64_t> mostMemoryBytes;  ///< for names; absent: by the machine's memory
+    std::optional<std::uint64_t> freeDiskBytes;    ///< absent: as the disk says
     std::function<PressureReading()> readPressure = [] { return index::readPressure(); };
     LiveIndexOptions live;
     FileTexts::Options texts;  ///< but for its folder, which is in `cacheFolder`

@@ -79,7 +79,7 @@ public:
         const int file =
             ::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY);
         if (file < 0)
-            return {errno == ENOENT || errno == ENOTDIR ? Outcome::gone : Outcome::noText, {}};
+            return {afterFailedOpen(errno), {}};
         struct stat status {};
         if (::fstat(file, &status) == 0) {
             stamp = {std::int64_t(status.st_mtim.tv_sec) * second + status.st_mtim.tv_nsec,
@@ -93,6 +93,8 @@ public:
         case extract::Outcome::cancelled:
         case extract::Outcome::unavailable:
             return {Outcome::tryLater, {}};
+        case extract::Outcome::unreadable:
+            return {Outcome::unreadable, {}};
         default:
             return {Outcome::noText, {}};
         }
@@ -101,6 +103,22 @@ public:
     void cancel() { _extractor.cancel(); }
 
 private:
+    static content::Extracted::Outcome afterFailedOpen(int error)
+    {
+        using Outcome = content::Extracted::Outcome;
+        switch (error) {
+        case ENOENT:
+        case ENOTDIR:
+        case ELOOP:  // a link has taken its place
+            return Outcome::gone;
+        case ENXIO:  // or a socket
+        case ENODEV:
+        case ENAMETOOLONG:
+            return Outcome::noText;
+        default:  // permissions, descriptors, memory, the disk: all of that may change
+            return Outcome::unreadable;
+        }
+    }
     static extract::TextExtractor::Settings settings(const std::string &helperPath)
     {
         extract::TextExtractor::Settings settings;
@@ -121,6 +139,11 @@ FileTexts::FileTexts(const PublishedView &names, Options options)
 }
 
 FileTexts::~FileTexts()
+{
+    stop();
+}
+
+void FileTexts::stop()
 {
     _indexer.stop();
     _source->cancel();
@@ -196,6 +219,12 @@ void FileTexts::noteChange(const FileChange &change)
             _indexer.offer(change.path);
         break;
     }
+}
+
+void FileTexts::keepOnlyCovered(const CrawlPlan &plan)
+{
+    if (_isEnabled)
+        _indexer.keepOnly([plan](const std::string &path) { return plan.covers(path); });
 }
 
 void FileTexts::catchUp()

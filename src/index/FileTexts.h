@@ -3,6 +3,7 @@
 
 #include "content/TextIndexer.h"
 #include "extract/TextExtractor.h"
+#include "index/live/CrawlPlan.h"
 #include "index/names/IndexView.h"
 
 #include <atomic>
@@ -19,7 +20,8 @@ struct FileChange;
 /// worth reading and keeps the text index equal to them. Switched off it has no thread, no memory
 /// and no file.
 ///
-/// Files in noise, names that promise no text, and file systems that may hang are left out. Owned
+/// Files in noise, names that promise no text or a secret, and file systems that may hang are left
+/// out. Owned
 /// by the index, which outlives it by its published view.
 class FileTexts {
 public:
@@ -45,6 +47,10 @@ public:
     /// Compares with all entries of the index, which are complete by now: reads what is new or was
     /// changed, forgets what is gone. Takes a while; any one thread.
     void catchUp();
+    /// Forgets at once what the crawl of a plan does not come to; its texts leave the disk soon.
+    void keepOnlyCovered(const CrawlPlan &plan);
+    /// Nothing is read from now on, and none of the options' functions is called. For good.
+    void stop();
     /// Background work may have become possible again.
     void wake() { _indexer.wake(); }
 

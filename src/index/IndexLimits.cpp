@@ -2,7 +2,10 @@
 #include "index/IndexLimits.h"
 
 #include <algorithm>
+#include <filesystem>
+#include <sys/stat.h>
 #include <sys/statvfs.h>
+#include <system_error>
 #include <unistd.h>
 
 namespace vellumhound::index {
@@ -37,6 +40,20 @@ MachineSize readMachineSize(const std::string &cacheFolder)
     if (::statvfs(cacheFolder.c_str(), &disk) == 0)
         size.freeDiskBytes = std::uint64_t(disk.f_bavail) * disk.f_frsize;
     return size;
+}
+
+std::uint64_t bytesInFolder(const std::string &folder)
+{
+    constexpr std::uint64_t blockBytes = 512;  // whatever the file system's blocks are
+    std::uint64_t bytes = 0;
+    std::error_code error;
+    const std::filesystem::directory_iterator entries(folder, error);
+    for (auto entry = begin(entries); !error && entry != end(entries); entry.increment(error)) {
+        struct stat status {};
+        if (::lstat(entry->path().c_str(), &status) == 0 && S_ISREG(status.st_mode))
+            bytes += std::uint64_t(status.st_blocks) * blockBytes;
+    }
+    return bytes;
 }
 
 IndexLimits limitsFor(const MachineSize &machine, std::uint64_t diskBytesInUse)

@@ -18,6 +18,9 @@ struct MachineSize {
 /// Of this machine; `cacheFolder` is any folder on the disk that keeps the index's files.
 MachineSize readMachineSize(const std::string &cacheFolder);
 
+/// What the files of a folder take of the disk; 0 if there is no such folder.
+std::uint64_t bytesInFolder(const std::string &folder);
+
 /// The most that the index may take. Watches have a budget of their own.
 struct IndexLimits {
     std::uint64_t memoryBytes = 0;  ///< tables of names

@@ -115,6 +115,29 @@ class TestIndex(DesktopCase):
 
         self.search_until(program, "does not start", ["note.txt"])
 
+    def test_a_text_saved_by_way_of_a_temporary_file_is_read_again(self):
+        self.home.set_setting("searchSettings", TEXT_ON)
+        program = self.start_and_present()
+        self.search_until(program, "does not start", ["first.txt"])
+        folder = self.home.path / "Projects/atlas/bug-reports"
+
+        for temporary, text in ((".t", "A walrus.\n"), ("first.txt.tmp", "A narwhal, at last.\n")):
+            (folder / temporary).write_text(text, encoding="utf-8")
+            (folder / temporary).rename(folder / "first.txt")
+            self.search_until(program, text.split()[1].strip(".,"), ["first.txt"])
+
+        self.search_until(program, "does not start", [])
+
+    def test_keys_are_never_read(self):
+        self.home.set_setting("searchSettings", TEXT_ON)
+        dashes = 5 * "-"
+        self.home.write("Documents/note.txt", "An okapi.\n")
+        self.home.write("Documents/credentials.txt", "okapi\n")
+        self.home.write("Documents/id.txt", f"{dashes}BEGIN OPENSSH PRIVATE KEY{dashes}\nokapi\n")
+        program = self.start_and_present()
+
+        self.search_until(program, "okapi", ["note.txt"])
+
     def test_switching_text_search_off_takes_its_files_away(self):
         self.home.set_setting("searchSettings", TEXT_ON)
         program = self.start_and_present()

@@ -56,6 +56,19 @@ private Q_SLOTS:
         QCOMPARE(readMachineSize(tree.path("nowhere")).freeDiskBytes, 0U);
     }
 
+    void whatFilesTakeOfTheDiskIsMeasured()
+    {
+        const TemporaryTree tree;
+        tree.file("text/one", std::string(100'000, 'x'));
+        tree.file("text/two", std::string(50'000, 'x'));
+        tree.file("text/below/three", std::string(100'000, 'x'));
+
+        const auto bytes = bytesInFolder(tree.path("text"));
+
+        QVERIFY(bytes >= 150'000 && bytes < 200'000);
+        QCOMPARE(bytesInFolder(tree.path("nowhere")), 0U);
+    }
+
     void eachLimitStopsItsOwnIntake()
     {
         QCOMPARE(intakeAfter({}, 1000 * mebibyte - 1, 0, limits), (Intake{true, true}));

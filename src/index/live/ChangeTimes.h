@@ -24,6 +24,7 @@ public:
 
     void want(FolderId folder, bool isRefresh) { _wanted.push_back({folder, isRefresh}); }
     std::optional<Wanted> take();
+    void clear() { _wanted.clear(); }
     bool isEmpty() const { return _wanted.empty(); }
     std::size_t size() const { return _wanted.size(); }
     /// Folders have got other numbers; `nothing` for those that are gone.

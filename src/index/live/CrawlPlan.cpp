@@ -54,17 +54,28 @@ CrawlPlan CrawlPlan::restored(std::vector<std::string> roots, const std::vector<
 bool CrawlPlan::reaches(std::string_view path) const
 {
     return std::any_of(_roots.begin(), _roots.end(), [&](const std::string &root) {
-        const auto below = pathBelow(path, root);
-        if (!below || hasHiddenComponent(*below))
-            return false;
-        for (auto end = path.size(); end > root.size(); end = path.rfind('/', end - 1)) {
-            if (_stops.contains(std::string(path.substr(0, end))))
-                return false;
-            if (end == 0 || path.rfind('/', end - 1) == std::string_view::npos)
-                break;
-        }
-        return !goesThroughLink(std::string(path), root);
+        return isCoveredFrom(root, path) && !goesThroughLink(std::string(path), root);
     });
+}
+
+bool CrawlPlan::covers(std::string_view path) const
+{
+    return std::any_of(_roots.begin(), _roots.end(),
+        [&](const std::string &root) { return isCoveredFrom(root, path); });
+}
+
+bool CrawlPlan::isCoveredFrom(const std::string &root, std::string_view path) const
+{
+    const auto below = pathBelow(path, root);
+    if (!below || hasHiddenComponent(*below))
+        return false;
+    for (auto end = path.size(); end > root.size(); end = path.rfind('/', end - 1)) {
+        if (_stops.contains(std::string(path.substr(0, end))))
+            return false;
+        if (end == 0 || path.rfind('/', end - 1) == std::string_view::npos)
+            break;
+    }
+    return true;
 }
 
 /// Whether one of the folders from below `root` down to `path` is a link, which no crawl follows.

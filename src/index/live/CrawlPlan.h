@@ -42,8 +42,11 @@ public:
     const std::unordered_set<std::string> &stops() const { return _stops; }
     /// Whether the crawl of one of the roots comes to the folder at `path`.
     bool reaches(std::string_view path) const;
+    /// The same for any path, but without a look at the disk: what only a link leads to is covered.
+    bool covers(std::string_view path) const;
 
 private:
+    bool isCoveredFrom(const std::string &root, std::string_view path) const;
     bool goesThroughLink(const std::string &path, const std::string &root) const;
 
     std::vector<std::string> _roots;

@@ -34,6 +34,9 @@ void LiveIndex::applyChange(const Change &change)
     if (change.kind == Change::Kind::lost) {
         qCInfo(logIndex, "changes were lost, folders are checked by their times");
         recheckAll();
+        // What was written in place shows by the times of files alone.
+        if (onFileChanged)
+            refreshTimes();
         return;
     }
     _applications.noteChange(change.watch);
@@ -155,7 +158,7 @@ void LiveIndex::reconcile(FolderId folder, const std::string &name, const Hint &
         tell(FileChange::Kind::moved, path, isFolder, *hint.oldPath);
     else if (isNew)
         tell(FileChange::Kind::created, path, isFolder);
-    else if (hint.isWritten)
+    else if (!isFolder)  // written, or another file under this name
         tell(FileChange::Kind::written, path, isFolder);
     // A folder that came where one of its name was known is another one.
     const auto former = isNew || !isFolder ? nothing : _writer.folderFor(record);

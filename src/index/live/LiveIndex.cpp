@@ -258,6 +258,7 @@ void LiveIndex::takeAncestors(const std::vector<int> &freed)
 
 void LiveIndex::refreshTimes()
 {
+    _times.clear();
     for (FolderId folder = 0; folder < _writer.folderEnd(); ++folder) {
         if (_writer.isAlive(folder))
             _times.want(folder, true);
@@ -319,9 +320,20 @@ void LiveIndex::takeTimes(const std::vector<TimesRequest> &requests, std::size_t
             continue;
         }
         for (std::size_t entry = 0; entry < request.records.size(); ++entry)
-            _writer.setChangeTime(request.records[entry], request.times[entry]);
+            takeTime(request.records[entry], request.times[entry]);
         _counters.timesRead += request.records.size();
     }
+}
+
+void LiveIndex::takeTime(RecordId record, std::uint32_t time)
+{
+    const auto &view = _writer.view();
+    const auto former = view.changeTimeOf(record);
+    _writer.setChangeTime(record, time);
+    const bool hasChanged = former != 0 && former != time;
+    if (onFileChanged && hasChanged && !view.isDead(record) &&
+        view.traitsOf(record).kind() == EntryKind::file)
+        tell(FileChange::Kind::written, view.pathOf(record), false);
 }
 
 // What comes round.
@@ -399,7 +411,7 @@ bool LiveIndex::doWhatIsDue()
     for (const auto &entry : _written.takeDue(now)) {
         const auto folder = _writer.folderOfWatch(entry.watch);
         if (folder != nothing)
-            reconcile(folder, entry.name, {.isWritten = true});
+            reconcile(folder, entry.name, {});
     }
     closeProbe();
     for (const auto folder : _storms.takeDue(now)) {

@@ -108,6 +108,8 @@ public:
 
     /// Replaces the folders to crawl and to leave out.
     void setRules(const std::vector<Rule> &rules);
+    /// What is crawled.
+    const CrawlPlan &plan() const { return _plan; }
     /// Folders that a query has named; they are crawled from now on, until rules are set again: a
     /// scope comes from a rule, and ends with it.
     void addScopes(const std::vector<std::string> &folders);
@@ -150,7 +152,6 @@ private:
     /// More about a change than that there was one.
     struct Hint {
         bool isNewFolder = false;
-        bool isWritten = false;
         const std::string *oldPath = nullptr;  // set: it came from there
     };
 
@@ -172,6 +173,7 @@ private:
     void compactIfWorthIt();
     void readTimes();
     void takeTimes(const std::vector<TimesRequest> &requests, std::size_t answered);
+    void takeTime(RecordId record, std::uint32_t time);
     void renumber(const std::function<FolderId(FolderId)> &newNumber);
     bool doWhatIsDue();
 

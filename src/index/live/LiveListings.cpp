@@ -143,7 +143,8 @@ void LiveIndex::takeListing(
     } else {
         ++_counters.foldersRead;
         merge(folder, pending, listing);
-        _times.want(folder, false);
+        // A name that is still there may be another file's by now.
+        _times.want(folder, onFileChanged && !pending.isFirst);
     }
     for (const auto &change : pending.touched) {
         if (_writer.isAlive(folder) && isIndexedName(change.name))

@@ -20,6 +20,7 @@ private Q_SLOTS:
     void subvolumesOfOneFileSystemAreEntered();
     void pseudoAndNetworkMountsAreEnteredOnlyByName();
     void aBlockDeviceThatFuseReadsIsEntered();
+    void whatIsCoveredIsToldWithoutTheDisk();
     void mountsAreParsed();
     void pathsAreStandardized();
 };
@@ -94,6 +95,17 @@ void tst_CrawlPlan::aBlockDeviceThatFuseReadsIsEntered()
 
     QVERIFY(plan.descendsInto("/no/ntfs"));
     QVERIFY(plan.reaches("/no/ntfs/deep"));
+}
+
+void tst_CrawlPlan::whatIsCoveredIsToldWithoutTheDisk()
+{
+    const CrawlPlan plan({"/no/a", "/no/a/out/in"}, {"/no/a/out"}, {});
+
+    for (const auto *path : {"/no/a/file", "/no/a/b/c", "/no/a/outside", "/no/a/out/in/file"})
+        QVERIFY2(plan.covers(path), path);
+    for (const auto *path : {"/no/b", "/no/ab", "/no/a/out", "/no/a/out/file", "/no/a/.hidden",
+             "/no/a/b/.hidden/file", ""})
+        QVERIFY2(!plan.covers(path), path);
 }
 
 void tst_CrawlPlan::mountsAreParsed()

@@ -6,6 +6,8 @@
 #include <QTest>
 
 #include <array>
+#include <filesystem>
+#include <set>
 
 using namespace vellumhound;
 using namespace vellumhound::index;
@@ -28,6 +30,7 @@ private Q_SLOTS:
     void aFolderMovedWhileItIsReadIsFoundWhole();
     void whatIsWrittenOverAndOverIsLookedAtOnceInAPause();
     void changesAreToldToWhoWantsThem();
+    void aFileThatAnotherReplacesIsToldAsWritten();
     void aStormIsReadNowAndThen();
 };
 
@@ -337,6 +340,33 @@ void tst_LiveChanges::changesAreToldToWhoWantsThem()
 
     QCOMPARE(told, (std::vector<std::string>{"created b/", "moved b/eins from a/one",
                        "removed a/two", "moved c from b/", "written c/eins", "removed c/"}));
+}
+
+void tst_LiveChanges::aFileThatAnotherReplacesIsToldAsWritten()
+{
+    const TemporaryTree tree;
+    for (const auto *name : {"hidden", "beside", "linked", "removed and linked"})
+        tree.file(name);
+    tree.file(".other", "more");
+    RealBench bench(neverCompacting(), manyWatches);
+    bench.include(tree);
+    std::set<std::string> told;
+    bench.live.onFileChanged = [&](const FileChange &change) {
+        QCOMPARE(change.kind, FileChange::Kind::written);
+        told.insert(change.path.substr(tree.path().size() + 1));
+    };
+
+    // All of it before anybody looks.
+    tree.file(".t", "more");
+    tree.move(".t", "hidden");
+    tree.file("beside.tmp", "more");
+    tree.move("beside.tmp", "beside");
+    tree.remove("removed and linked");
+    std::filesystem::create_hard_link(tree.path(".other"), tree.path("removed and linked"));
+    bench.settle();
+
+    QCOMPARE(told, (std::set<std::string>{"hidden", "beside", "removed and linked"}));
+    QCOMPARE(bench.paths(tree), (Paths{"hidden", "beside", "linked", "removed and linked"}));
 }
 
 void tst_LiveChanges::aStormIsReadNowAndThen()

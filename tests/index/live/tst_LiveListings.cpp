@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "index/live/LiveBench.h"
 #include "index/live/LossySource.h"
+#include "index/OrdinaryUser.h"
 
 #include <QObject>
 #include <QTest>
@@ -20,6 +21,7 @@ private Q_SLOTS:
     void lostChangesAreMadeUpForByChecking();
     void aRealOverflowIsMadeUpForWithoutACrawl();
     void foldersBeyondTheLimitOfWatchesAreSwept();
+    void filesThatChangeWhereNothingIsWatchedAreTold();
     void watchesThatBecomeFreeAreGivenOut();
     void aFolderReachedByTwoRootsKeepsItsWatch();
     void aFolderThatCouldNotBeReadIsTriedAgain();
@@ -27,32 +29,6 @@ private Q_SLOTS:
     void crawlEventsAndSweepsTakeTheSameNames();
     void nothingIsDueWhileEverythingIsWatched();
 };
-
-namespace {
-
-/// Somebody who may not read everything, for as long as this lives; owns the tree's top folders.
-class OrdinaryUser {
-public:
-    explicit OrdinaryUser(const TemporaryTree &tree)
-        : _former(::geteuid())
-    {
-        constexpr uid_t nobody = 65534;
-        if (_former != 0)
-            return;
-        for (const auto &entry : std::filesystem::directory_iterator(tree.path()))
-            [[maybe_unused]] const int failed = ::chown(entry.path().c_str(), nobody, gid_t(-1));
-        [[maybe_unused]] const int refused =
-            ::chown(tree.path().c_str(), nobody, gid_t(-1)) + ::seteuid(nobody);
-    }
-    ~OrdinaryUser() { [[maybe_unused]] const int refused = ::seteuid(_former); }
-    OrdinaryUser(const OrdinaryUser &) = delete;
-    OrdinaryUser &operator=(const OrdinaryUser &) = delete;
-
-private:
-    const uid_t _former;
-};
-
-}  // namespace
 
 void tst_LiveListings::lostChangesAreMadeUpForByChecking()
 {
@@ -131,6 +107,30 @@ void tst_LiveListings::foldersBeyondTheLimitOfWatchesAreSwept()
 
     QCOMPARE(bench.paths(tree), onDisk(tree));
     QVERIFY(bench.live.nextDue().has_value());
+}
+
+void tst_LiveListings::filesThatChangeWhereNothingIsWatchedAreTold()
+{
+    const TemporaryTree tree;
+    for (const auto *name : {"a/same", "a/replaced", "b/in place", "b/same"}) {
+        tree.file(name);
+        tree.setTime(name, 1'500'000'000);
+    }
+    Bench<LossySource> bench(neverCompacting());
+    bench.include(tree);
+    std::set<std::string> told;
+    bench.live.onFileChanged = [&](const FileChange &change) {
+        QCOMPARE(change.kind, FileChange::Kind::written);
+        told.insert(change.path.substr(tree.path().size() + 1));
+    };
+
+    tree.file("a/.new", "more");
+    tree.move("a/.new", "a/replaced");
+    tree.file("b/in place", "more");
+    bench.source.losesChanges = true;
+    bench.settle();
+
+    QCOMPARE(told, (std::set<std::string>{"a/replaced", "b/in place"}));
 }
 
 void tst_LiveListings::watchesThatBecomeFreeAreGivenOut()
