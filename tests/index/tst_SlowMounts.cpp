@@ -2,6 +2,7 @@
 #include "index/disk/InotifySource.h"
 #include "index/IndexItem.h"
 #include "index/live/LiveIndex.h"
+#include "index/OtherFileSystem.h"
 #include "index/SilentFileSystem.h"
 #include "index/TemporaryTree.h"
 
@@ -24,6 +25,7 @@ private Q_SLOTS:
     void typesThatMayHangAreKnown();
     void linksAreFollowedUpToAMountThatMayHang();
     void aMountThatAnswersIsReadAndSwept();
+    void aSecondChangeWithinATickOfAnotherClockIsSwept();
     void aMountThatDoesNotAnswerBlocksNothing();
     void aMountThatAnswersAgainIsSweptThoughNoMountChanged();
     void whatLeadsToADeadMountIsDescribedWithoutReadingIt();
@@ -155,6 +157,28 @@ void tst_SlowMounts::aMountThatAnswersIsReadAndSwept()
     tree.file("net/deep/later");
     bench.live->sweep();
     QVERIFY(bench.await([&] { return bench.find(point + "/deep/later") != nothing; }));
+}
+
+void tst_SlowMounts::aSecondChangeWithinATickOfAnotherClockIsSwept()
+{
+    const TemporaryTree tree;
+    const tests::OtherFileSystemGuard guard;
+    tests::otherFileSystem.fixedTime = 1'000'000'000;
+    tree.file("net/one");
+    const auto point = tree.path("net");
+    Bench bench([point] { return withSlowMount(point); });
+    bench.include({tree.text("net")});
+    QVERIFY(bench.await([&] { return bench.isCrawled(point); }));
+
+    tree.file("net/two");
+    bench.live->sweep();
+    QVERIFY(bench.await([&] { return bench.find(point + "/two") != nothing; }));
+
+    // By now its time has been seen twice.
+    const auto read = bench.live->counters().foldersRead;
+    bench.live->sweep();
+    QVERIFY(bench.await([&] { return bench.live->counters().foldersUnchanged > 0; }));
+    QCOMPARE(bench.live->counters().foldersRead, read);
 }
 
 void tst_SlowMounts::aMountThatDoesNotAnswerBlocksNothing()

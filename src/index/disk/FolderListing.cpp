@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "index/disk/FolderListing.h"
 
+#include <QString>
+
 #include <algorithm>
 #include <array>
 #include <cerrno>
@@ -21,6 +23,8 @@ namespace {
 constexpr std::int64_t nanosecondsPerSecond = 1'000'000'000;
 /// A folder changed so shortly before it was read may change again without another time.
 constexpr std::int64_t clockTick = 20'000'000;
+/// So it is where times are whole seconds or, as on vfat, even ones.
+constexpr std::int64_t coarseTick = 2 * nanosecondsPerSecond + clockTick;
 
 /// The record of getdents64, for which the C library has no type.
 struct DirectoryRecord {
@@ -105,7 +109,18 @@ std::int64_t reliableTime(const struct statx &status)
     const auto contents = nanoseconds(status.stx_mtime);
     const auto entry = nanoseconds(status.stx_ctime);
     const auto time = contents > current ? entry : std::max(contents, entry);
-    return time > current - clockTick ? 0 : time;
+    const auto tick = time % nanosecondsPerSecond == 0 ? coarseTick : clockTick;
+    return time > current - tick ? 0 : time;
+}
+
+/// The same where our clock says nothing about theirs, which may be ahead, behind or coarse: a time
+/// is relied upon once the folder has been read twice with it. The readings of one folder lie
+/// further apart than any clock's tick.
+std::int64_t foreignTime(const struct statx &status, std::int64_t known)
+{
+    const auto time = std::max(nanoseconds(status.stx_mtime), nanoseconds(status.stx_ctime));
+    const bool isSeenAgain = known == time || known == -time;
+    return isSeenAgain ? time : -time;
 }
 
 bool describe(int folder, struct statx &status)
@@ -128,6 +143,29 @@ std::uint64_t identityOf(const struct statx &status)
 std::uint32_t seconds(const timespec &time)
 {
     return std::uint32_t(std::clamp<std::int64_t>(time.tv_sec, 0, UINT32_MAX));
+}
+
+bool stateAt(int folder, const std::string &name, struct stat &status)
+{
+    return ::fstatat(folder, name.c_str(), &status, AT_SYMLINK_NOFOLLOW | AT_NO_AUTOMOUNT) == 0;
+}
+
+/// What tells the two cases of a letter of ASCII apart. All file systems that ignore case ignore
+/// that of these letters.
+constexpr char caseBit = 0x20;
+
+bool isLetter(char c)
+{
+    const auto small = char(c | caseBit);
+    return small >= 'a' && small <= 'z';
+}
+
+bool isSameInAnyCase(std::string_view one, std::string_view other)
+{
+    const auto text = [](std::string_view name) {
+        return QString::fromUtf8(name.data(), qsizetype(name.size()));
+    };
+    return text(one).compare(text(other), Qt::CaseInsensitive) == 0;
 }
 
 /// An open descriptor that is closed at the end of its scope.
@@ -212,10 +250,11 @@ FolderListing listFolder(const std::string &path, const ListingOptions &options)
         listing.error = errno;
         return listing;
     }
-    listing.time = reliableTime(status);
+    listing.time =
+        options.isClockForeign ? foreignTime(status, options.knownTime) : reliableTime(status);
     listing.identity = identityOf(status);
     const bool isSame = options.knownIdentity == 0 || options.knownIdentity == listing.identity;
-    if (isSame && options.knownTime != 0 && options.knownTime == listing.time) {
+    if (isSame && options.knownTime > 0 && options.knownTime == listing.time) {
         listing.isUnchanged = true;
         return listing;
     }
@@ -253,14 +292,48 @@ void OpenFolder::close()
 {
     if (_descriptor >= 0)
         ::close(std::exchange(_descriptor, -1));
+    _case = Case::unknown;
+    _listing.reset();
 }
 
-EntryState OpenFolder::stateOf(const std::string &name) const
+EntryState OpenFolder::stateOf(const std::string &name)
 {
     struct stat status {};
-    if (::fstatat(_descriptor, name.c_str(), &status, AT_SYMLINK_NOFOLLOW | AT_NO_AUTOMOUNT) != 0)
+    if (!stateAt(_descriptor, name, status))
         return {};
-    return {true, kindOfMode(status.st_mode), seconds(status.st_mtim)};
+    const EntryState state{true, kindOfMode(status.st_mode), seconds(status.st_mtim), {}};
+    if (!ignoresCase(name, status))
+        return state;
+    if (!_listing) {
+        const Descriptor folder(::openat(_descriptor, ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+        readEntries(folder.number(), _listing.emplace());
+    }
+    EntryState other;
+    for (const auto &entry : _listing->entries) {
+        const auto kept = _listing->nameOf(entry);
+        if (kept == name)
+            return state;
+        if (isSameInAnyCase(kept, name))
+            other.keptAs = kept;
+    }
+    return other;
+}
+
+/// The first name with a letter shows it: where case is ignored, that letter in the other case
+/// leads to the same entry.
+bool OpenFolder::ignoresCase(const std::string &name, const struct stat &status)
+{
+    const auto letter = std::find_if(name.begin(), name.end(), isLetter);
+    if (_case == Case::unknown && letter != name.end()) {
+        auto other = name;
+        auto &changed = other[std::size_t(letter - name.begin())];
+        changed = char(changed ^ caseBit);
+        struct stat found {};
+        const bool isSame = stateAt(_descriptor, other, found) && found.st_ino == status.st_ino &&
+                            found.st_dev == status.st_dev;
+        _case = isSame ? Case::isIgnored : Case::matters;
+    }
+    return _case == Case::isIgnored;
 }
 
 }  // namespace vellumhound::index

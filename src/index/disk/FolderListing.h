@@ -6,8 +6,10 @@
 
 #include <chrono>
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <string_view>
+#include <sys/stat.h>
 #include <vector>
 
 namespace vellumhound::index {
@@ -26,7 +28,10 @@ struct FolderListing {
     bool isWatchRefused = false;  ///< the source was asked and gave none
     bool isUnchanged = false;     ///< its time is the one that was known, so it was not read
     int watch = ChangeSource::noWatch;
-    std::int64_t time = 0;  ///< of its last change, in nanoseconds; 0 if it cannot be relied upon
+    /// Of its last change, in nanoseconds: as long as the folder has it, it has not changed. 0: it
+    /// can change without getting another. Below 0: the time with its sign changed; whether it can
+    /// be relied upon shows when the folder is read again and still has it.
+    std::int64_t time = 0;
     /// Tells it from any other folder of this run; 0: unknown. See inodeOf().
     std::uint64_t identity = 0;
     std::chrono::nanoseconds took{};  ///< how long reading it took
@@ -50,7 +55,8 @@ inline std::uint32_t inodeOf(std::uint64_t identity)
 struct ListingOptions {
     ChangeSource *watchBy = nullptr;  ///< watches the folder before it is read
     bool followsLink = false;         ///< `path` itself may be a link
-    std::int64_t knownTime = 0;       ///< a folder that still has this time is not read; 0: read it
+    bool isClockForeign = false;      ///< another machine's or program's clock gives the times
+    std::int64_t knownTime = 0;  ///< of the last listing; if above 0 and still its time: not read
     std::uint64_t knownIdentity = 0;  ///< a folder that has another one is read in any case
 };
 
@@ -62,6 +68,8 @@ struct EntryState {
     bool exists = false;
     EntryKind kind = EntryKind::other;
     std::uint32_t changeTime = 0;  ///< of its contents, in seconds since 1970; 0 if before
+    /// Set if the folder ignores case and holds the name in another one: that. Then nothing exists.
+    std::string keptAs;
 };
 
 /// A folder held open to look at its entries, whatever path it has meanwhile. One thread.
@@ -75,11 +83,19 @@ public:
     /// False if there is no folder at `path`, or another one than `identity` says (0: any will do).
     bool open(const std::string &path, bool followsLink, std::uint64_t identity);
     void close();
-    /// What stands in the open folder, links not followed.
-    EntryState stateOf(const std::string &name) const;
+    /// What stands in the open folder under exactly this name, links not followed. In a folder that
+    /// ignores case, names that come or go after the first call are not seen until it is opened
+    /// again.
+    EntryState stateOf(const std::string &name);
 
 private:
+    enum class Case { unknown, matters, isIgnored };
+
+    bool ignoresCase(const std::string &name, const struct stat &status);
+
     int _descriptor = -1;
+    Case _case = Case::unknown;
+    std::optional<FolderListing> _listing;  // of a folder that ignores case
 };
 
 /// Whether an entry of this name is in the index, wherever it is met: in a listing, by a change or

@@ -20,6 +20,7 @@ bool LiveIndex::applyChanges()
     if (!_departures.isEmpty()) {
         // The other half of a move is told right after the first, but may not have been there yet.
         changes = _source.read();
+        closeProbe();  // what it knows of a folder may be older
         for (const auto &change : changes)
             applyChange(change);
     }
@@ -84,7 +85,7 @@ std::optional<EntryState> LiveIndex::stateOf(FolderId folder, const std::string 
     // Where another file system is mounted there is a folder, and nothing that may be asked.
     const auto &slowMounts = _readers.slowMounts();
     if (!slowMounts.empty() && mountOf(slowMounts, joinedPath(path, name)))
-        return EntryState{true, EntryKind::folder, 0};
+        return EntryState{true, EntryKind::folder, 0, {}};
     if (_probed != folder) {
         const bool isRoot = _writer.view().parentOf(folder) == nothing;
         _probed = _probe.open(path, isRoot, _writer.identityOf(folder)) ? folder : nothing;
@@ -141,6 +142,9 @@ void LiveIndex::reconcile(FolderId folder, const std::string &name, const Hint &
     if (!state.exists) {
         if (hint.oldPath)
             tell(FileChange::Kind::removed, *hint.oldPath, false);
+        // The change may be that of a known name, by another case of it.
+        if (!state.keptAs.empty() && _writer.find(folder, state.keptAs) != nothing)
+            reconcile(folder, state.keptAs, {});
         return;
     }
     const bool isFolder = state.kind == EntryKind::folder;

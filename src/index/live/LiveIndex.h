@@ -115,7 +115,8 @@ public:
     void addScopes(const std::vector<std::string> &folders);
     /// Something was mounted or unmounted.
     void mountsChanged();
-    /// Compares all folders with the disk by their times and reads those that differ.
+    /// Compares the folders with the disk by their times and reads those that differ; but those of
+    /// mounts that may hang, of which no watch tells, only after a start from a snapshot.
     void recheckAll();
     /// Looks at all folders that are not watched, at once.
     void sweep();

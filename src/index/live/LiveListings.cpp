@@ -21,10 +21,10 @@ constexpr std::size_t foldersPerCheck = 512;
 constexpr int shareOfSweeps = 20;
 constexpr std::chrono::milliseconds pauseBetweenSweeps{1000};
 
-/// Absent for an unknown time; none for one in the future.
+/// Absent for a time that is not relied upon; none for one in the future.
 std::optional<std::chrono::seconds> ageOf(std::int64_t time)
 {
-    if (time == 0)
+    if (time <= 0)
         return std::nullopt;
     const auto then = std::chrono::floor<std::chrono::seconds>(std::chrono::nanoseconds(time));
     const std::chrono::seconds now(std::time(nullptr));
@@ -55,6 +55,7 @@ Listings::Request LiveIndex::requestFor(FolderId folder, const std::string &path
     if (!request.reader && !_storms.isOff(folder))
         options.watchBy = &_source;
     options.followsLink = _writer.view().parentOf(folder) == nothing;
+    options.isClockForeign = request.reader != nullptr;
     if (byTime) {
         options.knownTime = _writer.timeOf(folder);
         options.knownIdentity = _writer.identityOf(folder);
@@ -302,10 +303,12 @@ void LiveIndex::recheckAll()
 void LiveIndex::recheckSlice()
 {
     std::vector<FolderId> slice;
-    while (_recheckFrom < _writer.folderEnd() && slice.size() < foldersPerCheck) {
-        if (_writer.isAlive(_recheckFrom))
+    for (; _recheckFrom < _writer.folderEnd() && slice.size() < foldersPerCheck; ++_recheckFrom) {
+        const auto isSweptAnyway = [this](FolderId folder) {
+            return !_isVerifying && _readers.readerOf(_writer.rootOf(folder));
+        };
+        if (_writer.isAlive(_recheckFrom) && !isSweptAnyway(_recheckFrom))
             slice.push_back(_recheckFrom);
-        ++_recheckFrom;
     }
     _isRechecking = !slice.empty();
     if (_isRechecking) {
