@@ -11,7 +11,10 @@
 #include <string>
 #include <sys/stat.h>
 #include <sys/syscall.h>
+#include <sys/vfs.h>
+#include <thread>
 #include <unistd.h>
+#include <vector>
 
 namespace vellumhound::tests {
 
@@ -25,9 +28,28 @@ struct OtherFileSystem {
 };
 inline OtherFileSystem otherFileSystem;
 
+/// What the noticing thread has asked about by paths at or below `noticedBelow`.
+struct Noticed {
+    std::string below;  ///< empty: nothing is noticed
+    std::thread::id thread = std::this_thread::get_id();
+    std::vector<std::string> paths;  ///< of that thread alone
+};
+inline Noticed noticed;
+
+inline void notice(const char *path)
+{
+    if (!noticed.below.empty() && std::this_thread::get_id() == noticed.thread &&
+        std::string(path).starts_with(noticed.below))
+        noticed.paths.emplace_back(path);
+}
+
 /// Puts the file system of this machine back at its end.
 struct OtherFileSystemGuard {
-    ~OtherFileSystemGuard() { otherFileSystem = {}; }
+    ~OtherFileSystemGuard()
+    {
+        otherFileSystem = {};
+        noticed = {};
+    }
 };
 
 inline void makeOther(statx_timestamp &time)
@@ -60,6 +82,7 @@ extern "C" int fstatat(int folder, const char *name, struct stat *status, int fl
         return ::fstatat64(folder, asked, reinterpret_cast<struct stat64 *>(status), flags);
     };
     using namespace vellumhound::tests;
+    notice(name);
     if (ask(name) == 0)
         return 0;
     if (errno != ENOENT || !otherFileSystem.ignoresCase || std::strchr(name, '/'))
@@ -71,8 +94,15 @@ extern "C" int statx(
     int folder, const char *name, int flags, unsigned mask, struct statx *status) noexcept
 {
     using namespace vellumhound::tests;
+    notice(name);
     const auto result = ::syscall(SYS_statx, folder, name, flags, mask, status);
     makeOther(status->stx_mtime);
     makeOther(status->stx_ctime);
     return int(result);
+}
+
+extern "C" int statfs(const char *path, struct statfs *status) noexcept
+{
+    vellumhound::tests::notice(path);
+    return ::statfs64(path, reinterpret_cast<struct statfs64 *>(status));
 }

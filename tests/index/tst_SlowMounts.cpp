@@ -30,6 +30,8 @@ private Q_SLOTS:
     void aMountThatAnswersAgainIsSweptThoughNoMountChanged();
     void whatLeadsToADeadMountIsDescribedWithoutReadingIt();
     void aDesktopEntryThatLinksIntoADeadMountHangsNothing();
+    void aShareIsKeptInTheSnapshotWithoutTouchingIt();
+    void anotherShareAtTheSamePlaceIsReadAnew();
     void theIndexEndsWhileAMountHangs();
 };
 
@@ -38,9 +40,10 @@ namespace {
 /// An index stepped by hand; only the readers of slow mounts have threads.
 struct Bench {
     explicit Bench(std::function<std::vector<Mount>()> mounts = readMounts,
-        DesktopEntries desktopEntries = {{}, {}, {}})
+        DesktopEntries desktopEntries = {{}, {}, {}}, const std::string &cache = {})
     {
         LiveIndexOptions options;
+        options.snapshot.folder = cache;
         options.readMounts = std::move(mounts);
         options.now = [this] { return clock; };
         live = std::make_unique<LiveIndex>(
@@ -290,17 +293,94 @@ void tst_SlowMounts::aDesktopEntryThatLinksIntoADeadMountHangsNothing()
     QCOMPARE(bench.live->counters().hungMounts, std::size_t(0));
 }
 
+void tst_SlowMounts::aShareIsKeptInTheSnapshotWithoutTouchingIt()
+{
+    const TemporaryTree tree;
+    const tests::OtherFileSystemGuard guard;
+    tree.file("net/deep/file");
+    tree.file("local/file");
+    const auto point = tree.path("net");
+    const auto mounts = [point] { return withSlowMount(point); };
+    const auto makeBench = [&] {
+        return std::make_unique<Bench>(mounts, DesktopEntries({}, {}, {}), tree.path("cache"));
+    };
+    auto bench = makeBench();
+    bench->include({tree.text("net"), tree.text("local")});
+    QVERIFY(bench->await([&] { return bench->isCrawled(point); }));
+    tests::noticed.below = point;
+
+    bench->live->save();
+    bench->settle();
+    tree.file("local/later");
+    bench->settle();
+    bench->live->saveAtEnd();
+    QCOMPARE(tests::noticed.paths, std::vector<std::string>{});
+
+    bench = makeBench();
+    bench->live->startFromSnapshot();
+    QVERIFY(bench->find(point + "/deep/file") != nothing);
+    QVERIFY(bench->find(tree.path("local/later")) != nothing);
+    bench->include({tree.text("net"), tree.text("local")});
+    const auto looked = [&] {
+        const auto counters = bench->live->counters();
+        return counters.foldersRead + counters.foldersUnchanged;
+    };
+    QVERIFY(bench->await([&] { return looked() >= 3; }));
+    QVERIFY(bench->find(point + "/deep/file") != nothing);
+    QCOMPARE(tests::noticed.paths, std::vector<std::string>{});
+}
+
+void tst_SlowMounts::anotherShareAtTheSamePlaceIsReadAnew()
+{
+    const TemporaryTree tree;
+    tree.file("net/old");
+    const auto point = tree.path("net");
+    const auto mounts = [point] { return withSlowMount(point); };
+    {
+        Bench bench(mounts, {{}, {}, {}}, tree.path("cache"));
+        bench.include({tree.text("net")});
+        QVERIFY(bench.await([&] { return bench.isCrawled(point); }));
+        bench.live->save();
+        bench.settle();
+    }
+    tree.move("net", "elsewhere");
+    tree.file("net/new");
+
+    QTest::ignoreMessage(
+        QtWarningMsg, "another folder stands where a searched one was, it is read anew");
+    Bench bench(mounts, {{}, {}, {}}, tree.path("cache"));
+    bench.live->startFromSnapshot();
+    bench.include({tree.text("net")});
+
+    QVERIFY(bench.await([&] { return bench.find(point + "/new") != nothing; }));
+    QCOMPARE(bench.find(point + "/old"), nothing);
+}
+
 void tst_SlowMounts::theIndexEndsWhileAMountHangs()
 {
     const TemporaryTree tree;
     tree.folder("dead");
+    tree.file("local/file");
     SilentFileSystem silent(tree.path("dead"));
     if (!silent.isMounted())
         QSKIP("this test mounts a file system, which is not allowed here");  // style: needs a right
-    auto bench = std::make_unique<Bench>();
-    bench->include({tree.text("dead")});
+    auto bench =
+        std::make_unique<Bench>(readMounts, DesktopEntries({}, {}, {}), tree.path("cache"));
+    bench->include({tree.text("local"), tree.text("dead")});
     bench->settle();
+    QTest::ignoreMessage(QtWarningMsg,
+        qPrintable(
+            u"the file system at \"%1\" does not answer; what is known of it stays as it is"_s.arg(
+                tree.text("dead"))));
+    bench->clock += 11s;
+    bench->settle();
+    QVERIFY(bench->isCrawled(tree.path("dead")));
 
+    bench->live->save();
+    bench->settle();
+    tree.file("local/later");
+    bench->settle();
+    bench->live->saveAtEnd();
     bench.reset();
     silent.end();
 }

@@ -13,6 +13,7 @@
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
+#include <sys/vfs.h>
 #include <unistd.h>
 #include <utility>
 
@@ -140,6 +141,17 @@ std::uint64_t identityOf(const struct statx &status)
     return identity == 0 ? 1 : identity;
 }
 
+RootIdentity rootIdentityOf(int folder, const struct statx &status)
+{
+    struct statfs system {};
+    if (::fstatfs(folder, &system) != 0)
+        return {};
+    RootIdentity identity{std::uint64_t(system.f_type), status.stx_ino, 0};
+    if ((status.stx_mask & STATX_BTIME) != 0)
+        identity.birth = nanoseconds(status.stx_btime);
+    return identity;
+}
+
 std::uint32_t seconds(const timespec &time)
 {
     return std::uint32_t(std::clamp<std::int64_t>(time.tv_sec, 0, UINT32_MAX));
@@ -235,7 +247,7 @@ FolderListing listFolder(const std::string &path, const ListingOptions &options)
 {
     const auto start = std::chrono::steady_clock::now();
     FolderListing listing;
-    const Descriptor folder(openFolder(path, options.followsLink));
+    const Descriptor folder(openFolder(path, options.isRoot));
     if (folder.number() < 0) {
         listing.error = errno;
         return listing;
@@ -253,6 +265,8 @@ FolderListing listFolder(const std::string &path, const ListingOptions &options)
     listing.time =
         options.isClockForeign ? foreignTime(status, options.knownTime) : reliableTime(status);
     listing.identity = identityOf(status);
+    if (options.isRoot)
+        listing.rootIdentity = rootIdentityOf(folder.number(), status);
     const bool isSame = options.knownIdentity == 0 || options.knownIdentity == listing.identity;
     if (isSame && options.knownTime > 0 && options.knownTime == listing.time) {
         listing.isUnchanged = true;

@@ -3,6 +3,7 @@
 
 #include "index/disk/ChangeSource.h"
 #include "index/disk/EntryKind.h"
+#include "index/disk/RootIdentity.h"
 
 #include <chrono>
 #include <cstdint>
@@ -34,6 +35,7 @@ struct FolderListing {
     std::int64_t time = 0;
     /// Tells it from any other folder of this run; 0: unknown. See inodeOf().
     std::uint64_t identity = 0;
+    RootIdentity rootIdentity;        ///< all zeros unless it was read as a root
     std::chrono::nanoseconds took{};  ///< how long reading it took
     std::string names;
     std::vector<Entry> entries;  ///< by name
@@ -54,7 +56,7 @@ inline std::uint32_t inodeOf(std::uint64_t identity)
 
 struct ListingOptions {
     ChangeSource *watchBy = nullptr;  ///< watches the folder before it is read
-    bool followsLink = false;         ///< `path` itself may be a link
+    bool isRoot = false;              ///< may be a link itself, and is to be known again
     bool isClockForeign = false;      ///< another machine's or program's clock gives the times
     std::int64_t knownTime = 0;  ///< of the last listing; if above 0 and still its time: not read
     std::uint64_t knownIdentity = 0;  ///< a folder that has another one is read in any case

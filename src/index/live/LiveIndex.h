@@ -167,7 +167,9 @@ private:
     void takeApplications(ApplicationTable table, const std::vector<int> &freed);
     void followAncestors();
     void takeAncestors(const std::vector<int> &freed);
-    void snapshotChecked(const SnapshotKeeper::CheckOutcome &outcome);
+    void snapshotChecked(bool isSound);
+    bool isStrangeRoot(FolderId folder, const FolderListing &listing) const;
+    void readRootAnew(std::uint32_t root);
     void makeFilter();
     void startOver();
     void startRoot(const std::string &path);

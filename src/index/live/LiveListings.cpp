@@ -54,7 +54,7 @@ Listings::Request LiveIndex::requestFor(FolderId folder, const std::string &path
     // machines do, anyway.
     if (!request.reader && !_storms.isOff(folder))
         options.watchBy = &_source;
-    options.followsLink = _writer.view().parentOf(folder) == nothing;
+    options.isRoot = _writer.view().parentOf(folder) == nothing;
     options.isClockForeign = request.reader != nullptr;
     if (byTime) {
         options.knownTime = _writer.timeOf(folder);
@@ -122,10 +122,16 @@ void LiveIndex::takeListing(
         takeFailure(folder, listing);
         return;
     }
+    if (isStrangeRoot(folder, listing)) {
+        readRootAnew(_writer.rootOf(folder));
+        return;
+    }
     const auto known = _writer.identityOf(folder);
     _writer.setIdentity(folder, listing.identity);
-    // A root that comes back may have come with other folders above it.
     const bool isRoot = _writer.view().parentOf(folder) == nothing;
+    if (isRoot)
+        _writer.setRootIdentity(_writer.rootOf(folder), listing.rootIdentity);
+    // A root that comes back may have come with other folders above it.
     if (isRoot && _writer.watchOf(folder) < 0 && !pending.reader)
         followAncestors();
     const auto holder = _writer.folderOfWatch(listing.watch);

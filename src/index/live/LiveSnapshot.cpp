@@ -26,25 +26,16 @@ void LiveIndex::startFromSnapshot()
     _plan = CrawlPlan::restored(std::move(roots), contents.stops);
     _writer.publish();
     _isChecked = false;
-    _keeper.check(loaded, [this](const auto &outcome) { snapshotChecked(outcome); });
+    _keeper.check(loaded, [this](bool isSound) { snapshotChecked(isSound); });
 }
 
-void LiveIndex::snapshotChecked(const SnapshotKeeper::CheckOutcome &outcome)
+void LiveIndex::snapshotChecked(bool isSound)
 {
     _isChecked = true;
-    _isVerifying = outcome.isSound;
-    if (!outcome.isSound) {
+    _isVerifying = isSound;
+    if (!isSound) {
         startOver();
         return;
-    }
-    for (const auto root : outcome.strangeRoots) {
-        const auto entry = _writer.view().roots[root];
-        if (entry.folder == nothing)
-            continue;
-        qCWarning(logIndex, "another folder stands where a searched one was, it is read anew");
-        qCDebug(logIndex, "%s", entry.path.c_str());
-        dropRoot(root);
-        startRoot(entry.path);
     }
     _writer.view().base->names.summarize();
     makeFilter();
@@ -63,6 +54,25 @@ void LiveIndex::makeFilter()
         auto filter = std::make_shared<const BlockFilter>(base->names);
         return [this, base, filter] { _writer.setFilter(base, filter); };
     });
+}
+
+/// Whether another folder stands at the path of a root than in the last session.
+bool LiveIndex::isStrangeRoot(FolderId folder, const FolderListing &listing) const
+{
+    const bool isFirstLook = _writer.identityOf(folder) == 0;
+    if (_writer.view().parentOf(folder) != nothing || !isFirstLook)
+        return false;
+    const auto &last = _writer.view().roots[_writer.rootOf(folder)].identity;
+    return last != RootIdentity{} && last != listing.rootIdentity;
+}
+
+void LiveIndex::readRootAnew(std::uint32_t root)
+{
+    const auto path = _writer.view().roots[root].path;
+    qCWarning(logIndex, "another folder stands where a searched one was, it is read anew");
+    qCDebug(logIndex, "%s", path.c_str());
+    dropRoot(root);
+    startRoot(path);
 }
 
 void LiveIndex::startOver()

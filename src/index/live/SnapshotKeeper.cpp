@@ -19,10 +19,8 @@ constexpr std::size_t mostNamesAtEnd = 100'000;
 
 /// A check under way; belongs to the worker while one of its steps runs.
 struct SnapshotKeeper::Check {
-    std::shared_ptr<const LoadedSnapshot> loaded;
     SnapshotCheck names;
-    std::function<void(const CheckOutcome &)> whenDone;
-    CheckOutcome outcome;
+    std::function<void(bool isSound)> whenDone;
 };
 
 SnapshotKeeper::SnapshotKeeper(Worker &worker, SnapshotOptions options)
@@ -52,11 +50,10 @@ std::shared_ptr<LoadedSnapshot> SnapshotKeeper::load()
     return snapshot;
 }
 
-void SnapshotKeeper::check(std::shared_ptr<const LoadedSnapshot> loaded,
-    std::function<void(const CheckOutcome &)> whenDone)
+void SnapshotKeeper::check(
+    const std::shared_ptr<const LoadedSnapshot> &loaded, std::function<void(bool isSound)> whenDone)
 {
-    _check = std::make_shared<Check>(
-        Check{loaded, SnapshotCheck(loaded->mapping), std::move(whenDone), {}});
+    _check = std::make_shared<Check>(Check{SnapshotCheck(loaded->mapping), std::move(whenDone)});
     stepCheck();
 }
 
@@ -64,27 +61,19 @@ void SnapshotKeeper::stepCheck()
 {
     _worker.post([this, check = _check]() -> Worker::Completion {
         const auto verdict = check->names.step();
-        if (verdict == SnapshotCheck::Verdict::sound) {
-            check->outcome.isSound = true;
-            const auto &roots = check->loaded->contents.roots;
-            for (std::uint32_t root = 0; root < roots.size(); ++root) {
-                const auto now = identityOfRoot(roots[root].path);
-                if (now != RootIdentity{} && now != check->loaded->identities[root])
-                    check->outcome.strangeRoots.push_back(root);
-            }
-        }
         return [this, verdict] {
             if (verdict == SnapshotCheck::Verdict::unfinished) {
                 stepCheck();
                 return;
             }
             const auto finished = std::exchange(_check, nullptr);
-            if (!finished->outcome.isSound) {
+            const bool isSound = verdict == SnapshotCheck::Verdict::sound;
+            if (!isSound) {
                 qCWarning(logIndex, "the index on disk is damaged, it is built again");
                 ::unlink(path().c_str());
                 _lastWrite.reset();
             }
-            finished->whenDone(finished->outcome);
+            finished->whenDone(isSound);
         };
     });
 }

@@ -46,13 +46,9 @@ public:
 
     /// Null if there is none to go on from.
     std::shared_ptr<LoadedSnapshot> load();
-    struct CheckOutcome {
-        bool isSound = false;
-        std::vector<std::uint32_t> strangeRoots;  ///< where another folder stands now, by number
-    };
     /// Has all of a loaded snapshot read. An unsound one is told of and removed.
-    void check(std::shared_ptr<const LoadedSnapshot> loaded,
-        std::function<void(const CheckOutcome &)> whenDone);
+    void check(const std::shared_ptr<const LoadedSnapshot> &loaded,
+        std::function<void(bool isSound)> whenDone);
 
     /// How often anything in the tables has changed so far.
     void noteChanges(std::uint64_t changeCount);

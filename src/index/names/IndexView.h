@@ -3,6 +3,7 @@
 
 #include "index/disk/DesktopEntries.h"
 #include "index/disk/MountTable.h"
+#include "index/disk/RootIdentity.h"
 #include "index/names/BlockFilter.h"
 #include "index/names/IndexTables.h"
 
@@ -21,6 +22,7 @@ struct IndexRoot {
     FolderId folder = nothing;  ///< `nothing` once the root is no longer wanted
     bool isCrawled = false;     ///< its first crawl is done
     bool mayHang = false;       ///< lies on one of the view's slow mounts
+    RootIdentity identity;      ///< of the folder that was last read there; all zeros: none was
 
     bool operator==(const IndexRoot &) const = default;
 };

@@ -96,7 +96,7 @@ std::uint32_t IndexWriter::addRoot(const std::string &path)
     ++_changeCount;
     auto view = changedView();
     const auto root = std::uint32_t(view->roots.size());
-    view->roots.push_back({path, registerFolder(nothing, root), false, false});
+    view->roots.push_back({path, registerFolder(nothing, root), false, false, {}});
     _view = std::move(view);
     return root;
 }
@@ -113,6 +113,15 @@ void IndexWriter::setRootCrawled(std::uint32_t root)
 {
     auto view = changedView();
     view->roots[root].isCrawled = true;
+    _view = std::move(view);
+}
+
+void IndexWriter::setRootIdentity(std::uint32_t root, const RootIdentity &identity)
+{
+    if (_view->roots[root].identity == identity)
+        return;
+    auto view = changedView();
+    view->roots[root].identity = identity;
     _view = std::move(view);
 }
 

@@ -43,6 +43,7 @@ public:
     std::uint32_t addRoot(const std::string &path);
     void removeRoot(std::uint32_t root);
     void setRootCrawled(std::uint32_t root);
+    void setRootIdentity(std::uint32_t root, const RootIdentity &identity);
     void setRootMayHang(std::uint32_t root, bool mayHang);
     void setSlowMounts(std::vector<Mount> mounts);
     void setApplications(ApplicationTable applications);

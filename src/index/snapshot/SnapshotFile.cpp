@@ -242,10 +242,9 @@ base::Result<std::shared_ptr<LoadedSnapshot>> loadSnapshot(
     loaded->contents.base = makeBase(mapping, trees->roots.size());
     const auto times = mapping->items<const std::int64_t>(SnapshotSection::folderTimes);
     loaded->contents.folderTimes.assign(times.begin(), times.end());
-    for (const auto &root : trees->roots) {
-        loaded->contents.roots.push_back({root.path, root.folder, root.isCrawled});
-        loaded->identities.push_back(root.identity);
-    }
+    for (const auto &root : trees->roots)
+        loaded->contents.roots.push_back(
+            {root.path, root.folder, root.isCrawled, false, root.identity});
     loaded->contents.stops = trees->stops;
     return loaded;
 }

@@ -66,7 +66,6 @@ private:
 /// A snapshot that can be searched at once.
 struct LoadedSnapshot {
     SnapshotContents contents;
-    std::vector<RootIdentity> identities;  ///< of the roots, as they were
     std::shared_ptr<const SnapshotMapping> mapping;
 };
 

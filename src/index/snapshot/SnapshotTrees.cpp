@@ -2,9 +2,6 @@
 #include "index/snapshot/SnapshotTrees.h"
 
 #include <cstring>
-#include <fcntl.h>
-#include <sys/stat.h>
-#include <sys/vfs.h>
 #include <type_traits>
 
 namespace vellumhound::index {
@@ -74,20 +71,6 @@ bool isPath(const std::string &path)
 }
 
 }  // namespace
-
-RootIdentity identityOfRoot(const std::string &path)
-{
-    struct statx status {};
-    struct statfs system {};
-    if (::statx(AT_FDCWD, path.c_str(), 0, STATX_INO | STATX_BTIME, &status) != 0 ||
-        ::statfs(path.c_str(), &system) != 0)
-        return {};
-    RootIdentity identity{std::uint64_t(system.f_type), status.stx_ino, 0};
-    if ((status.stx_mask & STATX_BTIME) != 0)
-        identity.birth =
-            std::int64_t(status.stx_btime.tv_sec) * 1'000'000'000 + status.stx_btime.tv_nsec;
-    return identity;
-}
 
 std::string encode(const SnapshotTrees &trees)
 {

@@ -12,18 +12,6 @@
 
 namespace vellumhound::index {
 
-/// What tells the folder at a root's path from another that may be mounted there next time. Holds
-/// across boots.
-struct RootIdentity {
-    std::uint64_t fileSystem = 0;  ///< kind of file system
-    std::uint64_t inode = 0;
-    std::int64_t birth = 0;  ///< nanoseconds since 1970; 0 where file systems do not tell
-
-    bool operator==(const RootIdentity &) const = default;
-};
-/// All zeros if there is nothing at the path. Blocks for as long as the disk takes.
-RootIdentity identityOfRoot(const std::string &path);
-
 /// Everything that a session needs to go on from.
 struct SnapshotContents {
     std::shared_ptr<IndexBase> base;        ///< its dead records come back to life

@@ -105,7 +105,8 @@ SnapshotWriter::State SnapshotWriter::begin()
     return State::unfinished;
 }
 
-/// Gives the roots that still stand consecutive numbers, and asks what they are.
+/// Gives the roots that still stand consecutive numbers. Nothing is asked of the disk: what a root
+/// lies on may have ceased to answer.
 void SnapshotWriter::numberRoots()
 {
     _records.assign(_contents.base->records.begin(), _contents.base->records.end());
@@ -114,7 +115,7 @@ void SnapshotWriter::numberRoots()
         if (root.folder == nothing)
             continue;
         _records[root.folder] = std::uint32_t(trees.roots.size());
-        trees.roots.push_back({root.path, root.folder, root.isCrawled, identityOfRoot(root.path)});
+        trees.roots.push_back({root.path, root.folder, root.isCrawled, root.identity});
     }
     trees.stops = _contents.stops;
     _trees = encode(trees);

@@ -31,6 +31,7 @@ inline SnapshotContents inventedIndex(std::uint32_t seed, std::size_t count)
     for (const auto *path : {"/home/someone", "/", "/data"}) {
         const auto root = writer.addRoot(path);
         writer.setRootCrawled(root);
+        writer.setRootIdentity(root, {0xEF53, root + 2, 1'700'000'000'000'000'000});
         folders.push_back(writer.view().roots[root].folder);
     }
     static constexpr const char *words[] = {
