@@ -1,13 +1,10 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "index/disk/InotifySource.h"
-#include "index/IndexItem.h"
-#include "index/live/LiveIndex.h"
 #include "index/OtherFileSystem.h"
 #include "index/SilentFileSystem.h"
+#include "index/SlowBench.h"
 #include "index/TemporaryTree.h"
 
 #include <QObject>
-#include <QSemaphore>
 #include <QTest>
 
 using namespace vellumhound;
@@ -15,7 +12,9 @@ using namespace vellumhound::index;
 using namespace std::chrono_literals;
 using namespace Qt::StringLiterals;
 using tests::SilentFileSystem;
+using tests::SlowBench;
 using tests::TemporaryTree;
+using tests::withSlowMount;
 
 class tst_SlowMounts final : public QObject {
     Q_OBJECT
@@ -31,79 +30,9 @@ private Q_SLOTS:
     void whatLeadsToADeadMountIsDescribedWithoutReadingIt();
     void aDesktopEntryThatLinksIntoADeadMountHangsNothing();
     void aShareIsKeptInTheSnapshotWithoutTouchingIt();
-    void anotherShareAtTheSamePlaceIsReadAnew();
+    void anotherShareAtTheSamePlaceIsReadAgain();
     void theIndexEndsWhileAMountHangs();
 };
-
-namespace {
-
-/// An index stepped by hand; only the readers of slow mounts have threads.
-struct Bench {
-    explicit Bench(std::function<std::vector<Mount>()> mounts = readMounts,
-        DesktopEntries desktopEntries = {{}, {}, {}}, const std::string &cache = {})
-    {
-        LiveIndexOptions options;
-        options.snapshot.folder = cache;
-        options.readMounts = std::move(mounts);
-        options.now = [this] { return clock; };
-        live = std::make_unique<LiveIndex>(
-            worker, source, published, std::move(desktopEntries), options);
-    }
-    void include(const std::vector<QString> &paths) const
-    {
-        std::vector<Rule> rules;
-        for (const auto &path : paths)
-            rules.push_back({path, true});
-        live->setRules(rules);
-    }
-    void settle()
-    {
-        while (worker.step() || live->step()) {
-        }
-    }
-    /// Sleeps only for what a reader's thread has to say.
-    template <class Condition> bool await(Condition condition)
-    {
-        for (settle(); !condition(); settle()) {
-            if (!wakings.tryAcquire(1, 60'000))
-                return false;
-        }
-        return true;
-    }
-    bool isCrawled(const std::string &root) const
-    {
-        for (const auto &known : published.current()->roots) {
-            if (known.path == root)
-                return known.isCrawled;
-        }
-        return false;
-    }
-    RecordId find(const std::string &path) const
-    {
-        const auto view = published.current();
-        const auto folder = view->findFolder(path.substr(0, path.rfind('/')));
-        return folder == nothing ? nothing : view->find(folder, path.substr(path.rfind('/') + 1));
-    }
-    std::shared_ptr<const IndexItem> item(const std::string &path) const
-    {
-        const auto record = find(path);
-        return record == nothing ? nullptr : readItem(*published.current(), record);
-    }
-
-    QSemaphore wakings;
-    Worker worker{[this] { wakings.release(); }};
-    InotifySource source{[] { return 100'000; }};
-    PublishedView published;
-    std::chrono::steady_clock::time_point clock{1h};
-    std::unique_ptr<LiveIndex> live;
-};
-
-std::vector<Mount> withSlowMount(const std::string &point)
-{
-    return {{"/", "/", "8:1", "ext4"}, {point, "/", "0:50", "fuse.sshfs"}};
-}
-
-}  // namespace
 
 void tst_SlowMounts::typesThatMayHangAreKnown_data()
 {
@@ -149,7 +78,7 @@ void tst_SlowMounts::aMountThatAnswersIsReadAndSwept()
     const TemporaryTree tree;
     tree.file("net/deep/file");
     const auto point = tree.path("net");
-    Bench bench([point] { return withSlowMount(point); });
+    SlowBench bench([point] { return withSlowMount(point); });
 
     bench.include({tree.text("net")});
     QVERIFY(bench.await([&] { return bench.isCrawled(point); }));
@@ -169,7 +98,7 @@ void tst_SlowMounts::aSecondChangeWithinATickOfAnotherClockIsSwept()
     tests::otherFileSystem.fixedTime = 1'000'000'000;
     tree.file("net/one");
     const auto point = tree.path("net");
-    Bench bench([point] { return withSlowMount(point); });
+    SlowBench bench([point] { return withSlowMount(point); });
     bench.include({tree.text("net")});
     QVERIFY(bench.await([&] { return bench.isCrawled(point); }));
 
@@ -192,7 +121,7 @@ void tst_SlowMounts::aMountThatDoesNotAnswerBlocksNothing()
     SilentFileSystem silent(tree.path("dead"));
     if (!silent.isMounted())
         QSKIP("this test mounts a file system, which is not allowed here");  // style: needs a right
-    Bench bench;
+    SlowBench bench;
     bench.include({tree.text(), tree.text("dead")});
     bench.settle();
     QVERIFY(bench.find(tree.path("local/file")) != nothing);
@@ -229,7 +158,7 @@ void tst_SlowMounts::aMountThatAnswersAgainIsSweptThoughNoMountChanged()
     if (!silent.isMounted())
         QSKIP("this test mounts a file system, which is not allowed here");  // style: needs a right
     const auto point = tree.path("dead");
-    Bench bench([point] { return withSlowMount(point); });
+    SlowBench bench([point] { return withSlowMount(point); });
     bench.include({tree.text("dead")});
     bench.settle();
     QTest::ignoreMessage(QtWarningMsg,
@@ -261,7 +190,7 @@ void tst_SlowMounts::whatLeadsToADeadMountIsDescribedWithoutReadingIt()
     SilentFileSystem silent(tree.path("dead"));
     if (!silent.isMounted())
         QSKIP("this test mounts a file system, which is not allowed here");  // style: needs a right
-    Bench bench;
+    SlowBench bench;
     bench.include({tree.text()});
     bench.settle();
 
@@ -283,7 +212,7 @@ void tst_SlowMounts::aDesktopEntryThatLinksIntoADeadMountHangsNothing()
     SilentFileSystem silent(tree.path("dead"));
     if (!silent.isMounted())
         QSKIP("this test mounts a file system, which is not allowed here");  // style: needs a right
-    Bench bench(readMounts, DesktopEntries({}, {tree.text("data")}, {}));
+    SlowBench bench(readMounts, DesktopEntries({}, {tree.text("data")}, {}));
 
     bench.settle();
 
@@ -302,7 +231,7 @@ void tst_SlowMounts::aShareIsKeptInTheSnapshotWithoutTouchingIt()
     const auto point = tree.path("net");
     const auto mounts = [point] { return withSlowMount(point); };
     const auto makeBench = [&] {
-        return std::make_unique<Bench>(mounts, DesktopEntries({}, {}, {}), tree.path("cache"));
+        return std::make_unique<SlowBench>(mounts, DesktopEntries({}, {}, {}), tree.path("cache"));
     };
     auto bench = makeBench();
     bench->include({tree.text("net"), tree.text("local")});
@@ -330,14 +259,14 @@ void tst_SlowMounts::aShareIsKeptInTheSnapshotWithoutTouchingIt()
     QCOMPARE(tests::noticed.paths, std::vector<std::string>{});
 }
 
-void tst_SlowMounts::anotherShareAtTheSamePlaceIsReadAnew()
+void tst_SlowMounts::anotherShareAtTheSamePlaceIsReadAgain()
 {
     const TemporaryTree tree;
     tree.file("net/old");
     const auto point = tree.path("net");
     const auto mounts = [point] { return withSlowMount(point); };
     {
-        Bench bench(mounts, {{}, {}, {}}, tree.path("cache"));
+        SlowBench bench(mounts, {{}, {}, {}}, tree.path("cache"));
         bench.include({tree.text("net")});
         QVERIFY(bench.await([&] { return bench.isCrawled(point); }));
         bench.live->save();
@@ -348,7 +277,7 @@ void tst_SlowMounts::anotherShareAtTheSamePlaceIsReadAnew()
 
     QTest::ignoreMessage(
         QtWarningMsg, "another folder stands where a searched one was, it is read anew");
-    Bench bench(mounts, {{}, {}, {}}, tree.path("cache"));
+    SlowBench bench(mounts, {{}, {}, {}}, tree.path("cache"));
     bench.live->startFromSnapshot();
     bench.include({tree.text("net")});
 
@@ -365,7 +294,7 @@ void tst_SlowMounts::theIndexEndsWhileAMountHangs()
     if (!silent.isMounted())
         QSKIP("this test mounts a file system, which is not allowed here");  // style: needs a right
     auto bench =
-        std::make_unique<Bench>(readMounts, DesktopEntries({}, {}, {}), tree.path("cache"));
+        std::make_unique<SlowBench>(readMounts, DesktopEntries({}, {}, {}), tree.path("cache"));
     bench->include({tree.text("local"), tree.text("dead")});
     bench->settle();
     QTest::ignoreMessage(QtWarningMsg,

@@ -85,7 +85,7 @@ public:
     /// False if there is no folder at `path`, or another one than `identity` says (0: any will do).
     bool open(const std::string &path, bool followsLink, std::uint64_t identity);
     void close();
-    /// What stands in the open folder under exactly this name, links not followed. In a folder that
+    /// The entry of exactly this name in the open folder, links not followed. In a folder that
     /// ignores case, names that come or go after the first call are not seen until it is opened
     /// again.
     EntryState stateOf(const std::string &name);

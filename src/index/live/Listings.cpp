@@ -7,17 +7,16 @@
 
 namespace vellumhound::index {
 
-FolderListing Listings::readUnlessCancelled(const Request &request, const Flag &isCancelled)
+FolderListing Listings::readUnlessCancelled(const Request &request, const Ticket &ticket)
 {
-    if (!*isCancelled)
+    if (!ticket.isCancelled)
         return listFolder(request.path, request.options);
     FolderListing listing;
     listing.error = ECANCELED;
     return listing;
 }
 
-/// Null if the folder is being read already.
-Listings::Flag Listings::begin(const Request &request, bool isFirst)
+Listings::TicketPtr Listings::begin(const Request &request, bool isFirst)
 {
     const auto [it, isNew] = _pending.try_emplace(request.folder);
     auto &pending = it->second;
@@ -25,40 +24,47 @@ Listings::Flag Listings::begin(const Request &request, bool isFirst)
         pending.isWantedAgain = true;
         return nullptr;
     }
-    pending.isCancelled = std::make_shared<std::atomic<bool>>(false);
+    pending.ticket = std::make_shared<Ticket>();
+    pending.ticket->folder = request.folder;
     pending.root = request.root;
     pending.reader = request.reader;
     pending.isFirst = isFirst;
+    if (!request.reader)
+        ++_ofWorker;
     if (isFirst)
         ++_firstOf[request.root];
-    return pending.isCancelled;
+    return pending.ticket;
+}
+
+Worker::Job Listings::jobFor(const Request &request, const TicketPtr &ticket)
+{
+    return [this, request, ticket]() -> Worker::Completion {
+        auto listing = std::make_shared<FolderListing>(readUnlessCancelled(request, *ticket));
+        return [this, ticket, listing] { take(*ticket, *listing); };
+    };
 }
 
 void Listings::post(
-    const Request &request, const Flag &isCancelled, Clock::time_point now, bool isFirst)
+    const Request &request, const TicketPtr &ticket, Clock::time_point now, bool isFirst)
 {
-    auto job = [this, request, isCancelled]() -> Worker::Completion {
-        auto listing = std::make_shared<FolderListing>(readUnlessCancelled(request, isCancelled));
-        return [this, folder = request.folder, listing] { take(folder, *listing); };
-    };
     if (request.reader)
-        request.reader->post(std::move(job), now);
+        request.reader->post(jobFor(request, ticket), now);
     else if (isFirst)
-        _worker.post(std::move(job));
+        _worker.post(jobFor(request, ticket));
     else
-        _worker.postUrgent(std::move(job));
+        _worker.postUrgent(jobFor(request, ticket));
 }
 
 void Listings::readFirst(const Request &request, Clock::time_point now)
 {
-    if (const auto isCancelled = begin(request, true))
-        post(request, isCancelled, now, true);
+    if (const auto ticket = begin(request, true))
+        post(request, ticket, now, true);
 }
 
 void Listings::read(const Request &request, Clock::time_point now)
 {
-    if (const auto isCancelled = begin(request, false))
-        post(request, isCancelled, now, false);
+    if (const auto ticket = begin(request, false))
+        post(request, ticket, now, false);
 }
 
 void Listings::readTogether(
@@ -66,47 +72,72 @@ void Listings::readTogether(
 {
     struct Read {
         Request request;
-        Flag isCancelled;
+        TicketPtr ticket;
         FolderListing listing;
     };
     auto together = std::make_shared<std::vector<Read>>();
     for (const auto &request : requests) {
-        const auto isCancelled = begin(request, false);
-        if (isCancelled && request.reader)
-            post(request, isCancelled, now, false);
-        else if (isCancelled)
-            together->push_back({request, isCancelled, {}});
+        const auto ticket = begin(request, false);
+        if (ticket && request.reader)
+            post(request, ticket, now, false);
+        else if (ticket)
+            together->push_back({request, ticket, {}});
     }
     _worker.post([this, together, whenDone = std::move(whenDone)]() -> Worker::Completion {
         for (auto &read : *together)
-            read.listing = readUnlessCancelled(read.request, read.isCancelled);
+            read.listing = readUnlessCancelled(read.request, *read.ticket);
         return [this, together, whenDone] {
             for (const auto &read : *together)
-                take(read.request.folder, read.listing);
+                take(*read.ticket, read.listing);
             if (whenDone)
                 whenDone();
         };
     });
 }
 
-void Listings::take(FolderId number, const FolderListing &listing)
+void Listings::readInTurn(MountReader &reader, const std::vector<Request> &requests,
+    const std::function<void()> &whenDone, Clock::time_point now)
 {
-    auto folder = number;
-    for (auto now = _renumbered.find(folder); now != _renumbered.end();
-         now = _renumbered.find(folder))
-        folder = now->second;
+    std::vector<Worker::Job> jobs;
+    for (const auto &request : requests) {
+        if (const auto ticket = begin(request, false))
+            jobs.push_back(jobFor(request, ticket));
+    }
+    if (jobs.empty()) {
+        whenDone();
+        return;
+    }
+    jobs.back() = [job = jobs.back(), whenDone]() -> Worker::Completion {
+        return [takeLast = job(), whenDone] {
+            takeLast();
+            whenDone();
+        };
+    };
+    for (auto &job : jobs)
+        reader.post(std::move(job), now);
+}
+
+void Listings::take(Ticket &ticket, const FolderListing &listing)
+{
+    const auto folder = std::exchange(ticket.folder, nothing);
     auto found = _pending.extract(folder);
     if (found.empty())
         return;
     auto &pending = found.mapped();
+    if (!pending.reader)
+        --_ofWorker;
     onRead(folder, listing, pending);
     if (pending.isFirst)
         endFirst(pending.root);
-    if (_pending.empty()) {
-        _early.clear();
-        _retired.clear();
-        _renumbered.clear();
-    }
+    forgetWatches();
+}
+
+void Listings::forgetWatches()
+{
+    if (isWorkerReading())
+        return;
+    _early.clear();
+    _retired.clear();
 }
 
 void Listings::endFirst(std::uint32_t root)
@@ -119,7 +150,7 @@ void Listings::cancel(const std::function<bool(FolderId)> &isUnwanted)
 {
     for (const auto &[folder, pending] : _pending) {
         if (isUnwanted(folder))
-            *pending.isCancelled = true;
+            pending.ticket->isCancelled = true;
     }
 }
 
@@ -135,6 +166,7 @@ std::vector<FolderId> Listings::abandon(const MountReader &reader)
         folders.push_back(it->first);
         if (it->second.isFirst)
             roots.push_back(it->second.root);
+        it->second.ticket->folder = nothing;
         it = _pending.erase(it);
     }
     // Nobody is to wait for a crawl that may never end.
@@ -152,7 +184,7 @@ void Listings::noteChange(FolderId folder, const Change &change)
 
 void Listings::noteEarly(const Change &change)
 {
-    if (!_pending.empty())
+    if (isWorkerReading())
         _early[change.watch].push_back(change);
 }
 
@@ -164,7 +196,7 @@ std::vector<Change> Listings::takeEarly(int watch)
 
 void Listings::noteRetired(int watch)
 {
-    if (!_pending.empty())
+    if (isWorkerReading())
         _retired.insert(watch);
 }
 
@@ -176,9 +208,30 @@ void Listings::noteMoved(const std::unordered_map<FolderId, FolderId> &numbers)
             continue;
         found.key() = now;
         found.mapped().isStale = true;
+        found.mapped().ticket->folder = now;
         _pending.insert(std::move(found));
-        _renumbered[old] = now;
     }
+}
+
+void Listings::renumber(const std::function<FolderId(FolderId)> &newNumber)
+{
+    std::vector<std::uint32_t> ended;
+    for (auto &[old, pending] : std::exchange(_pending, {})) {
+        const auto now = newNumber(old);
+        if (now != nothing) {
+            pending.ticket->folder = now;
+            _pending.emplace(now, std::move(pending));
+        } else {
+            pending.ticket->folder = nothing;
+            if (!pending.reader)
+                --_ofWorker;
+            if (pending.isFirst)
+                ended.push_back(pending.root);
+        }
+    }
+    for (const auto root : ended)
+        endFirst(root);
+    forgetWatches();
 }
 
 }  // namespace vellumhound::index

@@ -30,15 +30,20 @@ class Listings {
 public:
     using Clock = std::chrono::steady_clock;
 
+    /// What a request and its job share.
+    struct Ticket {
+        FolderId folder = nothing;  ///< its number by now; the owner's alone
+        std::atomic<bool> isCancelled = false;
+    };
     /// A folder that is being read.
     struct Pending {
         std::uint32_t root = 0;
         MountReader *reader = nullptr;  ///< null: the worker reads it
         bool isFirst = false;           ///< counts towards the root's first crawl
         bool isWantedAgain = false;
-        bool isStale = false;                            ///< the folder was moved since
-        std::vector<Change> touched;                     ///< changes in it since it was requested
-        std::shared_ptr<std::atomic<bool>> isCancelled;  ///< shared with the job
+        bool isStale = false;         ///< the folder was moved since
+        std::vector<Change> touched;  ///< changes in it since it was requested
+        std::shared_ptr<Ticket> ticket;
     };
     struct Request {
         FolderId folder = nothing;
@@ -64,10 +69,14 @@ public:
     /// Reads a folder that somebody may look for now. One that is being read is read once more
     /// afterwards; so it is with all requests.
     void read(const Request &request, Clock::time_point now);
-    /// Reads folders in one job, but for those of readers. `whenDone` may be empty and is called in
-    /// any case, when the worker's have been taken.
+    /// Reads folders in one job of the worker's, but for those of readers. `whenDone` may be empty
+    /// and is called in any case, when the worker's have been taken.
     void readTogether(const std::vector<Request> &requests, std::function<void()> whenDone,
         Clock::time_point now);
+    /// Reads folders of one reader one after the other. `whenDone` is called when the last one has
+    /// been taken, and not at all if the reader gives up before.
+    void readInTurn(MountReader &reader, const std::vector<Request> &requests,
+        const std::function<void()> &whenDone, Clock::time_point now);
     /// Folders that nobody wants any more are not read, unless that has begun. They are handed over
     /// all the same, as not read (ECANCELED).
     void cancel(const std::function<bool(FolderId)> &isUnwanted);
@@ -75,6 +84,9 @@ public:
     std::vector<FolderId> abandon(const MountReader &reader);
 
     bool isEmpty() const { return _pending.empty(); }
+    /// The worker reads some of the folders. What readers read may take minutes, and holds up
+    /// nothing else.
+    bool isWorkerReading() const { return _ofWorker > 0; }
     bool isReading(FolderId folder) const { return _pending.contains(folder); }
     /// Notes a change in a folder, to be looked at once more if the folder is being read.
     void noteChange(FolderId folder, const Change &change);
@@ -87,21 +99,27 @@ public:
     /// Folders were moved and have got other numbers. What is read of them may be what stands at
     /// the old place by now.
     void noteMoved(const std::unordered_map<FolderId, FolderId> &numbers);
+    /// All folders have got other numbers, but stand where they stood; `nothing` for those that
+    /// are gone, whose listings are not handed over.
+    void renumber(const std::function<FolderId(FolderId)> &newNumber);
 
 private:
-    using Flag = std::shared_ptr<std::atomic<bool>>;
+    using TicketPtr = std::shared_ptr<Ticket>;
 
-    static FolderListing readUnlessCancelled(const Request &request, const Flag &isCancelled);
-    Flag begin(const Request &request, bool isFirst);
-    void post(const Request &request, const Flag &isCancelled, Clock::time_point now, bool isFirst);
-    void take(FolderId number, const FolderListing &listing);
+    static FolderListing readUnlessCancelled(const Request &request, const Ticket &ticket);
+    /// Null if the folder is being read already.
+    TicketPtr begin(const Request &request, bool isFirst);
+    Worker::Job jobFor(const Request &request, const TicketPtr &ticket);
+    void post(const Request &request, const TicketPtr &ticket, Clock::time_point now, bool isFirst);
+    void take(Ticket &ticket, const FolderListing &listing);
+    void forgetWatches();
     void endFirst(std::uint32_t root);
 
     Worker &_worker;
     std::unordered_map<FolderId, Pending> _pending;
+    std::size_t _ofWorker = 0;                                // pending ones that it reads
     std::unordered_map<std::uint32_t, std::size_t> _firstOf;  // first listings, by root
-    // While folders are being read:
-    std::unordered_map<FolderId, FolderId> _renumbered;
+    // While the worker reads folders, which is who watches them:
     std::unordered_map<int, std::vector<Change>> _early;  // by watch
     std::unordered_set<int> _retired;                     // watches
 };

@@ -93,7 +93,7 @@ std::optional<EntryState> LiveIndex::stateOf(FolderId folder, const std::string 
     if (_probed == nothing) {
         // Whatever has come to it is read once its place is known.
         _writer.setTime(folder, 0);
-        _sweeper.add(folder, {}, _options.now());
+        sweepAgain(folder, {});
         return std::nullopt;
     }
     return _probe.stateOf(name);
@@ -338,7 +338,7 @@ void LiveIndex::folderMoved(FolderId folder)
 void LiveIndex::takeOff(FolderId folder)
 {
     giveWatchBack(folder);
-    _sweeper.remove(folder);
+    _sweeps.remove(folder);
     qCInfo(logIndex, "a folder changes all the time and is read now and then");
 }
 

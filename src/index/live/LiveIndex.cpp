@@ -36,7 +36,7 @@ LiveIndex::LiveIndex(Worker &worker, ChangeSource &source, PublishedView &publis
     , _ancestors(worker, source)
     , _listings(worker)
     , _written(_options.writePause)
-    , _sweeper(_options.sweepPace)
+    , _sweeps(_options.sweepPace)
     , _keeper(worker, _options.snapshot)
 {
     _listings.onRead = [this](FolderId folder, const auto &listing, auto &pending) {
@@ -136,7 +136,7 @@ void LiveIndex::dropRoot(std::uint32_t root)
     dropFolder(folder);
     _writer.removeRoot(root);
     // Its watches are to be had again.
-    _sweeper.hasten(_options.now());
+    _sweeps.hasten(_options.now());
 }
 
 void LiveIndex::dropFolder(FolderId folder)
@@ -215,8 +215,9 @@ void LiveIndex::giveUpHungMounts(Clock::time_point now)
     for (const auto *reader : _readers.giveUpHung(now)) {
         for (const auto folder : _listings.abandon(*reader)) {
             if (_writer.isAlive(folder))
-                _sweeper.add(folder, {}, _options.now());
+                sweepAgain(folder, {});
         }
+        _sweeps.end(reader, now);
     }
 }
 
@@ -268,8 +269,8 @@ void LiveIndex::refreshTimes()
 
 void LiveIndex::readTimes()
 {
-    const bool isBusy = _isReadingTimes || _writer.isCompacting() || !_listings.isEmpty();
-    if (isBusy || _times.isEmpty())
+    const bool mustWait = _isReadingTimes || _writer.isCompacting() || _listings.isWorkerReading();
+    if (mustWait || _times.isEmpty())
         return;
     auto requests = std::make_shared<std::vector<TimesRequest>>();
     for (std::size_t count = 0; count < entriesPerJob;) {
@@ -340,14 +341,15 @@ void LiveIndex::takeTime(RecordId record, std::uint32_t time)
 
 void LiveIndex::renumber(const std::function<FolderId(FolderId)> &newNumber)
 {
-    _sweeper.renumber(newNumber);
+    _sweeps.renumber(newNumber);
     _storms.renumber(newNumber);
     _times.renumber(newNumber);
 }
 
 void LiveIndex::compactIfWorthIt()
 {
-    if (!_listings.isEmpty() || _isRechecking || _isSweeping || _isReadingTimes)
+    if (_listings.isWorkerReading() || _sweeps.isUnderWay(nullptr) || _isRechecking ||
+        _isReadingTimes)
         return;
     if (_compacted) {
         auto compacted = *std::exchange(_compacted, std::nullopt);
@@ -356,10 +358,12 @@ void LiveIndex::compactIfWorthIt()
         std::unordered_map<FolderId, FolderId> numbers;
         _writer.finishCompaction(
             std::move(compacted), [&](FolderId old, FolderId now) { numbers[old] = now; });
-        renumber([&](FolderId old) {
+        const auto newNumber = [&](FolderId old) {
             const auto found = numbers.find(old);
             return found == numbers.end() ? nothing : found->second;
-        });
+        };
+        renumber(newNumber);
+        _listings.renumber(newNumber);
         _keeper.offerBase(std::move(contents));
     }
     const auto limit = _options.compactAbove + _writer.view().base->recordCount() / 16;
@@ -430,8 +434,7 @@ std::optional<LiveIndex::Clock::time_point> LiveIndex::nextDue() const
             first = due;
     };
     consider(_storms.due());
-    if (const auto due = _sweeper.due(); due && !_isSweeping)
-        consider(std::max(*due, _sweepFrom));
+    consider(_sweeps.due());
     consider(_readers.due());
     return first;
 }

@@ -12,7 +12,7 @@
 #include "index/live/MountReaders.h"
 #include "index/live/SnapshotKeeper.h"
 #include "index/live/StormGuard.h"
-#include "index/live/Sweeper.h"
+#include "index/live/Sweeps.h"
 #include "index/live/WhyNotFound.h"
 #include "index/live/Worker.h"
 #include "index/live/WrittenEntries.h"
@@ -76,7 +76,7 @@ struct LiveCounters {
 /// A change is only a hint where to look; what counts is what the disk says afterwards, so neither
 /// the order of changes nor their loss can make the index wrong for good.
 ///
-/// The conductor: what is being read (Listings), on its way (Departures), due (Sweeper, StormGuard,
+/// The conductor: what is being read (Listings), on its way (Departures), due (Sweeps, StormGuard,
 /// WrittenEntries) or beside the tables (ApplicationWatch, AncestorWatch, MountReaders,
 /// SnapshotKeeper) is kept by classes of their own; here is what they mean for the tables.
 ///
@@ -134,7 +134,7 @@ public:
     /// If set: called for what happens to entries, but not for what a tree's first crawl finds.
     std::function<void(const FileChange &)> onFileChanged;
 
-    bool isBusy() const { return !_listings.isEmpty() || _isRechecking || _writer.isCompacting(); }
+    bool isBusy() const { return isWorkerBusy() || !_listings.isEmpty(); }
     /// Whether further folders are read. Those that were left out are once there is room again.
     void setTakesFolders(bool takesFolders);
     /// What is covered and done, but for texts and rests.
@@ -145,7 +145,7 @@ public:
     bool isSettled() const;
     std::uint64_t nameCount() const { return _writer.nameCount(); }
     std::size_t watchedFolderCount() const { return _writer.watchedFolderCount(); }
-    std::size_t sweptFolderCount() const { return _sweeper.size(); }
+    std::size_t sweptFolderCount() const { return _sweeps.size(); }
     std::size_t memoryBytes() const { return _writer.memoryBytes(); }
     LiveCounters counters() const;
 
@@ -155,6 +155,12 @@ private:
         bool isNewFolder = false;
         const std::string *oldPath = nullptr;  // set: it came from there
     };
+
+    /// What other work waits for is being done. What readers of slow mounts do is not that.
+    bool isWorkerBusy() const
+    {
+        return _listings.isWorkerReading() || _isRechecking || _writer.isCompacting();
+    }
 
     // LiveIndex.cpp: what is crawled, and what comes round.
     void applyPlan();
@@ -169,7 +175,7 @@ private:
     void takeAncestors(const std::vector<int> &freed);
     void snapshotChecked(bool isSound);
     bool isStrangeRoot(FolderId folder, const FolderListing &listing) const;
-    void readRootAnew(std::uint32_t root);
+    void readRootAgain(std::uint32_t root);
     void makeFilter();
     void startOver();
     void startRoot(const std::string &path);
@@ -196,6 +202,9 @@ private:
     void noteCheck();
     void checkFolders(const std::vector<FolderId> &folders, std::function<void()> whenDone);
     void sweepDue(Clock::time_point now);
+    void startTurn(const Sweeps::Turn &turn, Clock::time_point now);
+    void endTurn(const MountReader *reader, const std::vector<FolderId> &folders);
+    void sweepAgain(FolderId folder, const Sweeper::Outcome &outcome);
 
     // LiveChanges.cpp: changes are applied.
     bool applyChanges();
@@ -239,10 +248,8 @@ private:
     WrittenEntries _written;
     StormGuard _storms;
 
-    Sweeper _sweeper;
-    bool _isSweeping = false;
+    Sweeps _sweeps;
     bool _hasRefusedInSweep = false;  // a watch, to a folder that was looked at meanwhile
-    Clock::time_point _sweepFrom{};   // not earlier, to keep the share of time small
     bool _hasToldOfLimit = false;
     bool _takesFolders = true;
     bool _hasLeftOut = false;   // folders, for want of room
@@ -258,7 +265,7 @@ private:
     bool _isChecked = true;  // false while a loaded base may hold anything
     std::vector<std::string> _stopsOfCompaction;
 
-    std::optional<CompactedIndex> _compacted;  // waits for a moment without listings
+    std::optional<CompactedIndex> _compacted;  // waits until the worker reads no folders
     bool _hasCrawled = false;
     LiveCounters _counters;
 };

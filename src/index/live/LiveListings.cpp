@@ -17,9 +17,6 @@ namespace {
 
 /// Folders looked at in one job, so that other work gets its turn in between.
 constexpr std::size_t foldersPerCheck = 512;
-/// Sweeps may take one part in so many of the time.
-constexpr int shareOfSweeps = 20;
-constexpr std::chrono::milliseconds pauseBetweenSweeps{1000};
 
 /// Absent for a time that is not relied upon; none for one in the future.
 std::optional<std::chrono::seconds> ageOf(std::int64_t time)
@@ -77,7 +74,7 @@ void LiveIndex::requestListing(FolderId folder, const std::string &path)
 {
     const auto request = requestFor(folder, path, false);
     if (request.reader && request.reader->isHung())
-        _sweeper.add(folder, {}, _options.now());
+        sweepAgain(folder, {});
     else if (!_writer.view().roots[request.root].isCrawled)
         _listings.readFirst(request, _options.now());
     else
@@ -123,7 +120,7 @@ void LiveIndex::takeListing(
         return;
     }
     if (isStrangeRoot(folder, listing)) {
-        readRootAnew(_writer.rootOf(folder));
+        readRootAgain(_writer.rootOf(folder));
         return;
     }
     const auto known = _writer.identityOf(folder);
@@ -181,7 +178,7 @@ void LiveIndex::takeWatch(FolderId folder, const FolderListing &listing, Listing
         // What this watch told since the folder was read was taken for the other one's.
         pending.isWantedAgain = true;
         _writer.setWatch(other, ChangeSource::noWatch);
-        _sweeper.add(other, {}, _options.now());
+        sweepAgain(other, {});
     }
     if (listing.watch != old || other != folder) {
         _writer.setWatch(folder, listing.watch);
@@ -191,7 +188,7 @@ void LiveIndex::takeWatch(FolderId folder, const FolderListing &listing, Listing
     const auto early = _listings.takeEarly(listing.watch);
     pending.touched.insert(pending.touched.end(), early.begin(), early.end());
     if (listing.watch >= 0 || _storms.isOff(folder))
-        _sweeper.remove(folder);
+        _sweeps.remove(folder);
     else
         sweepLater(folder, listing);
 }
@@ -205,7 +202,7 @@ void LiveIndex::sweepLater(FolderId folder, const FolderListing &listing)
     outcome.depth = parent == nothing
                         ? 0
                         : _writer.view().traitsOf(_writer.view().recordOf(folder)).depth() + 1;
-    _sweeper.add(folder, outcome, _options.now());
+    sweepAgain(folder, outcome);
     _hasRefusedInSweep = _hasRefusedInSweep || listing.isWatchRefused;
     if (listing.isWatchRefused && !std::exchange(_hasToldOfLimit, true)) {
         qCWarning(logIndex,
@@ -220,7 +217,7 @@ void LiveIndex::takeFailure(FolderId folder, const FolderListing &listing)
     if (listing.isMissing() && parent != nothing) {
         // The watch of its parent tells where it went, and what is known of it goes along.
         if (_writer.watchOf(folder) < 0)
-            _sweeper.add(folder, {}, _options.now());
+            sweepAgain(folder, {});
         const bool isParentLive = _writer.watchOf(parent) >= 0 && !_storms.isOff(parent);
         if (!isParentLive && !_listings.isReading(parent))
             requestListing(parent, _writer.view().pathOfFolder(parent));
@@ -333,37 +330,59 @@ void LiveIndex::noteCheck()
 
 void LiveIndex::sweep()
 {
-    _sweeper.hasten(_options.now());
-    _sweepFrom = {};
+    _sweeps.hastenAll(_options.now());
     sweepDue(_options.now());
+}
+
+void LiveIndex::sweepAgain(FolderId folder, const Sweeper::Outcome &outcome)
+{
+    _sweeps.add(folder, _readers.readerOf(_writer.rootOf(folder)), outcome, _options.now());
 }
 
 void LiveIndex::sweepDue(Clock::time_point now)
 {
-    if (_isSweeping || now < _sweepFrom)
-        return;
-    auto folders = _sweeper.takeDue(now, foldersPerCheck);
-    std::erase_if(folders, [this](FolderId folder) {
-        const bool isGone = !_writer.isAlive(folder);
-        if (isGone)
-            _sweeper.remove(folder);
-        return isGone;
-    });
-    if (folders.empty())
-        return;
-    _isSweeping = true;
-    _hasRefusedInSweep = false;
-    checkFolders(folders, [this, folders, started = Clock::now()] {
-        _isSweeping = false;
-        const auto took = std::chrono::ceil<std::chrono::milliseconds>(Clock::now() - started);
-        const auto pause = took * (shareOfSweeps - 1);
-        const bool isOneWatchedNow = std::any_of(folders.begin(), folders.end(),
-            [this](FolderId folder) { return !_sweeper.contains(folder); });
-        _sweepFrom = _options.now() + std::max(pause, pauseBetweenSweeps);
-        // There are watches to be had again; the others are to get some before their time.
-        if (isOneWatchedNow && !_hasRefusedInSweep)
-            _sweeper.hasten(_options.now());
-    });
+    for (const auto &turn : _sweeps.takeDue(now))
+        startTurn(turn, now);
+}
+
+void LiveIndex::startTurn(const Sweeps::Turn &turn, Clock::time_point now)
+{
+    std::vector<Listings::Request> requests;
+    std::vector<FolderId> folders;
+    for (const auto folder : turn.folders) {
+        if (!_writer.isAlive(folder)) {
+            _sweeps.remove(folder);
+            continue;
+        }
+        // One that is being read is looked at by that.
+        if (_listings.isReading(folder) || _storms.isOff(folder))
+            continue;
+        auto request = requestFor(folder, _writer.view().pathOfFolder(folder), true);
+        const bool isElsewhere = request.reader != turn.reader;  // since mounts have changed
+        if (isElsewhere || (request.reader && request.reader->isHung())) {
+            sweepAgain(folder, {});
+            continue;
+        }
+        folders.push_back(folder);
+        requests.push_back(std::move(request));
+    }
+    if (!turn.reader)
+        _hasRefusedInSweep = false;
+    const auto whenDone = [this, reader = turn.reader, folders] { endTurn(reader, folders); };
+    if (turn.reader && !requests.empty())
+        _listings.readInTurn(*requests.front().reader, requests, whenDone, now);
+    else
+        _listings.readTogether(requests, whenDone, now);
+}
+
+void LiveIndex::endTurn(const MountReader *reader, const std::vector<FolderId> &folders)
+{
+    _sweeps.end(reader, _options.now());
+    const bool isOneWatchedNow = std::any_of(folders.begin(), folders.end(),
+        [this](FolderId folder) { return !_sweeps.contains(folder); });
+    // There are watches to be had again; the others are to get some before their time.
+    if (!reader && isOneWatchedNow && !_hasRefusedInSweep)
+        _sweeps.hasten(_options.now());
 }
 
 }  // namespace vellumhound::index

@@ -66,7 +66,7 @@ bool LiveIndex::isStrangeRoot(FolderId folder, const FolderListing &listing) con
     return last != RootIdentity{} && last != listing.rootIdentity;
 }
 
-void LiveIndex::readRootAnew(std::uint32_t root)
+void LiveIndex::readRootAgain(std::uint32_t root)
 {
     const auto path = _writer.view().roots[root].path;
     qCWarning(logIndex, "another folder stands where a searched one was, it is read anew");
@@ -91,7 +91,7 @@ void LiveIndex::save()
 
 void LiveIndex::saveAtEnd()
 {
-    const bool isCalm = !isBusy() && _isChecked;
+    const bool isCalm = !isWorkerBusy() && _isChecked;
     if (!isCalm)
         return;
     _keeper.noteChanges(_writer.changeCount());

@@ -36,11 +36,11 @@ IndexStatus LiveIndex::status() const
     IndexStatus status;
     status.names = _writer.nameCount();
     status.liveFolders = _writer.watchedFolderCount();
-    status.sweptFolders = _sweeper.size();
+    status.sweptFolders = _sweeps.size();
     status.backedOffFolders = _storms.offCount();
     status.memoryBytes = _writer.memoryBytes();
     status.lastCheck = _lastCheck;
-    status.isWatchLimitReached = _hasToldOfLimit && _sweeper.size() > 0;
+    status.isWatchLimitReached = _hasToldOfLimit && _sweeps.size() > 0;
     status.isFull = !_takesFolders;
     for (const auto &root : _writer.view().roots) {
         if (root.folder != nothing && !root.isCrawled)
@@ -82,7 +82,7 @@ FindingFacts LiveIndex::findingFacts(const std::string &path) const
     if (slash != std::string::npos) {
         const auto folder =
             _writer.view().findFolder(path.substr(0, std::max<std::size_t>(slash, 1)));
-        facts.presence.isSwept = folder != nothing && _sweeper.contains(folder);
+        facts.presence.isSwept = folder != nothing && _sweeps.contains(folder);
     }
     facts.presence.isIndexFull = !_takesFolders;
     return facts;
@@ -90,7 +90,7 @@ FindingFacts LiveIndex::findingFacts(const std::string &path) const
 
 bool LiveIndex::isSettled() const
 {
-    return _isChecked && !isBusy() && !_isReadingTimes && _times.isEmpty();
+    return _isChecked && !isWorkerBusy() && !_isReadingTimes && _times.isEmpty();
 }
 
 LiveCounters LiveIndex::counters() const

@@ -3,6 +3,7 @@
 #include "index/TemporaryTree.h"
 
 #include <QObject>
+#include <QSemaphore>
 #include <QTest>
 
 #include <cerrno>
@@ -27,6 +28,10 @@ private Q_SLOTS:
     void aFirstCrawlEndsWithItsLastFolder();
     void whatNobodyWantsAnyMoreIsNotRead();
     void whatAMountIsToReadCanBeAbandoned();
+    void listingsComeUnderTheNumbersThatTheirFoldersHaveByThen();
+    void aFolderThatGoesWhileItIsReadEndsItsCrawl();
+    void foldersOfAReaderAreReadInTurnAndTheEndIsAnnounced();
+    void whatAReaderReadsKeepsNoWatchesInMind();
 };
 
 namespace {
@@ -63,8 +68,25 @@ struct Bench {
         for (const auto &completion : worker.takeDone())
             completion();
     }
+    Listings::Request requestOfReader(FolderId folder, const std::string &name)
+    {
+        auto made = request(folder, name);
+        made.reader = &reader;
+        return made;
+    }
+    /// Waits until the reader has nothing left to do.
+    void awaitReader()
+    {
+        while (reader.outstandingCount() > 0) {
+            readerDone.acquire();
+            for (const auto &completion : reader.takeDone(now))
+                completion();
+        }
+    }
 
     TemporaryTree tree;
+    QSemaphore readerDone;
+    MountReader reader{"/mount", [this] { readerDone.release(); }, 10s};
     Worker worker{{}};
     Listings listings{worker};
     std::vector<FolderId> order;
@@ -269,6 +291,82 @@ void tst_Listings::whatAMountIsToReadCanBeAbandoned()
     QCOMPARE(bench.crawled, std::vector<std::uint32_t>{3});
     QVERIFY(bench.listings.abandon(reader).empty());
     answered.set_value();
+}
+
+void tst_Listings::listingsComeUnderTheNumbersThatTheirFoldersHaveByThen()
+{
+    Bench bench;
+    bench.tree.file("a/one");
+    bench.tree.file("b/one");
+    bench.tree.file("b/two");
+    bench.listings.read(bench.request(5, "a"), bench.now);
+    bench.listings.read(bench.request(9, "b"), bench.now);
+
+    bench.listings.renumber([](FolderId old) { return old == 5 ? 9U : 5U; });
+    QVERIFY(bench.listings.isReading(5) && bench.listings.isReading(9));
+    bench.work();
+    bench.take();
+
+    QCOMPARE(bench.read[9].entries.size(), std::size_t(1));
+    QCOMPARE(bench.read[5].entries.size(), std::size_t(2));
+    QVERIFY(!bench.pendingOf[5].isStale);
+    QVERIFY(bench.listings.isEmpty());
+}
+
+void tst_Listings::aFolderThatGoesWhileItIsReadEndsItsCrawl()
+{
+    Bench bench;
+    bench.listings.readFirst(bench.request(5, "", 3), bench.now);
+    bench.listings.noteRetired(7);
+
+    bench.listings.renumber([](FolderId) { return nothing; });
+
+    QCOMPARE(bench.crawled, std::vector<std::uint32_t>{3});
+    QVERIFY(bench.listings.isEmpty());
+    QVERIFY(!bench.listings.isWorkerReading());
+    QVERIFY(!bench.listings.isRetired(7));
+    bench.work();
+    bench.take();
+    QVERIFY(bench.order.empty());
+}
+
+void tst_Listings::foldersOfAReaderAreReadInTurnAndTheEndIsAnnounced()
+{
+    Bench bench;
+    bench.tree.file("a/one");
+    std::size_t readAtEnd = 0;
+
+    bench.listings.readInTurn(
+        bench.reader, {bench.requestOfReader(1, "a"), bench.requestOfReader(2, "")},
+        [&] { readAtEnd = bench.order.size(); }, bench.now);
+    QVERIFY(!bench.listings.isEmpty());
+    QVERIFY(!bench.listings.isWorkerReading());
+    QVERIFY(!bench.worker.step());
+    bench.awaitReader();
+
+    QCOMPARE(bench.order, (std::vector<FolderId>{1, 2}));
+    QCOMPARE(readAtEnd, std::size_t(2));
+    QVERIFY(bench.listings.isEmpty());
+}
+
+void tst_Listings::whatAReaderReadsKeepsNoWatchesInMind()
+{
+    Bench bench;
+    bench.listings.read(bench.requestOfReader(1, ""), bench.now);
+    bench.listings.noteEarly(changeBy(7, "nobody's"));
+    bench.listings.noteRetired(8);
+    QVERIFY(bench.listings.takeEarly(7).empty());
+    QVERIFY(!bench.listings.isRetired(8));
+
+    // Those of the worker's folders are forgotten when it has read them.
+    bench.listings.read(bench.request(2, ""), bench.now);
+    bench.listings.noteRetired(8);
+    QVERIFY(bench.listings.isRetired(8));
+    bench.work();
+    bench.take();
+    QVERIFY(!bench.listings.isRetired(8));
+    bench.awaitReader();
+    QCOMPARE(bench.order, (std::vector<FolderId>{2, 1}));
 }
 
 QTEST_APPLESS_MAIN(tst_Listings)

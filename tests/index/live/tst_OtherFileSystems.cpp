@@ -20,7 +20,7 @@ private Q_SLOTS:
     void cleanup() { otherFileSystem = {}; }
     void aNameThatChangesOnlyItsCaseIsOneRow();
     void aFolderThatChangesOnlyItsCaseKeepsItsTreeOnce();
-    void aNameMadeAnewInAnotherCaseIsOneRow();
+    void aNameMadeAgainInAnotherCaseIsOneRow();
     void aWriteByAnotherCaseIsTheOneNamesOwn();
     void aNameThatComesWhileOthersAreAppliedIsFound();
     void aSecondChangeWithinACoarseTickIsSwept();
@@ -102,7 +102,7 @@ void tst_OtherFileSystems::aFolderThatChangesOnlyItsCaseKeepsItsTreeOnce()
     QCOMPARE(bench.paths(tree), onDisk(tree));
 }
 
-void tst_OtherFileSystems::aNameMadeAnewInAnotherCaseIsOneRow()
+void tst_OtherFileSystems::aNameMadeAgainInAnotherCaseIsOneRow()
 {
     otherFileSystem.ignoresCase = true;
     const TemporaryTree tree;
