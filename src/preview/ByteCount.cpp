@@ -35,8 +35,13 @@ QString byteCountText(qint64 bytes, const QLocale &locale)
 {
     if (bytes == 0)
         return QStringLiteral("Zero ") + unitName(1, locale);
-    if (std::abs(bytes) < qint64(step))
-        return locale.formattedDataSize(bytes, 0, QLocale::DataSizeSIFormat);
+    if (std::abs(bytes) < qint64(step)) {
+        auto text = locale.formattedDataSize(bytes, 0, QLocale::DataSizeSIFormat);
+        // The locale knows the word for more than one alone.
+        if (std::abs(bytes) == 1 && text.endsWith(QLatin1String(" bytes")))
+            text.chop(1);
+        return text;
+    }
     double value = double(bytes);
     int power = 0;
     do {

@@ -18,7 +18,8 @@ private Q_SLOTS:
             QTest::addRow("%lld", static_cast<long long>(bytes)) << bytes << text;
         };
         row(0, u"Zero kB"_s);
-        row(1, u"1 bytes"_s);
+        row(1, u"1 byte"_s);
+        row(2, u"2 bytes"_s);
         row(999, u"999 bytes"_s);
         row(1000, u"1 kB"_s);
         row(1499, u"1 kB"_s);
