@@ -191,7 +191,7 @@ private Q_SLOTS:
                 core::CoreFixture::folderAt(u"/f"_s + name),
                 core::CoreFixture::file(u"/b"_s + name)});
             QCOMPARE(rows.files(), model().files());
-            QCOMPARE(list().currentIndex().row(), 0);
+            QCOMPARE(list().selectionModel()->selectedIndexes().value(0).row(), 0);
         }
         model().endResults(model().results(), u"w"_s);
 

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "ui/widgets/RowList.h"
 
-#include <QAccessible>
 #include <QFocusEvent>
 #include <QKeyEvent>
 #include <QMouseEvent>
@@ -51,23 +50,35 @@ RowList::RowList(QWidget *parent)
 
 void RowList::selectRow(int row)
 {
-    const QScopedValueRollback selecting(_isSelecting, true);
-    if (row < 0 || !model() || row >= model()->rowCount()) {
-        setCurrentIndex({});
-        clearSelection();
+    if (!model())
         return;
-    }
-    const auto index = model()->index(row, 0);
-    if (index != currentIndex())
-        selectionModel()->setCurrentIndex(index, QItemSelectionModel::ClearAndSelect);
+    const QScopedValueRollback selecting(_isSelecting, true);
+    const auto index = row >= 0 ? model()->index(row, 0) : QModelIndex();
+    if (!index.isValid())
+        clearSelection();
     else if (!selectionModel()->isSelected(index))
         selectionModel()->select(index, QItemSelectionModel::ClearAndSelect);
+    setRowCurrent(hasFocus());
+}
+
+QModelIndex RowList::selectedIndex() const
+{
+    return selectionModel() ? selectionModel()->selectedIndexes().value(0) : QModelIndex();
+}
+
+/// Whether the selected row, if there is one, is the current one too. The toolkit announces it.
+void RowList::setRowCurrent(bool isCurrent)
+{
+    const QScopedValueRollback selecting(_isSelecting, true);
+    const auto index = isCurrent ? selectedIndex() : QModelIndex();
+    if (selectionModel())
+        selectionModel()->setCurrentIndex(index, QItemSelectionModel::NoUpdate);
 }
 
 void RowList::scrollToSelectedRow()
 {
-    if (currentIndex().isValid())
-        scrollTo(currentIndex(), EnsureVisible);
+    if (const auto index = selectedIndex(); index.isValid())
+        scrollTo(index, EnsureVisible);
 }
 
 void RowList::keyPressEvent(QKeyEvent *event)
@@ -84,10 +95,14 @@ void RowList::keyboardSearch(const QString &)
 
 void RowList::mousePressEvent(QMouseEvent *event)
 {
-    if (indexAt(event->position().toPoint()).isValid())
-        QListView::mousePressEvent(event);
-    else
+    const auto index = indexAt(event->position().toPoint());
+    // A list that takes no focus has no current row to tell the toolkit that nothing changes.
+    if (!index.isValid() || (!hasFocus() && selectionModel()->isSelected(index))) {
         event->accept();
+        return;
+    }
+    QListView::mousePressEvent(event);
+    setRowCurrent(hasFocus());
 }
 
 void RowList::mouseMoveEvent(QMouseEvent *event)
@@ -104,7 +119,7 @@ void RowList::focusInEvent(QFocusEvent *event)
     // QAbstractItemView would make the first row current here; the selection is the state's.
     QAbstractScrollArea::focusInEvent(event);
     viewport()->update();
-    announceCurrentRow();
+    setRowCurrent(true);
     if (event->reason() == Qt::MouseFocusReason)
         Q_EMIT focusedByMouse();
     Q_EMIT focusChanged();
@@ -114,6 +129,7 @@ void RowList::focusOutEvent(QFocusEvent *event)
 {
     QListView::focusOutEvent(event);
     viewport()->update();
+    setRowCurrent(false);
     Q_EMIT focusChanged();
 }
 
@@ -140,15 +156,6 @@ QItemSelectionModel::SelectionFlags RowList::selectionCommand(
     if (event && event->type() == QEvent::MouseMove)
         return QItemSelectionModel::NoUpdate;  // a drag across the rows selects nothing
     return index.isValid() ? QItemSelectionModel::ClearAndSelect : QItemSelectionModel::NoUpdate;
-}
-
-void RowList::announceCurrentRow()
-{
-    if (!QAccessible::isActive() || !currentIndex().isValid())
-        return;
-    QAccessibleEvent event(this, QAccessible::Focus);
-    event.setChild(currentIndex().row());
-    QAccessible::updateAccessibility(&event);
 }
 
 }  // namespace vellumhound::ui

@@ -10,6 +10,9 @@ namespace vellumhound::ui {
 /// The one list of the panel: rows of one height, one selected at most, driven by a state outside.
 /// It takes Up, Down, Home, End, Page Up and Page Down and no other key; a click on its empty part
 /// leaves the selection; there is no type-ahead, no Ctrl+click, no Copy of the toolkit's own.
+///
+/// A screen reader takes the current row for the one with the focus. So the selected row is the
+/// current one while the list has the focus, and otherwise none is.
 class RowList final : public QListView {
     Q_OBJECT
 
@@ -45,7 +48,8 @@ protected:
         const QModelIndex &index, const QEvent *event) const override;
 
 private:
-    void announceCurrentRow();
+    QModelIndex selectedIndex() const;
+    void setRowCurrent(bool isCurrent);
 
     OverlayScrollBar *_scrollBar;
     bool _isSelecting = false;
