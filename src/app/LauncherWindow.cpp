@@ -2,7 +2,6 @@
 #include "app/LauncherWindow.h"
 
 #include "base/widgets/Symbols.h"
-#include "shell/PanelAppearance.h"
 
 #include <QApplication>
 #include <QFontInfo>
@@ -54,6 +53,8 @@ LauncherWindow::LauncherWindow(const QString &identifier, Services &services,
     });
     QObject::connect(
         _content, &shell::LauncherWidget::escapeNotTaken, _panel.get(), [this] { giveUpKey(); });
+    QObject::connect(_panel.get(), &shell::FloatingPanel::blurChanged, _panel.get(),
+        [this] { setAppearance(_appearance); });
     _view.appear();
 }
 
@@ -87,10 +88,13 @@ void LauncherWindow::makeKeyAndOrderFront()
 
 void LauncherWindow::setAppearance(const platform::Appearance &appearance)
 {
-    const auto theme = themeOf(appearance);
+    _appearance = appearance;
+    auto theme = themeOf(appearance);
+    if (_panel->isBlurred())
+        theme = theme.overBlur();
     QApplication::setPalette(theme.palette());
     _content->setTheme(theme);
-    _panel->setAppearance(shell::panelAppearance(appearance.isDark));
+    _panel->setTheme(theme);
 }
 
 }  // namespace vellumhound::app

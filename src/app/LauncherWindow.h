@@ -36,6 +36,7 @@ private:
 
     Services &_services;
     shell::VellumhoundAppDelegate &_appDelegate;
+    platform::Appearance _appearance;
     shell::LauncherView _view;
     shell::LauncherWidget *_content;  // owned by the panel
     std::unique_ptr<shell::FloatingPanel> _panel;

@@ -9,7 +9,9 @@
 #include <QLineEdit>
 #include <QMenu>
 #include <QProcess>
+#include <QScopeGuard>
 #include <QScreen>
+#include <QSignalSpy>
 #include <QTest>
 #include <QVBoxLayout>
 #include <QWindow>
@@ -80,7 +82,7 @@ struct Desk {
                   [this](bool isPaused) { log << (isPaused ? u"paused"_s : u"watched"_s); },
                   [] { return true; }, {}})
     {
-        panel.setAppearance(shell::panelAppearance(false));
+        panel.setTheme(ui::Theme::light());
         const auto observe = [this](const char16_t *name, const QString &entry) {
             tokens.push_back(notifications.addObserver(
                 QStringView(name).toString(), nullptr, [=, this] { log << entry; }));
@@ -287,6 +289,68 @@ private Q_SLOTS:
         QTest::mouseClick(&desk.panel, Qt::LeftButton, {}, QPoint(desk.panel.width() / 2, 2));
 
         QVERIFY(!desk.panel.isVisible());
+    }
+
+    void theBlurIsAskedForAsLongAsItIsAnnounced()
+    {
+        const auto name = u"_KDE_NET_WM_BLUR_BEHIND_REGION"_s;
+        const auto announce = [&] {
+            outputOf(u"xprop"_s, {u"-root"_s, u"-f"_s, name, u"32c"_s, u"-set"_s, name, u"0"_s});
+        };
+        const auto takeBack = [&] { outputOf(u"xprop"_s, {u"-root"_s, u"-remove"_s, name}); };
+        announce();
+        const auto atTheEnd = qScopeGuard(takeBack);
+        Desk desk;
+        QSignalSpy changes(&desk.panel, &FloatingPanel::blurChanged);
+        QVERIFY(desk.panel.isBlurred());
+        QVERIFY(desk.present());
+        const auto region = [&] {
+            const auto text =
+                outputOf(u"xprop"_s, {u"-id"_s, QString::number(desk.panel.winId()), name});
+            QList<int> numbers;
+            for (const auto &number : text.mid(text.indexOf('=') + 1).split(','))
+                numbers.append(number.trimmed().toInt());
+            return text.contains('=') ? numbers : QList<int>();
+        };
+        const auto whole = [&] {
+            QRect bounds;
+            const auto numbers = region();
+            for (qsizetype i = 0; i + 3 < numbers.size(); i += 4)
+                bounds |= QRect(numbers[i], numbers[i + 1], numbers[i + 2], numbers[i + 3]);
+            return bounds;
+        };
+        const double ratio = desk.panel.devicePixelRatioF();
+        const auto inside = desk.panel.panelRect();
+        QTRY_COMPARE(whole(), QRectF(inside.x() * ratio, inside.y() * ratio, inside.width() * ratio,
+                                  inside.height() * ratio)
+                                  .toRect());
+        QVERIFY(region().size() > 4);  // without the corners it is no single rectangle
+
+        takeBack();
+        QTRY_VERIFY(!desk.panel.isBlurred());
+        QTRY_VERIFY(region().isEmpty());
+        announce();
+        QTRY_VERIFY(desk.panel.isBlurred());
+        QTRY_VERIFY(!region().isEmpty());
+        QCOMPARE(changes.size(), 2);
+    }
+
+    void onlyUnderACompositorIsTheWholeWindowATraceTranslucent()
+    {
+        Desk desk;
+        QVERIFY(desk.present());
+
+        const auto opacity = [&] {
+            return outputOf(u"xprop"_s,
+                {u"-id"_s, QString::number(desk.panel.winId()), u"_NET_WM_WINDOW_OPACITY"_s});
+        };
+        if (!platform::isComposited()) {
+            QVERIFY(!opacity().contains('='));
+            return;
+        }
+        const auto share =
+            opacity().mid(opacity().indexOf('=') + 1).trimmed().toDouble() / 0xFFFFFFFFu;
+        QCOMPARE(qRound(share * 100), 99);
     }
 
     void thePanelIsNoLargerThanItsScreen()

@@ -137,6 +137,11 @@ class AccessibleTree:
     def programs(self) -> list[Node]:
         return Node(self._bus, REGISTRY, ROOT_PATH).children
 
+    def listen(self, event: str) -> None:
+        """Registers for events, as "window:activate": programs send none that nobody has asked for."""
+        self._bus.call_blocking(REGISTRY, "/org/a11y/atspi/registry", REGISTRY, "RegisterEvent", "sass",
+                                (event, dbus.Array([], signature="s"), ""), timeout=CALL_TIMEOUT_SECONDS)
+
     def process_id(self, node: Node) -> int:
         try:
             return int(self._bus.call_blocking(

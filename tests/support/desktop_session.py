@@ -58,6 +58,7 @@ SERVICES_OF_WINDOW_MANAGERS = {
 }
 # Without frames, which need parts of the desktop that are not installed.
 # As strict as it gets about windows that take the keyboard.
+BLUR = "_KDE_NET_WM_BLUR_BEHIND_REGION"
 KWIN_SETTINGS = "[Windows]\nFocusStealingPreventionLevel=4\n[org.kde.kdecoration2]\nNoPlugin=true\n"
 ACCESSIBILITY_SERVICE = "[D-BUS Service]\nName=org.a11y.Bus\nExec=/usr/libexec/at-spi-bus-launcher\n"
 
@@ -87,13 +88,15 @@ class DesktopSession:
     """X server, session bus, accessibility bus and window manager in `folder`, from `start` to `stop`."""
 
     def __init__(self, folder: pathlib.Path, screen: tuple[int, int] = (1600, 900), is_composited: bool = False,
-                 window_manager: str = "openbox", is_dark: bool | None = None, wallpaper: tuple[str, str] | None = None):
+                 window_manager: str = "openbox", is_dark: bool | None = None, wallpaper: tuple[str, str] | None = None,
+                 is_blurred: bool = False):
         self.folder = folder
         self.screen = screen
         self.is_composited = is_composited
         self.window_manager = window_manager  # one of WINDOW_MANAGERS
         self.is_dark = is_dark  # None: no portal at all
         self.wallpaper = wallpaper
+        self.is_blurred = is_blurred  # KWin composites and blurs, with the processor
         self.display = ""
         self._processes: list[tuple[str, subprocess.Popen]] = []
         self.bus: dbus.bus.BusConnection | None = None
@@ -211,6 +214,15 @@ class DesktopSession:
                       self._output("xdotool", "getwindowgeometry", "--shell", window).split() if "=" in line)
         return tuple(int(values[key]) for key in ("X", "Y", "WIDTH", "HEIGHT"))
 
+    def color_at(self, x: int, y: int) -> tuple[int, int, int]:
+        """Red, green and blue of a pixel of the screen, from 0 to 255."""
+        pixel = subprocess.run(["import", "-silent", "-window", "root", "-crop", f"1x1+{x}+{y}", "-depth", "8", "rgb:-"],
+                               env=self._environment(), check=True, capture_output=True).stdout
+        return tuple(pixel[:3])
+
+    def is_blur_announced(self) -> bool:
+        return "not found" not in self._output("xprop", "-root", BLUR)
+
     def picture(self, file: pathlib.Path, window: str | None = None, margin: int = 0) -> None:
         """The screen, or the part of it that holds `window` and `margin` around it, once it has come to rest."""
         capture = ["import", "-silent", "-window", "root"]
@@ -274,6 +286,12 @@ class DesktopSession:
         """A window of another program in the upper left corner; gives its id."""
         self._spawn("xmessage", "xmessage", "-title", "Another window", "-geometry", "200x80+20+40", "hello")
         return wait_until(lambda: self.windows("Another window"), "the other window is there")[0]
+
+    def start_window_behind_the_panel(self, color: str) -> str:
+        """A window of one colour in the middle of the screen; gives its id."""
+        x, y = self.screen[0] // 2 - 200, self.screen[1] // 2 - 150
+        self._spawn("xmessage", "xmessage", "-title", "Behind", "-bg", color, "-geometry", f"400x300+{x}+{y}", " ")
+        return wait_until(lambda: self.windows("Behind"), "the window behind is there")[0]
 
     def start_x11_tray(self, height: int = 24) -> subprocess.Popen:
         """A tray of the X11 kind, small and in the middle of the lower edge; `end_process` ends it."""
@@ -368,8 +386,12 @@ class DesktopSession:
             return
         if self.window_manager == "kwin_x11":
             (self.folder / "config").mkdir(exist_ok=True)
-            (self.folder / "config/kwinrc").write_text(KWIN_SETTINGS, encoding="utf-8")
-            self._spawn("kwin_x11", "env", "KWIN_COMPOSE=N", "kwin_x11")
+            blur = "[Plugins]\nblurEnabled=true\n" if self.is_blurred else ""
+            (self.folder / "config/kwinrc").write_text(KWIN_SETTINGS + blur, encoding="utf-8")
+            self._spawn("kwin_x11", "env", "LIBGL_ALWAYS_SOFTWARE=1",
+                        f"KWIN_COMPOSE={'O2' if self.is_blurred else 'N'}", "kwin_x11")
+            if self.is_blurred:
+                wait_until(self.is_blur_announced, "KWin blurs")
         else:
             self._spawn("xfwm4", "xfwm4", "--compositor=off", "--vblank=off")
         wait_until(lambda: "window id" in self._output("xprop", "-root", "_NET_SUPPORTING_WM_CHECK"),

@@ -37,7 +37,6 @@ private Q_SLOTS:
         QVERIFY(contrast(theme.primaryText, theme.panelBackground) >= 7);
         QVERIFY(contrast(theme.secondaryText, theme.panelBackground) >= 4.5);
         QVERIFY(contrast(theme.placeholderText, theme.panelBackground) >= 3);
-        QVERIFY(contrast(theme.positive, theme.panelBackground) >= 3);
         QVERIFY(contrast(theme.negative, theme.panelBackground) >= 3);
         QVERIFY(contrast(theme.accent, theme.panelBackground) >= 3);
     }
@@ -48,14 +47,11 @@ private Q_SLOTS:
         QFETCH(bool, isDark);
         const auto theme = isDark ? Theme::dark() : Theme::light();
 
-        for (const auto &color :
-            {theme.accent, theme.panelBackground, theme.panelBackgroundOverBlur, theme.panelLine,
-                theme.leftColumn, theme.primaryText, theme.secondaryText, theme.tertiaryText,
-                theme.placeholderText, theme.separator, theme.selectionFill, theme.selectionLine,
-                theme.unfocusedSelection, theme.hover, theme.keyCap, theme.keyCapLine,
-                theme.keyCapText, theme.clearSymbol, theme.positive, theme.negative,
-                theme.prominentFill, theme.prominentLine, theme.prominentShadow,
-                theme.prominentDisabled, theme.shadow})
+        for (const auto &color : {theme.accent, theme.panelBackground, theme.panelSurface,
+                 theme.panelLine, theme.leftColumn, theme.primaryText, theme.secondaryText,
+                 theme.tertiaryText, theme.placeholderText, theme.separator, theme.selectionFill,
+                 theme.selectionLine, theme.unfocusedSelection, theme.hover, theme.keyCapLine,
+                 theme.clearSymbol, theme.negative, theme.shadow})
             QVERIFY(color.isValid());
     }
 
@@ -80,19 +76,33 @@ private Q_SLOTS:
         QCOMPARE(Theme::dark().accent, QColor(0x50, 0x8C, 0xFF));
     }
 
-    void theBackgroundTakesTheOpacityItIsGiven()
+    void onlyOverABlurIsThePanelTranslucent_data() { textsCanBeReadOnTheirBackground_data(); }
+    void onlyOverABlurIsThePanelTranslucent()
     {
-        const auto theme = Theme::light();
+        QFETCH(bool, isDark);
+        const auto theme = isDark ? Theme::dark() : Theme::light();
 
-        QCOMPARE(theme.background(opacities::onboarding), theme.panelBackground);
-        QCOMPARE(theme.background(opacities::panel).rgb(), theme.panelBackground.rgb());
-        QCOMPARE(qRound(theme.background(opacities::panel).alphaF() * 100), 60);
+        const auto overBlur = theme.overBlur();
+
+        QCOMPARE(theme.panelSurface, theme.panelBackground);
+        QCOMPARE(theme.panelBackground.alpha(), 255);
+        for (const auto &color : {overBlur.panelSurface, overBlur.leftColumn}) {
+            QCOMPARE(color.rgb(), theme.panelBackground.rgb());
+            QCOMPARE(qRound(color.alphaF() * 100), 60);
+        }
+        // Windows and palettes stay as they are.
+        QCOMPARE(overBlur.panelBackground, theme.panelBackground);
+        QVERIFY(overBlur.palette() == theme.palette());
     }
 
-    void prominentButtonsWearTheThemeColors()
+    void thePanelsLineIsThinAndPaleOnLightAndWiderOnDark()
     {
-        QCOMPARE(Theme::light().prominentFill, QColor(0xFA, 0xF9, 0xF6));
-        QCOMPARE(Theme::dark().prominentFill, QColor(0x30, 0x30, 0x30));
+        QCOMPARE(Theme::light().panelLineWidth, 0.5);
+        QCOMPARE(qRound(Theme::light().panelLine.lightnessF() * 100), 90);
+        QCOMPARE(Theme::dark().panelLineWidth, 1.0);
+        QCOMPARE(qRound(Theme::dark().panelLine.lightnessF() * 100), 50);
+        QCOMPARE(Theme::light().panelLine.alpha(), 255);
+        QCOMPARE(Theme::dark().panelLine.alpha(), 255);
     }
 
     void thePaletteIsCompleteAndOpaque_data() { textsCanBeReadOnTheirBackground_data(); }

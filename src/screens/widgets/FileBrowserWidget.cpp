@@ -2,7 +2,7 @@
 #include "screens/widgets/FileBrowserWidget.h"
 
 #include <QPainter>
-#include <QPainterPath>
+#include <QStyle>
 #include <QVBoxLayout>
 
 namespace vellumhound::screens {
@@ -183,23 +183,8 @@ void FileBrowserWidget::showSelection()
 
 void FileBrowserWidget::paintEvent(QPaintEvent *)
 {
-    // The left column's veil follows the panel's rounded corner at the bottom.
-    const QRectF left(0, 0, _splitter->sizes().value(0), height());
-    constexpr qreal radius = metrics::panelRadius;
-    QPainterPath veil;
-    veil.moveTo(left.topLeft());
-    veil.lineTo(left.topRight());
-    veil.lineTo(left.bottomRight());
-    veil.lineTo(left.left() + radius, left.bottom());
-    veil.arcTo(QRectF(left.left(), left.bottom() - 2 * radius, 2 * radius, 2 * radius), 270, -90);
-    veil.closeSubpath();
-    QPainter painter(this);
-    painter.setRenderHint(QPainter::Antialiasing);
-    if (isRightToLeft()) {
-        painter.translate(width(), 0);
-        painter.scale(-1, 1);
-    }
-    painter.fillPath(veil, _theme.leftColumn);
+    const QRect left(0, 0, _splitter->sizes().value(0), height());
+    QPainter(this).fillRect(QStyle::visualRect(layoutDirection(), rect(), left), _theme.leftColumn);
 }
 
 }  // namespace vellumhound::screens

@@ -1,8 +1,11 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "shell/widgets/FloatingPanel.h"
 
+#include "platform/linux/wayland/WaylandBackgroundBlur.h"
+#include "platform/linux/x11/X11BackgroundBlur.h"
 #include "platform/linux/x11/X11Desktop.h"
 
+#include <QAccessibleWidget>
 #include <QBitmap>
 #include <QCloseEvent>
 #include <QGuiApplication>
@@ -17,17 +20,32 @@ namespace vellumhound::shell {
 
 using namespace Qt::StringLiterals;
 
+namespace {
+
+/// The toolkit takes a window without a frame for a mere container.
+QAccessibleInterface *interfaceOf(const QString &, QObject *object)
+{
+    auto *panel = qobject_cast<FloatingPanel *>(object);
+    return panel ? new QAccessibleWidget(panel, QAccessible::Window) : nullptr;
+}
+
+}  // namespace
+
 FloatingPanel::FloatingPanel(QWidget *content, PanelSurroundings surroundings)
     : QWidget(nullptr, Qt::Window | Qt::FramelessWindowHint | Qt::WindowStaysOnTopHint |
                            Qt::NoDropShadowWindowHint)
     , _content(content)
-    , _border(new PanelBorder(this))
+    , _border(new PanelBorder(_shadow, this))
+    , _theme(ui::Theme::light())
     , _logic(*this, std::move(surroundings))
     , _watcher({[this] { _logic.onKeyboardGained(); }, [this] { _logic.onKeyboardLost(); },
           [this] { _logic.onApplicationInactive(); }, [this] { _logic.onActiveWindowChanged(); },
           [this] { _logic.onOwnWindowClosed(); }})
     , _layerShell(platform::LayerShell::create(layerShellHandlers()))
+    , _blur(makeBlur())
 {
+    static const bool isFactoryInstalled = (QAccessible::installFactory(interfaceOf), true);
+    Q_UNUSED(isFactoryInstalled);
     setObjectName(u"FloatingPanel"_s);
     setWindowTitle(u"Vellumhound"_s);
     setAccessibleName(u"Vellumhound"_s);
@@ -50,6 +68,7 @@ FloatingPanel::~FloatingPanel()
 void FloatingPanel::setNativeWindow(QWindow *window)
 {
     _watcher.setPanel(window);
+    requestBlur();
     if (!_layerShell)
         return;
     _layerShell->setPanel(window);
@@ -77,12 +96,33 @@ void FloatingPanel::onScreenChanged(QScreen *screen)
         fitTo(*screen);
 }
 
-void FloatingPanel::setAppearance(const PanelAppearance &appearance)
+void FloatingPanel::setTheme(const ui::Theme &theme)
 {
-    if (!_appearance)
-        _border->setLine(appearance.borderColour, appearance.borderWidth);
-    _appearance = appearance;
+    if (!_wasShown)
+        _border->setLine(theme.panelLine, theme.panelLineWidth);
+    _theme = theme;
+    layOut();
     update();
+}
+
+std::unique_ptr<platform::BackgroundBlur> FloatingPanel::makeBlur()
+{
+    const auto changed = [this] {
+        requestBlur();
+        Q_EMIT blurChanged();
+    };
+    if (auto blur = platform::X11BackgroundBlur::create(changed))
+        return blur;
+    return platform::WaylandBackgroundBlur::create(changed);
+}
+
+void FloatingPanel::requestBlur()
+{
+    auto *window = windowHandle();
+    if (!_blur || !window)
+        return;
+    _blur->blurBehind(
+        *window, isBlurred() ? roundedRegion(panelRect(), panelCornerRadius) : QRegion());
 }
 
 QRect FloatingPanel::panelRect() const
@@ -114,6 +154,9 @@ void FloatingPanel::layOut()
     const auto panel = panelRect();
     _content->setGeometry(panel);
     _border->setGeometry(panel);
+    _border->setShadowColor(_isComposited ? _theme.shadow : QColor());
+    setWindowOpacity(platform::hasX11Compositor() ? ui::opacities::composited : 1);
+    requestBlur();
     if (_isComposited) {
         clearMask();
         return;
@@ -156,11 +199,13 @@ bool FloatingPanel::hasKeyboard() const
 void FloatingPanel::orderFront()
 {
     if (!isVisible()) {
+        _wasShown = true;
         platform::writePanelState(winId());
         show();
         platform::requestPanelState(winId());
         if (_layerShell)
             _layerShell->placePanel();
+        requestBlur();
     }
     askForKeyboard();
     platform::requestKeyboard(winId());
@@ -187,19 +232,14 @@ bool FloatingPanel::event(QEvent *event)
     return isTaken;
 }
 
+/// The corners are rounded off by the border, together with those of what the panel holds.
 void FloatingPanel::paintEvent(QPaintEvent *)
 {
     QPainter painter(this);
     if (_isComposited)
-        _shadow.paint(painter, panelRect(), devicePixelRatioF());
-    painter.setRenderHint(QPainter::Antialiasing);
-    painter.setPen(Qt::NoPen);
-    painter.setBrush(
-        _appearance ? toQColor(_appearance->background) : palette().color(QPalette::Window));
-    if (_isComposited)
-        painter.drawRoundedRect(panelRect(), panelCornerRadius, panelCornerRadius);
-    else
-        painter.drawRect(panelRect());  // the window's shape cuts the corners
+        _shadow.paint(painter, panelRect(), _theme.shadow, devicePixelRatioF());
+    painter.setCompositionMode(QPainter::CompositionMode_Source);
+    painter.fillRect(panelRect(), _theme.panelSurface);
 }
 
 void FloatingPanel::resizeEvent(QResizeEvent *)

@@ -1,16 +1,15 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include "platform/BackgroundBlur.h"
 #include "platform/linux/activation/ActivationWatcher.h"
 #include "platform/linux/wayland/LayerShell.h"
-#include "shell/PanelAppearance.h"
 #include "shell/PanelLogic.h"
 #include "shell/widgets/PanelSurface.h"
 
 #include <QWidget>
 
 #include <memory>
-#include <optional>
 
 namespace vellumhound::shell {
 
@@ -38,10 +37,15 @@ public:
     void giveUpKey() { _logic.giveUpKey(); }
     bool isKeyWindow() const { return _logic.isKeyWindow(); }
 
-    /// The first border stays; the background follows.
-    void setAppearance(const PanelAppearance &appearance);
+    /// The border stays as it was when the panel was first shown; the background follows.
+    void setTheme(const ui::Theme &theme);
+    /// The compositor blurs behind the panel, which may be translucent then.
+    bool isBlurred() const { return _blur && _blur->isOffered(); }
     /// Where the panel itself lies in this window, without the room for the shadow.
     QRect panelRect() const;
+
+Q_SIGNALS:
+    void blurChanged();
 
 protected:
     bool event(QEvent *event) override;
@@ -62,16 +66,20 @@ private:
     void onScreenChanged(QScreen *screen);
     void fitTo(const QScreen &screen);
     void layOut();
+    std::unique_ptr<platform::BackgroundBlur> makeBlur();
+    void requestBlur();
 
     QWidget *_content = nullptr;
-    PanelBorder *_border = nullptr;
     PanelShadow _shadow;
-    std::optional<PanelAppearance> _appearance;
+    PanelBorder *_border = nullptr;
+    ui::Theme _theme;
+    bool _wasShown = false;
     QMargins _margins;  // none where nothing is composited
     bool _isComposited = true;
     PanelLogic _logic;
     platform::ActivationWatcher _watcher;
     std::unique_ptr<platform::LayerShell> _layerShell;  // null: the panel is an ordinary window
+    std::unique_ptr<platform::BackgroundBlur> _blur;    // null: nothing could ever blur here
 };
 
 }  // namespace vellumhound::shell

@@ -13,17 +13,16 @@ namespace vellumhound::shell {
 
 namespace {
 
-constexpr double shadowBlur = 50;  // twice the deviation of the blur, where it has faded
-constexpr double shadowOffset = 18;
-constexpr double shadowOpacity = 0.38;
-constexpr int shadowReach = 50;  // how far the blur works inward
-constexpr int smallestPanel = 2 * (shadowReach + int(shadowOffset)) + 2;
+using ui::metrics::shadowBlur;  // twice the deviation of the blur, where it has faded
+using ui::metrics::shadowOffset;
+/// The blur works inward as far as it does outward.
+constexpr int smallestPanel = 2 * (shadowBlur + shadowOffset) + 2;
 
 /// How dark a blurred straight edge is, `inside` pixels inward: 0 where the blur has faded, 1 well
 /// inside.
 double darknessAt(double inside)
 {
-    const double deviation = shadowBlur / 2;
+    const double deviation = shadowBlur / 2.0;
     const auto normal = [](double x) { return 0.5 * std::erfc(-x / std::sqrt(2.0)); };
     const double faded = normal(-2);
     return std::clamp((normal(inside / deviation) - faded) / (1 - 2 * faded), 0.0, 1.0);
@@ -43,7 +42,20 @@ std::vector<double> profile(int pixels, double scale, double start, double end)
 
 }  // namespace
 
-void PanelShadow::render(double scale)
+QRegion roundedRegion(const QRect &rect, int radius)
+{
+    QRegion region(rect.adjusted(0, radius, 0, -radius));
+    for (int row = 0; row < radius; ++row) {
+        const double above = radius - row - 0.5;
+        const int inset = int(std::ceil(radius - std::sqrt(radius * radius - above * above)));
+        const int width = rect.width() - 2 * inset;
+        region += QRect(rect.left() + inset, rect.top() + row, width, 1);
+        region += QRect(rect.left() + inset, rect.bottom() - row, width, 1);
+    }
+    return region;
+}
+
+void PanelShadow::render(const QColor &color, double scale)
 {
     const auto margins = panelShadowMargins;
     const int width = smallestPanel + margins.left() + margins.right();
@@ -57,18 +69,20 @@ void PanelShadow::render(double scale)
     for (int y = 0; y < image.height(); ++y) {
         auto *line = reinterpret_cast<QRgb *>(image.scanLine(y));
         for (int x = 0; x < image.width(); ++x) {
-            const double dark = across[std::size_t(x)] * down[std::size_t(y)] * shadowOpacity;
-            line[x] = qRgba(0, 0, 0, int(std::lround(dark * 255)));
+            const double dark = across[std::size_t(x)] * down[std::size_t(y)] * color.alphaF();
+            line[x] = qPremultiply(
+                qRgba(color.red(), color.green(), color.blue(), int(std::lround(dark * 255))));
         }
     }
     _pixels = QPixmap::fromImage(std::move(image));
+    _color = color;
     _scale = scale;
 }
 
-void PanelShadow::paint(QPainter &painter, const QRect &panel, double scale)
+void PanelShadow::paint(QPainter &painter, const QRect &panel, const QColor &color, double scale)
 {
-    if (_scale != scale)
-        render(scale);
+    if (_scale != scale || _color != color)
+        render(color, scale);
     const auto margins = panelShadowMargins;
     const auto outer = panel.marginsAdded(margins);
     // Three columns and three rows: edges as they are, the middle stretched.
@@ -93,36 +107,77 @@ void PanelShadow::paint(QPainter &painter, const QRect &panel, double scale)
     }
 }
 
-PanelBorder::PanelBorder(QWidget *parent)
+PanelBorder::PanelBorder(PanelShadow &shadow, QWidget *parent)
     : QWidget(parent)
+    , _shadow(shadow)
 {
     setAttribute(Qt::WA_TransparentForMouseEvents);
     setFocusPolicy(Qt::NoFocus);
 }
 
-void PanelBorder::setLine(const base::Color &colour, double width)
+void PanelBorder::setLine(const QColor &color, double width)
 {
-    _colour = toQColor(colour);
+    _color = color;
     _width = width;
     update();
 }
 
+void PanelBorder::setShadowColor(const QColor &color)
+{
+    _shadowColor = color;
+    update();
+}
+
+/// Takes what the panel shows in that corner away where it is outside, and puts the shadow there.
+void PanelBorder::roundOff(QPainter &painter, const QRect &corner)
+{
+    const auto scale = devicePixelRatioF();
+    QPixmap inside((QSizeF(corner.size()) * scale).toSize());
+    inside.setDevicePixelRatio(scale);
+    inside.fill(Qt::transparent);
+    auto outside = inside;
+    const auto panel = rect().translated(-corner.topLeft());
+    const auto drawPanel = [&](QPainter &on) {
+        on.setRenderHint(QPainter::Antialiasing);
+        on.setPen(Qt::NoPen);
+        on.setBrush(Qt::black);
+        on.drawRoundedRect(panel, panelCornerRadius, panelCornerRadius);
+    };
+    QPainter onInside(&inside);
+    drawPanel(onInside);
+    onInside.end();
+    QPainter onOutside(&outside);
+    _shadow.paint(onOutside, panel, _shadowColor, scale);
+    onOutside.setCompositionMode(QPainter::CompositionMode_DestinationOut);
+    drawPanel(onOutside);
+    onOutside.end();
+
+    painter.setCompositionMode(QPainter::CompositionMode_DestinationIn);
+    painter.drawPixmap(corner.topLeft(), inside);
+    painter.setCompositionMode(QPainter::CompositionMode_Plus);
+    painter.drawPixmap(corner.topLeft(), outside);
+    painter.setCompositionMode(QPainter::CompositionMode_SourceOver);
+}
+
 void PanelBorder::paintEvent(QPaintEvent *)
 {
+    QPainter painter(this);
+    if (_shadowColor.isValid()) {
+        QRect corner(0, 0, panelCornerRadius, panelCornerRadius);
+        for (const int x : {0, width() - corner.width()}) {
+            for (const int y : {0, height() - corner.height()}) {
+                corner.moveTo(x, y);
+                roundOff(painter, corner);
+            }
+        }
+    }
     if (_width <= 0)
         return;
-    QPainter painter(this);
     painter.setRenderHint(QPainter::Antialiasing);
-    painter.setPen(QPen(_colour, _width));
+    painter.setPen(QPen(_color, _width));
     const double inset = _width / 2;
     painter.drawRoundedRect(QRectF(rect()).adjusted(inset, inset, -inset, -inset),
         panelCornerRadius - inset, panelCornerRadius - inset);
-}
-
-QColor toQColor(const base::Color &color)
-{
-    return QColor::fromRgbF(
-        float(color.red), float(color.green), float(color.blue), float(color.alpha));
 }
 
 }  // namespace vellumhound::shell

@@ -2,8 +2,6 @@
 #include "ui/widgets/Theme.h"
 
 #include "base/widgets/Symbols.h"
-#include "ui/KeyCaps.h"
-#include "ui/ThemeColors.h"
 
 #include <QGuiApplication>
 
@@ -15,7 +13,6 @@ namespace vellumhound::ui {
 
 namespace {
 
-constexpr double panelOverBlur = 0.92;
 constexpr double leastTextScale = 0.75;
 constexpr double mostTextScale = 2.5;
 
@@ -65,7 +62,7 @@ Theme Theme::light(const QColor &accent)
     theme.isDark = false;
     theme.accent = accent.isValid() ? accent : QColor(0x2F, 0x6F, 0xED);
     theme.panelBackground = QColor(0xF6, 0xF6, 0xF8);
-    theme.panelBackgroundOverBlur = faded(theme.panelBackground, panelOverBlur);
+    theme.panelSurface = theme.panelBackground;
     theme.panelLine = grey(0.9, 1);
     theme.panelLineWidth = 0.5;
     theme.leftColumn = white(0.45);
@@ -78,16 +75,9 @@ Theme Theme::light(const QColor &accent)
     theme.selectionLine = faded(theme.accent, 0.38);
     theme.unfocusedSelection = black(0.07);
     theme.hover = black(0.05);
-    theme.keyCap = base::toQColor(ui::keyCapFill(ColorScheme::light));
     theme.keyCapLine = black(0.13);
-    theme.keyCapText = base::toQColor(ui::keyCapText(ColorScheme::light));
     theme.clearSymbol = theme.placeholderText;
-    theme.positive = QColor(0x2A, 0x9D, 0x4A);
     theme.negative = QColor(0xD9, 0x3A, 0x32);
-    theme.prominentFill = base::toQColor(lightThemeColor());
-    theme.prominentLine = white(0.7);
-    theme.prominentShadow = faded(theme.primaryText, 0.1);
-    theme.prominentDisabled = grey(0.5, 0.3);
     theme.shadow = black(0.38);
     return theme;
 }
@@ -98,7 +88,7 @@ Theme Theme::dark(const QColor &accent)
     theme.isDark = true;
     theme.accent = accent.isValid() ? accent : QColor(0x50, 0x8C, 0xFF);
     theme.panelBackground = QColor(0x1E, 0x1E, 0x20);
-    theme.panelBackgroundOverBlur = faded(theme.panelBackground, panelOverBlur);
+    theme.panelSurface = theme.panelBackground;
     theme.panelLine = grey(0.5, 1);
     theme.panelLineWidth = 1;
     theme.leftColumn = white(0.03);
@@ -111,16 +101,9 @@ Theme Theme::dark(const QColor &accent)
     theme.selectionLine = faded(theme.accent, 0.45);
     theme.unfocusedSelection = white(0.09);
     theme.hover = white(0.06);
-    theme.keyCap = base::toQColor(ui::keyCapFill(ColorScheme::dark));
     theme.keyCapLine = Qt::transparent;
-    theme.keyCapText = base::toQColor(ui::keyCapText(ColorScheme::dark));
     theme.clearSymbol = theme.placeholderText;
-    theme.positive = QColor(0x3F, 0xC7, 0x63);
     theme.negative = QColor(0xFF, 0x62, 0x58);
-    theme.prominentFill = base::toQColor(darkThemeColor());
-    theme.prominentLine = white(0.1);
-    theme.prominentShadow = Qt::transparent;
-    theme.prominentDisabled = grey(0.5, 0.3);
     theme.shadow = black(0.38);
     return theme;
 }
@@ -130,9 +113,12 @@ QFont Theme::font(int pixelSize, QFont::Weight weight) const
     return uiFont(int(std::lround(pixelSize * textScale)), weight);
 }
 
-QColor Theme::background(double opacity) const
+Theme Theme::overBlur() const
 {
-    return faded(panelBackground, opacity);
+    auto theme = *this;
+    theme.panelSurface = faded(panelBackground, opacities::overBlur);
+    theme.leftColumn = theme.panelSurface;
+    return theme;
 }
 
 QPalette Theme::palette() const

@@ -6,8 +6,6 @@
 #include <QFont>
 #include <QPalette>
 
-#include <chrono>
-
 namespace vellumhound::ui {
 
 /// Sizes in device-independent pixels; those of texts are pixel sizes before the user's text scale.
@@ -27,7 +25,6 @@ constexpr int shadowBlur = 50;
 
 constexpr int searchRowHeight = 28;
 constexpr int searchSymbol = 20;
-constexpr int searchGap = 8;
 constexpr int searchText = 15;
 constexpr int searchToSeparator = 12;
 
@@ -51,23 +48,8 @@ constexpr int selectionInset = 8;  // from the edges of the column
 constexpr int selectionLine = 1;
 
 constexpr int folderRowSymbol = 18;
-constexpr int folderRowName = 13;
 constexpr int folderRowPitch = 30;
 
-constexpr int homeRowHeight = 34;
-constexpr int homeSymbol = 17;
-constexpr int homeName = 13;
-constexpr int homeSecondary = 12;
-constexpr int sectionHeader = 11;  // semibold
-constexpr int sectionHeaderAbove = 10;
-constexpr int sectionHeaderBelow = 4;
-
-constexpr int paletteRowHeight = 40;
-constexpr int paletteSymbolFrame = 30;
-
-constexpr int barText = 12;
-constexpr int barSpacing = 16;
-constexpr int gearSymbol = 17;
 constexpr double pressedOpacity = 0.6;
 
 constexpr int detailsLabelWidth = 100;
@@ -80,28 +62,12 @@ constexpr int keyCapSpacing = 1;
 constexpr int keyCapRadius = 3;
 constexpr double keyCapLineWidth = 0.5;
 
-constexpr int prominentRadius = 12;
-constexpr int prominentPaddingX = 12;
-constexpr int prominentPaddingY = 8;
-
 }  // namespace metrics
 
-/// Nothing moves when rows arrive or the selection changes; with reduced motion nothing fades.
-namespace durations {
-
-constexpr std::chrono::milliseconds hoverFade(80);
-constexpr std::chrono::milliseconds popoverFade(120);
-constexpr std::chrono::milliseconds previewFade(120);
-constexpr std::chrono::milliseconds prominentPress(200);
-
-}  // namespace durations
-
-/// How opaque the window background stands behind content: over what the panel shows of the
-/// desktop, and where it must hide it.
 namespace opacities {
 
-constexpr double panel = 0.6;
-constexpr double onboarding = 1.0;
+constexpr double overBlur = 0.6;     // of the window background, where the desktop shines through
+constexpr double composited = 0.99;  // of the panel's whole window
 
 }  // namespace opacities
 
@@ -113,11 +79,11 @@ struct Theme {
     double textScale = 1;  // the user's, applied by `font`
     QColor accent;
 
-    QColor panelBackground;          // opaque, where there is no blur
-    QColor panelBackgroundOverBlur;  // the same where the desktop shines through
+    QColor panelBackground;  // of windows; opaque
+    QColor panelSurface;     // what the panel is filled with
     QColor panelLine;
     double panelLineWidth = 1;  // device-independent pixels
-    QColor leftColumn;
+    QColor leftColumn;          // over the surface
     QColor primaryText;
     QColor secondaryText;
     QColor tertiaryText;
@@ -127,16 +93,9 @@ struct Theme {
     QColor selectionLine;
     QColor unfocusedSelection;
     QColor hover;
-    QColor keyCap;
-    QColor keyCapLine;  // transparent in the dark
-    QColor keyCapText;
+    QColor keyCapLine;   // transparent in the dark
     QColor clearSymbol;  // grey of the symbols that stand inside the search row
-    QColor positive;     // "included", "granted", "copied"
     QColor negative;
-    QColor prominentFill;  // of a prominent button
-    QColor prominentLine;
-    QColor prominentShadow;  // transparent in the dark
-    QColor prominentDisabled;
     QColor shadow;  // around the panel
 
     /// An invalid accent gives our own.
@@ -147,8 +106,8 @@ struct Theme {
 
     /// The desktop's UI font at this pixel size times the user's text scale.
     QFont font(int pixelSize, QFont::Weight weight = QFont::Normal) const;
-    /// The window background behind content, at one of `opacities`.
-    QColor background(double opacity) const;
+    /// The same for a panel behind which the compositor blurs the desktop.
+    Theme overBlur() const;
     /// For the standard widgets: fields, buttons, menus, tables, tooltips.
     QPalette palette() const;
 };

@@ -63,9 +63,14 @@ void askWindowManager(xcb_connection_t *connection, WId window, xcb_atom_t reque
 
 bool isComposited()
 {
+    return !x11Connection() || hasX11Compositor();
+}
+
+bool hasX11Compositor()
+{
     auto *connection = x11Connection();
     if (!connection)
-        return true;
+        return false;
     static const auto manager = x11Atom(connection, "_NET_WM_CM_S0");
     const X11Reply<xcb_get_selection_owner_reply_t> reply(xcb_get_selection_owner_reply(
         connection, xcb_get_selection_owner(connection, manager), nullptr));

@@ -16,6 +16,8 @@ namespace vellumhound::platform {
 
 /// Whether translucent windows are shown as such. True on other window systems.
 bool isComposited();
+/// Whether this is X11 and a compositor runs.
+bool hasX11Compositor();
 /// Makes the window one that stays above others and out of task lists. To be called before each
 /// showing, as window managers forget it when a window goes away.
 void writePanelState(WId window);
