@@ -92,7 +92,7 @@ void LauncherWindow::setAppearance(const platform::Appearance &appearance)
     auto theme = themeOf(appearance);
     if (_panel->isBlurred())
         theme = theme.overBlur();
-    QApplication::setPalette(theme.palette());
+    _palette.set(theme.palette());
     _content->setTheme(theme);
     _panel->setTheme(theme);
 }

@@ -8,6 +8,7 @@
 #include "shell/widgets/FloatingPanel.h"
 #include "shell/widgets/LauncherWidget.h"
 #include "ui/widgets/Theme.h"
+#include "ui/widgets/WidgetPalette.h"
 
 namespace vellumhound::app {
 
@@ -37,6 +38,7 @@ private:
     Services &_services;
     shell::VellumhoundAppDelegate &_appDelegate;
     platform::Appearance _appearance;
+    ui::WidgetPalette _palette;
     shell::LauncherView _view;
     shell::LauncherWidget *_content;  // owned by the panel
     std::unique_ptr<shell::FloatingPanel> _panel;

@@ -1,8 +1,10 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/linux/DesktopAppearance.h"
 #include "support/Peer.h"
+#include "ui/widgets/Theme.h"
+#include "ui/widgets/WidgetPalette.h"
 
-#include <QGuiApplication>
+#include <QApplication>
 #include <QPalette>
 #include <QTest>
 
@@ -113,6 +115,40 @@ private Q_SLOTS:
 
         QTRY_COMPARE(_seen.size(), 1);
         QVERIFY(_seen.last().isDark);
+    }
+
+    void backToNoPreferenceIsLightAgainAlthoughOursIsDark()
+    {
+        Peer portal;
+        QVERIFY(portal.start(u"settings_portal.py"_s, {common, u"color-scheme"_s, u"u:1"_s}));
+        ui::WidgetPalette ours;
+        DesktopAppearance appearance(QDBusConnection::sessionBus(), [&](const Appearance &now) {
+            _seen.append(now);
+            ours.set((now.isDark ? ui::Theme::dark() : ui::Theme::light()).palette());
+        });
+        QTRY_COMPARE(_seen.size(), 1);
+        QVERIFY(_seen.last().isDark);
+
+        portal.tell("org.freedesktop.appearance color-scheme u:0");
+
+        QTRY_COMPARE(_seen.size(), 2);
+        QVERIFY(!_seen.last().isDark);
+    }
+
+    void aSwitchOfTheDesktopsPaletteIsFollowedBothWaysAlthoughOursIsShown()
+    {
+        ui::WidgetPalette ours;
+        DesktopAppearance appearance(QDBusConnection::sessionBus(), [&](const Appearance &now) {
+            _seen.append(now);
+            ours.set((now.isDark ? ui::Theme::dark() : ui::Theme::light()).palette());
+        });
+
+        QGuiApplication::setPalette(paletteOf(Qt::black, Qt::white));
+        QTRY_COMPARE(_seen.size(), 1);
+        QGuiApplication::setPalette(paletteOf(Qt::white, Qt::black));
+
+        QTRY_COMPARE(_seen.size(), 2);
+        QVERIFY(!_seen.last().isDark);
     }
 
     void withoutABusThePaletteDecides()

@@ -13,7 +13,8 @@
 namespace vellumhound::platform {
 
 /// The desktop's appearance, by the settings portal; where there is none or it does not say, dark
-/// is what the palette is. Starts from the palette and learns the rest in later turns.
+/// is what the application's palette is, which must therefore be the desktop's: ours is put over
+/// it by classes of widgets. Starts from the palette and learns the rest in later turns.
 ///
 /// Main thread; made after the application object, owned by the composition root.
 class DesktopAppearance final : public QObject {
