@@ -74,8 +74,9 @@ FileInfoWidget::FileInfoWidget(QWidget *parent)
 FileInfoWidget::Row FileInfoWidget::addRow(const QString &label, const QString &objectName)
 {
     auto *grid = static_cast<QGridLayout *>(_rows->layout());
-    const Row row{new QLabel(label, _rows), new ElidedLabel(_rows)};
+    const Row row{new ElidedLabel(_rows), new ElidedLabel(_rows)};
     const int line = grid->rowCount();
+    row.label->setFullText(label);
     row.value->setObjectName(objectName);
     grid->addWidget(row.label, line, 0);
     grid->addWidget(row.value, line, 1);

@@ -40,7 +40,7 @@ protected:
 
 private:
     struct Row {
-        QLabel *label;
+        ElidedLabel *label;
         ElidedLabel *value;
     };
     Row addRow(const QString &label, const QString &objectName);

@@ -71,7 +71,7 @@ void RowList::setRowCurrent(bool isCurrent)
 {
     const QScopedValueRollback selecting(_isSelecting, true);
     const auto index = isCurrent ? selectedIndex() : QModelIndex();
-    if (selectionModel())
+    if (selectionModel() && selectionModel()->model())
         selectionModel()->setCurrentIndex(index, QItemSelectionModel::NoUpdate);
 }
 

@@ -95,8 +95,9 @@ protected:
     void paintEvent(QPaintEvent *) override
     {
         QPainter painter(this);
+        painter.setRenderHint(QPainter::Antialiasing);  // a line of one pixel at every scale
         painter.setPen(_line);
-        painter.drawRect(rect().adjusted(0, 0, -1, -1));
+        painter.drawRect(QRectF(rect()).adjusted(0.5, 0.5, -0.5, -0.5));
     }
 
 private:
