@@ -231,7 +231,14 @@ void LiveIndex::takeFailure(FolderId folder, const FolderListing &listing)
     }
     if (isForbidden)
         qCDebug(logIndex, "a folder cannot be read and is tried again later");
+    const bool isMissingRoot = listing.isMissing() && parent == nothing;
+    if (isMissingRoot && _ancestors.awaits(_writer.view().pathOfFolder(folder))) {
+        _sweeps.remove(folder);
+        return;
+    }
     sweepLater(folder, listing);
+    if (isMissingRoot && !_readers.readerOf(_writer.rootOf(folder)))
+        followAncestors();
 }
 
 void LiveIndex::merge(
@@ -298,6 +305,7 @@ void LiveIndex::noteCrawled(std::uint32_t root)
 void LiveIndex::recheckAll()
 {
     _applications.read();
+    followAncestors();
     _recheckFrom = 0;
     if (!std::exchange(_isRechecking, true))
         recheckSlice();

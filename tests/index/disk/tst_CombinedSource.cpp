@@ -73,6 +73,17 @@ private Q_SLOTS:
             namesIn(readAll(source)), (std::set<std::pair<int, std::string>>{{a, "x"}, {b, "y"}}));
     }
 
+    void aPlaceIsNotWatchedWithAllItsNames()
+    {
+        const TemporaryTree tree;
+        tree.folder("above");
+        CombinedSource source([] { return 0; }, one);
+
+        const auto place = ChangeSource::Interest::place;
+        QCOMPARE(watchPath(source, tree.path("above"), place), ChangeSource::noWatch);
+        QVERIFY(watchPath(source, tree.path("above")) >= 0);
+    }
+
     void theDescriptorIsReadableForEither()
     {
         const TemporaryTree tree;

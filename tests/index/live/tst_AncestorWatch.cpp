@@ -18,6 +18,8 @@ private Q_SLOTS:
     void whatComesAboveARootWakesNobody();
     void theSameRootsAreNothingNew();
     void rootsThatGoFreeTheirWatches();
+    void aRootThatDoesNotExistIsAwaited();
+    void aRootThatComesWhileItsParentIsBeingWatchedIsMet();
     void aMountThatMayHangIsNotTouched();
 };
 
@@ -71,6 +73,7 @@ void tst_AncestorWatch::aRenamedAncestorIsNoticed()
 
     QCOMPARE(bench.callCount, 2);
     QCOMPARE(bench.freed.size(), std::size_t(2));  // a and b, which stand above nothing now
+    QVERIFY(bench.ancestors.awaits(bench.tree.path("a/b/root")));
 }
 
 void tst_AncestorWatch::aRenameAboveTheTargetOfALinkIsNoticed()
@@ -123,6 +126,46 @@ void tst_AncestorWatch::rootsThatGoFreeTheirWatches()
     QCOMPARE(bench.callCount, 2);
     QCOMPARE(bench.freed.size(), std::size_t(1));
     QVERIFY(!bench.ancestors.holds(bench.freed.front()));
+}
+
+void tst_AncestorWatch::aRootThatDoesNotExistIsAwaited()
+{
+    Bench bench;
+    const auto root = bench.tree.path("a/b/root");
+    bench.follow("a/b/root");
+    QCOMPARE(bench.callCount, 1);
+    QVERIFY(bench.ancestors.awaits(root));
+    QVERIFY(!bench.ancestors.awaits(bench.tree.path("a")));
+
+    bench.tree.folder("other");
+    bench.settle();
+    QCOMPARE(bench.callCount, 1);
+
+    for (const auto *folder : {"a", "a/b"}) {
+        const auto before = bench.callCount;
+        bench.tree.folder(folder);
+        bench.settle();
+        QCOMPARE(bench.callCount, before + 1);
+        QVERIFY(bench.ancestors.awaits(root));
+    }
+    bench.tree.folder("a/b/root");
+    bench.settle();
+    QVERIFY(!bench.ancestors.awaits(root));
+}
+
+void tst_AncestorWatch::aRootThatComesWhileItsParentIsBeingWatchedIsMet()
+{
+    Bench bench;
+    bench.ancestors.follow({bench.tree.path("root")}, {});
+    QVERIFY(bench.worker.step());  // watched, but the watch is not known yet
+    bench.tree.folder("root");
+    for (const auto &change : bench.source.read())
+        bench.ancestors.noteChange(change);
+
+    bench.settle();
+
+    QVERIFY(!bench.ancestors.awaits(bench.tree.path("root")));
+    QCOMPARE(bench.callCount, 2);
 }
 
 void tst_AncestorWatch::aMountThatMayHangIsNotTouched()

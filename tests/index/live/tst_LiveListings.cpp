@@ -26,6 +26,9 @@ private Q_SLOTS:
     void aFolderReachedByTwoRootsKeepsItsWatch();
     void aFolderThatCouldNotBeReadIsTriedAgain();
     void aRootThatVanishesAndComesBackIsReadAgain();
+    void aRootThatDoesNotExistWakesNobodyAndIsMetWhenItComes();
+    void aRootIsMetThoughTheComingOfAFolderAboveItWasLost();
+    void aRootBehindABrokenLinkIsSwept();
     void crawlEventsAndSweepsTakeTheSameNames();
     void nothingIsDueWhileEverythingIsWatched();
 };
@@ -223,14 +226,69 @@ void tst_LiveListings::aRootThatVanishesAndComesBackIsReadAgain()
     tree.move("root", "elsewhere");
     bench.settle();
     QCOMPARE(bench.paths(tree), Paths{});
-    QVERIFY(bench.live.nextDue().has_value());
 
     tree.file("root/two");
-    bench.live.sweep();
     bench.settle();
     tree.file("root/three");
     bench.settle();
     QCOMPARE(bench.paths(tree), (Paths{"root/two", "root/three"}));
+}
+
+void tst_LiveListings::aRootThatDoesNotExistWakesNobodyAndIsMetWhenItComes()
+{
+    const TemporaryTree tree;
+    RealBench bench(neverCompacting(), manyWatches);
+    bench.include(tree, "a/b/root");
+    QVERIFY(!bench.live.nextDue());
+    QVERIFY(bench.published.current()->roots.front().isCrawled);
+
+    for (int round = 0; round < 2; ++round) {
+        tree.folder("a");
+        bench.settle();
+        tree.file("other");
+        tree.file("a/other");
+        QVERIFY(!bench.live.nextDue());
+        tree.file("a/b/root/file");
+        bench.settle();
+        QCOMPARE(bench.paths(tree), Paths{"a/b/root/file"});
+        tree.file("a/b/root/later");
+        bench.settle();
+        QCOMPARE(bench.paths(tree), (Paths{"a/b/root/file", "a/b/root/later"}));
+
+        tree.removeAll("a");
+        bench.settle();
+        QCOMPARE(bench.paths(tree), Paths{});
+        QVERIFY(!bench.live.nextDue());
+    }
+}
+
+void tst_LiveListings::aRootIsMetThoughTheComingOfAFolderAboveItWasLost()
+{
+    const TemporaryTree tree;
+    Bench<LossySource> bench(neverCompacting());
+    bench.include(tree, "a/root");
+
+    bench.source.losesChanges = true;
+    tree.folder("a");
+    bench.settle();
+    tree.file("a/root/file");
+    bench.settle();
+
+    QCOMPARE(bench.paths(tree), Paths{"a/root/file"});
+}
+
+void tst_LiveListings::aRootBehindABrokenLinkIsSwept()
+{
+    const TemporaryTree tree;
+    tree.link("link", "target");
+    RealBench bench(neverCompacting(), manyWatches);
+    bench.include(tree, "link");
+    QVERIFY(bench.live.nextDue());
+
+    tree.file("target/file");
+    bench.pass(std::chrono::minutes(2));
+
+    QCOMPARE(bench.paths(tree), Paths{"link/file"});
 }
 
 void tst_LiveListings::crawlEventsAndSweepsTakeTheSameNames()
