@@ -252,7 +252,9 @@ bool LiveIndex::attach(const Departure &departure, FolderId parent, const std::s
     if (const auto replaced = _writer.find(parent, name); replaced != nothing)
         removeEntry(replaced);
     closeProbe();
-    if (!_storms.copiesMoves(_options.now()) && !_storms.isOff(departure.folder))
+    const bool isOfFewNames = !_writer.holdsMoreThan(departure.folder, StormGuard::fewNames);
+    const bool isCopied = _storms.copiesMove(isOfFewNames, _options.now());
+    if (!isCopied && !_storms.isOff(departure.folder))
         moveAlone(departure.folder);
 
     std::unordered_map<FolderId, FolderId> numbers;

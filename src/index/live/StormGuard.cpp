@@ -40,16 +40,17 @@ std::chrono::milliseconds StormGuard::nextPause(State &state)
     return std::min(shortest * factor, longest);
 }
 
-bool StormGuard::copiesMoves(Clock::time_point now)
+bool StormGuard::copiesMove(bool isOfFewNames, Clock::time_point now)
 {
     refill(_moves, now);
-    return _moves.left >= 0;
+    return _moves.left >= (isOfFewNames ? -burst : 0);
 }
 
 void StormGuard::noteMove(std::size_t names, Clock::time_point now)
 {
     refill(_moves, now);
-    _moves.left -= double(names) / namesPerChange;
+    const auto left = _moves.left - double(names) / namesPerChange;
+    _moves.left = names <= fewNames ? left : std::max(left, -burst / 2);
 }
 
 void StormGuard::takeOffMoved(FolderId folder, Clock::time_point now)

@@ -25,6 +25,7 @@ public:
     static constexpr double burst = 65536;           ///< changes in a row that are followed
     static constexpr double changesPerSecond = 200;  ///< that are followed for ever
     static constexpr double namesPerChange = 16;  ///< copied names that weigh as much as a change
+    static constexpr std::size_t fewNames = 1000;
     static constexpr double trial = 1000;  ///< changes followed after a return from being off
     static constexpr std::chrono::milliseconds shortest{100};
     static constexpr std::chrono::milliseconds longest{60'000};
@@ -34,8 +35,8 @@ public:
     bool isOff(FolderId folder) const;
     /// Whether a folder that was moved takes along what is known below it. That copies the names,
     /// so they have a store of their own, for all folders together: as many as sixteen changes
-    /// each.
-    bool copiesMoves(Clock::time_point now);
+    /// each. Folders of few names still find some in it when those of many do not.
+    bool copiesMove(bool isOfFewNames, Clock::time_point now);
     /// Notes that a move has copied so many names.
     void noteMove(std::size_t names, Clock::time_point now);
     /// Takes off a folder that is moved while moves do not copy: read again in a while, for which

@@ -333,6 +333,23 @@ std::vector<RecordId> IndexWriter::entriesOf(FolderId folder) const
     return entries;
 }
 
+bool IndexWriter::holdsMoreThan(FolderId top, std::size_t most) const
+{
+    std::size_t count = 0;
+    std::vector<FolderId> folders{top};
+    while (!folders.empty() && count <= most) {
+        const auto folder = folders.back();
+        folders.pop_back();
+        for (const auto record : entriesOf(folder)) {
+            ++count;
+            const auto below = folderFor(record);
+            if (below != nothing)
+                folders.push_back(below);
+        }
+    }
+    return count > most;
+}
+
 void IndexWriter::kill(RecordId record)
 {
     const bool wasIn =

@@ -36,8 +36,7 @@ public:
     /// What narrows the search in `base`; nothing happens if that is no longer the one.
     void setFilter(
         const std::shared_ptr<const IndexBase> &base, std::shared_ptr<const BlockFilter> filter);
-    /// Forgets every entry and root at once, without looking at any. Numbers given so far stay
-    /// valid and stand for what is gone. Not during a compaction.
+    /// Forgets all entries and roots at once; numbers stay valid. Not during a compaction.
     void forgetAll(const std::function<void(int)> &unwatch);
 
     std::uint32_t addRoot(const std::string &path);
@@ -85,6 +84,8 @@ public:
     /// The live entries of a folder, in no order.
     std::vector<RecordId> entriesOf(FolderId folder) const;
     bool isEmpty(FolderId folder) const { return entriesOf(folder).empty(); }
+    /// Whether more than so many live entries lie below a folder. It reads no more folders.
+    bool holdsMoreThan(FolderId folder, std::size_t entries) const;
 
     int watchOf(FolderId folder) const { return _watches[folder]; }
     void setWatch(FolderId folder, int watch);
@@ -100,8 +101,7 @@ public:
     std::uint64_t changeCount() const { return _changeCount; }
     /// Entries appended or dead since the last compaction.
     std::uint32_t unsettledCount() const;
-    /// Begins a compaction: what to run on another thread. Until finishCompaction() kills are
-    /// noted. A base of `filterFrom` names gets a filter.
+    /// Begins a compaction, to be run on another thread. From `filterFrom` names on: with a filter.
     std::function<CompactedIndex()> beginCompaction(
         std::uint32_t filterFrom = BlockFilter::usualLeast);
     bool isCompacting() const { return _isCompacting; }

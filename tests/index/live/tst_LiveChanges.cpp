@@ -215,6 +215,7 @@ void tst_LiveChanges::aTreeMovedRoundManyFoldersIsNotCopiedEachTime()
         for (int file = 0; file < filesEach; ++file)
             tree.file(folder + "/file" + std::to_string(file));
     }
+    tree.file("small/inside");
     RealBench bench(LiveIndexOptions{}, manyWatches);
     bench.include(tree);
     const auto names = bench.live.nameCount();
@@ -230,6 +231,11 @@ void tst_LiveChanges::aTreeMovedRoundManyFoldersIsNotCopiedEachTime()
     QVERIFY2(bench.live.memoryBytes() < mostBytes,
         std::to_string(bench.live.memoryBytes() >> 20).c_str());
     QCOMPARE(bench.paths(tree).count("parent99/tree"), std::size_t(1));
+
+    // What is small is found throughout.
+    tree.move("small", "parent0/small");
+    bench.live.step();
+    QCOMPARE(bench.search(tree, "inside", "parent0/small"), (Names{"inside"}));
 
     // When the moves have ended it is read where it is.
     bench.pass(StormGuard::longest);

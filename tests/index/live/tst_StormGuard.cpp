@@ -17,6 +17,7 @@ private Q_SLOTS:
     void afterACalmTimeAStormBeginsSmallAgain();
     void aFolderKeepsItsStateUnderANewNumber();
     void movesAreCopiedUntilTheirStoreIsEmpty();
+    void foldersOfFewNamesStillMoveAfterOneOfVeryMany();
     void whatMovesOnIsOffForTwiceAsLongEachTime();
 };
 
@@ -98,12 +99,27 @@ void tst_StormGuard::movesAreCopiedUntilTheirStoreIsEmpty()
     StormGuard guard;
     constexpr auto store = std::size_t(StormGuard::burst * StormGuard::namesPerChange);
     guard.noteMove(store, start);
-    QVERIFY(guard.copiesMoves(start));
+    QVERIFY(guard.copiesMove(false, start));
 
     guard.noteMove(std::size_t(StormGuard::namesPerChange), start);
-    QVERIFY(!guard.copiesMoves(start));
+    QVERIFY(!guard.copiesMove(false, start));
 
-    QVERIFY(guard.copiesMoves(start + 1s));
+    QVERIFY(guard.copiesMove(false, start + 1s));
+}
+
+void tst_StormGuard::foldersOfFewNamesStillMoveAfterOneOfVeryMany()
+{
+    StormGuard guard;
+    guard.noteMove(std::size_t(1) << 30, start);
+    QVERIFY(!guard.copiesMove(false, start));
+
+    std::size_t copied = 0;
+    for (; guard.copiesMove(true, start); copied += StormGuard::fewNames)
+        guard.noteMove(StormGuard::fewNames, start);
+
+    const auto half = std::size_t(StormGuard::burst * StormGuard::namesPerChange / 2);
+    QVERIFY(copied > half);
+    QVERIFY(copied <= half + StormGuard::fewNames);
 }
 
 void tst_StormGuard::whatMovesOnIsOffForTwiceAsLongEachTime()

@@ -14,6 +14,7 @@ class tst_IndexWriter final : public QObject {
 
 private Q_SLOTS:
     void changesDuringACompactionSurviveIt();
+    void entriesBelowAFolderAreCountedAsFarAsAsked();
 };
 
 void tst_IndexWriter::changesDuringACompactionSurviveIt()
@@ -51,6 +52,23 @@ void tst_IndexWriter::changesDuringACompactionSurviveIt()
     QCOMPARE(writer.findPath("/r/a/one"), nothing);
     QCOMPARE(writer.view().pathOfFolder(writer.folderOfWatch(9)), std::string("/r/a/c"));
     QCOMPARE(writer.folderOfWatch(8), nothing);
+}
+
+void tst_IndexWriter::entriesBelowAFolderAreCountedAsFarAsAsked()
+{
+    PublishedView published;
+    IndexWriter writer(published);
+    const auto root = writer.addRoot("/r");
+    const auto top = writer.view().roots[root].folder;
+    const auto folder = writer.addFolder(writer.add(top, "folder", EntryKind::folder));
+    writer.add(folder, "one", EntryKind::file);
+    const auto below = writer.addFolder(writer.add(folder, "below", EntryKind::folder));
+    writer.add(below, "two", EntryKind::file);
+    writer.remove(writer.add(below, "dead", EntryKind::file), [](int) {});
+
+    QVERIFY(writer.holdsMoreThan(folder, 2));
+    QVERIFY(!writer.holdsMoreThan(folder, 3));
+    QVERIFY(!writer.holdsMoreThan(below, 1));
 }
 
 QTEST_APPLESS_MAIN(tst_IndexWriter)
