@@ -161,6 +161,19 @@ private Q_SLOTS:
         QCOMPARE(expandTilde(u"a"_s), u"a"_s);
         QCOMPARE(expandTilde(u""_s), u""_s);
     }
+
+    void aBaseDirectoryIsWhatItsVariableNamesIfThatIsAbsolute()
+    {
+        const auto variable = "VELLUMHOUND_TEST_FOLDER";
+        qunsetenv(variable);
+        QCOMPARE(baseDirectory(variable, u".config"_s), home + u"/.config"_s);
+        for (const auto *relative : {"", "config", "./config"}) {
+            qputenv(variable, relative);
+            QCOMPARE(baseDirectory(variable, u".config"_s), home + u"/.config"_s);
+        }
+        qputenv(variable, "/caf\xE9");
+        QCOMPARE(pathToBytes(baseDirectory(variable, u".config"_s)), "/caf\xE9");
+    }
 };
 
 QTEST_APPLESS_MAIN(tst_NativePath)
