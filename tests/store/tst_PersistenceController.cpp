@@ -3,6 +3,8 @@
 
 #include <QDir>
 
+#include <chrono>
+#include <condition_variable>
 #include <cstdio>
 #include <latch>
 #include <mutex>
@@ -415,6 +417,27 @@ private Q_SLOTS:
                                "('Favorite', 'FileSearch')"_s),
                 QStringList{u"2"_s});
         }
+    }
+
+    void theSwitchToTheLogWaitsForWhoeverHoldsTheFile()
+    {
+        const StorePlace place;
+        makeStore(place);
+        OtherConnection other(place.path());
+        QCOMPARE(other.run(u"PRAGMA journal_mode = DELETE"_s), QStringList{u"delete"_s});
+        other.run(u"BEGIN IMMEDIATE"_s);
+        QString failure = u"still waiting"_s;
+        std::thread opening([&] { failure = place.failure(); });
+        // Nothing tells when the opening has come to the switch.
+        std::mutex mutex;
+        std::condition_variable never;
+        std::unique_lock lock(mutex);
+        never.wait_for(lock, std::chrono::milliseconds(200));
+
+        other.run(u"COMMIT"_s);
+        opening.join();
+
+        QCOMPARE(failure, QString());
     }
 
     void theStandardPathFollowsTheEnvironment()
