@@ -155,7 +155,7 @@ int main(int argumentCount, char **arguments)
         platform::KeyboardLayout::ofSession();
     platform::KeyTranslator translator(keyboardLayout);
     app::HotKeys hotKeys(defaults, notifications, keyboardLayout);
-    app::Recorders recorders(hotKeys, notifications, mainQueue, translator);
+    app::Recorders recorders(hotKeys, notifications, mainQueue, translator, keyboardLayout);
     const auto environment = environmentOf(recorders.environment(), options);
     PressProbe probe;  // behind the hot keys, so that it sees each press before them
     application.installNativeEventFilter(&probe);
