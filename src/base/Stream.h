@@ -25,7 +25,7 @@ template <class T> class Stream {
                 return;
             self->queue.post([self] {
                 // Several values ask for several wakes, of which the first may have taken all: a
-                // consumer that waits anew must not take the next one for the end.
+                // consumer that waits again must not take the next one for the end.
                 if (self->buffer.empty() && !self->isEnded)
                     return;
                 if (auto handle = std::exchange(self->waiting, {}))

@@ -7,7 +7,7 @@
 namespace vellumhound::core {
 
 // All of these are stable and work on any thread. Names are prepared once, so that a folder of a
-// hundred thousand entries is no matter.
+// hundred thousand entries does not matter.
 
 /// Folders ahead of files, each group in the order given.
 FileList sortedFoldersFirst(FileList files);

@@ -14,7 +14,7 @@
 namespace vellumhound::index {
 
 /// A query of the file index. Main thread; index and notification centre outlive it. It may be
-/// destroyed, stopped or started anew from inside a notification.
+/// destroyed, stopped or started again from inside a notification.
 ///
 /// Results come ranked, best first; those that a crawl brings in later follow behind. They are
 /// handed out in portions: whoever reads the last one that is there while a progress notification

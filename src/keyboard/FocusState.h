@@ -33,7 +33,7 @@ public:
 Q_SIGNALS:
     /// After the area differs.
     void areaChanged();
-    /// After each write has taken effect, also of an equal value: the box places its caret anew.
+    /// After each write has taken effect, also of an equal value: the box places its caret again.
     void areaWritten();
     /// After the area has become present or absent.
     void containerFocusChanged();

@@ -94,7 +94,7 @@ struct HotKeyEvent {
 };
 
 /// Keys that reach us in whatever program they are pressed. Before the handler hears of a press,
-/// the leave to take the focus that came with it has been taken over.
+/// the permission to take the focus that came with it has been taken over.
 ///
 /// What all ways to hot keys have in common is here: the handler and the kinds of events that it
 /// gets, the numbers of registrations, the reports. A way registers and unregisters. Main thread;

@@ -10,7 +10,7 @@ public:
 
     virtual bool isVisible() const = 0;
     virtual bool isInFullScreenMode() const = 0;
-    /// Shows anew what its source has to show.
+    /// Shows again what its source has to show.
     virtual void reloadData() = 0;
     virtual void makeKeyAndOrderFront() = 0;
     virtual void orderFrontRegardless() = 0;

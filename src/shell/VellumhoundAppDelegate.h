@@ -51,7 +51,7 @@ public:
 
     /// Presents the panel after `shortcutDelay`; each call does.
     void showLauncher();
-    /// Centres the panel anew, puts it in front and makes it key, also when it was key already.
+    /// Centres the panel again, puts it in front and makes it key, also when it was key already.
     void presentPanel();
 
 private:

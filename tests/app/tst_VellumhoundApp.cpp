@@ -205,7 +205,8 @@ private Q_SLOTS:
                 "\",\"isIncluded\":true},{\"path\":\"" + home().toUtf8() +
                 "/found\",\"isIncluded\":false}]}");
 
-        // Each search is asked anew; nothing outside tells when the index has taken the rules over.
+        // Each search is asked again; nothing outside tells when the index has taken the rules
+        // over.
         auto searchAgain = [&, isShort = false]() mutable {
             if (std::exchange(isShort, !isShort))
                 press(Qt::Key_E, {}, u"e"_s);

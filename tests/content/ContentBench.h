@@ -38,7 +38,7 @@ inline std::vector<std::string> pathsOf(const std::vector<content::Document> &hi
     return paths;
 }
 
-/// What a text index must agree with: every text folded anew and looked through for each needle.
+/// What a text index must agree with: every text folded again and looked through for each needle.
 class SlowTexts {
 public:
     struct Entry {

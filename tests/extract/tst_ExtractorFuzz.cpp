@@ -108,7 +108,7 @@ std::string body(const std::string &text)
     return "<w:p><w:r><w:t>" + text + "</w:t></w:r><w:tab/><w:br/></w:p>";
 }
 
-/// Documents of one format by name, and whether they are made anew from mutated content.
+/// Documents of one format by name, and whether they are made again from mutated content.
 using Make = std::function<std::string(const std::string &content)>;
 
 struct Kind {

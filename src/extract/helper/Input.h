@@ -20,8 +20,8 @@ public:
     std::uint64_t size() const { return _size; }
     /// Whether the disk has refused to give something. What was read is not to be relied on then.
     bool hasFailed() const { return _hasFailed; }
-    /// The first bytes, at most so many; fewer at the end of the file or after an error. Read anew,
-    /// lasts until the next call.
+    /// The first bytes, at most so many; fewer at the end of the file or after an error. Read
+    /// again, lasts until the next call.
     std::string_view beginning(std::uint64_t maxBytes);
     /// The whole file in memory; empty if that fails. Large files are mapped: one that is cut short
     /// meanwhile brings the process down, which costs that file its text.

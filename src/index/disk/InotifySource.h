@@ -14,7 +14,7 @@ namespace vellumhound::index {
 /// Changes by the kernel's inotify, within a budget of watches.
 class InotifySource final : public ChangeSource {
 public:
-    /// `budget` gives the most watches to hold; asked anew now and then once they are spent, since
+    /// `budget` gives the most watches to hold; asked again now and then once they are spent, since
     /// the limit and what others hold can change.
     explicit InotifySource(std::function<int()> budget = halfOfWhatTheUserMayHave);
     ~InotifySource() override;

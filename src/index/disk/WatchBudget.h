@@ -32,7 +32,7 @@ std::size_t countWatchesOf(int descriptor);
 /// The numbers of the files and folders that an inotify descriptor watches, sorted.
 std::vector<std::uint64_t> inodesWatchedBy(int inotifyDescriptor);
 
-/// A budget of watches. Asked anew once it is spent, and then after so and so many refusals: more
+/// A budget of watches. Asked again once it is spent, and then after so and so many refusals: more
 /// and more as long as the answer stays the same. Guarded by whoever owns it.
 class WatchAllowance {
 public:

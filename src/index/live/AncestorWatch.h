@@ -31,7 +31,7 @@ public:
     /// Watches what is above these roots, on the worker. Nothing is called if that is what is
     /// watched already.
     void follow(const std::vector<std::string> &roots, const std::vector<Mount> &slowMounts);
-    /// Takes a change, whoever's it is. After one of a folder above a root all are looked at anew.
+    /// Takes a change, whoever's it is. After one of a folder above a root all are looked at again.
     void noteChange(const Change &change);
     /// Whether the watch is needed here.
     bool holds(int watch) const { return _above.watches.contains(watch); }

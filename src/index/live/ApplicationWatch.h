@@ -25,7 +25,7 @@ public:
     /// Mounts that may hang: what is read from now on leaves them out, but for those on which an
     /// application folder itself lies.
     void avoid(std::vector<Mount> mounts);
-    /// Reads them anew; while they are being read, once more afterwards.
+    /// Reads them again; while they are being read, once more afterwards.
     void read();
     /// Takes a change in the folder of this watch, whoever's it is.
     void noteChange(int watch);

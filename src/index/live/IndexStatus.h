@@ -19,7 +19,7 @@ struct IndexStatus {
             crawling,      ///< `place` is read for the first time
             verifying,     ///< what a former run left is compared with the disk
             checking,      ///< folders are compared by their times
-            compacting,    ///< the tables are written anew
+            compacting,    ///< the tables are written again
             readingTimes,  ///< of entries
             readingTexts,  ///< of files
             savingSnapshot,

@@ -120,7 +120,7 @@ public:
     void recheckAll();
     /// Looks at all folders that are not watched, at once.
     void sweep();
-    /// Reads the change times of all entries anew, when nothing else is to be done.
+    /// Reads the change times of all entries again, when nothing else is to be done.
     void refreshTimes();
 
     /// Applies finished work, changes, and what is due. True if there was any.

@@ -308,7 +308,7 @@ std::optional<platform::SystemShortcut> RecorderCocoa::systemConflict(
     return system.heldByAnother(shortcut.carbonKeyCode, shortcut.carbonModifiers);
 }
 
-/// Ends the recording, tells, and begins to record anew. Nothing if the control is gone by then.
+/// Ends the recording, tells, and begins to record again. Nothing if the control is gone by then.
 std::optional<int> RecorderCocoa::interruptWith(const RecorderAlert &alert)
 {
     const auto self = std::weak_ptr(_self);

@@ -28,7 +28,7 @@ public:
     PanelKeyFilter(platform::KeyTranslator &translator,
         const keyboard::KeyEquivalents &keyEquivalents, QObject *parent = nullptr);
 
-    /// Watches the window of `widget`, a top-level one, now and whenever it is made anew.
+    /// Watches the window of `widget`, a top-level one, now and whenever it is made again.
     void watch(QWidget *widget);
 
     int addLocalMonitor(Monitor monitor) override;

@@ -68,7 +68,7 @@ public:
         : QWidget(parent, Qt::Popup | Qt::FramelessWindowHint)
     {
         setObjectName(u"tooltipPopover"_s);
-        // Or the click on the button that closes the text would open it anew.
+        // Or the click on the button that closes the text would open it again.
         setAttribute(Qt::WA_NoMouseReplay);
         setAccessibleName(text);
         setPalette(theme.palette());

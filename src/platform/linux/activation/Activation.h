@@ -14,9 +14,9 @@ namespace vellumhound::platform {
 /// none.
 std::optional<std::uint32_t> timeOfStartupId(const QString &startupId);
 
-/// Takes over a caller's leave to take the focus, so that the next window that is activated gets
-/// it: the keys "activation-token" and "desktop-startup-id" of an activation's platform data. An
-/// empty leave changes nothing. Main thread.
+/// Takes over a caller's permission to take the focus, so that the next window that is activated
+/// gets it: the keys "activation-token" and "desktop-startup-id" of an activation's platform data.
+/// Empty data changes nothing. Main thread.
 void takeOverActivation(const QVariantMap &platformData);
 
 /// A startup id that lets a program we start take the focus on X11; empty elsewhere. Main thread.

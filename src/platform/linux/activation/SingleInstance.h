@@ -14,8 +14,8 @@ namespace vellumhound::platform {
 /// org.freedesktop.Application. Without a session bus it is simply not reachable, and it is told
 /// when the bus ends before the program does.
 ///
-/// Main thread; owned by the composition root. Before a handler runs, the caller's leave to take
-/// the focus has been taken over.
+/// Main thread; owned by the composition root. Before a handler runs, the caller's permission to
+/// take the focus has been taken over.
 class SingleInstance final : public QObject {
     Q_OBJECT
 
@@ -30,9 +30,9 @@ public:
     };
     enum class Claim { won, lost, withoutBus };
 
-    /// Asks an instance that already runs to present itself, and hands it our leave to take the
-    /// focus. True if one did. To be called before there is an application object; it waits three
-    /// seconds at most and leaves nothing behind.
+    /// Asks an instance that already runs to present itself, and hands it our permission to take
+    /// the focus. True if one did. To be called before there is an application object; it waits
+    /// three seconds at most and leaves nothing behind.
     static bool handOver();
 
     explicit SingleInstance(Handlers handlers);

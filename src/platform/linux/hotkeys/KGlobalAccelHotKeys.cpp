@@ -28,7 +28,7 @@ constexpr uint force = 4;     // put them in the place of those that the service
 constexpr uint defaults = 8;  // they are those that the user gets back on request
 }  // namespace Flag
 
-/// No keyboard waits as long before it repeats a key: whoever presses after it presses anew, even
+/// No keyboard waits as long before it repeats a key: whoever presses after it presses again, even
 /// if the release was lost.
 constexpr std::chrono::milliseconds longestRepeatPause{3000};
 

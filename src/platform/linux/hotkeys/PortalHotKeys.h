@@ -64,7 +64,7 @@ private:
         std::optional<Handle> handle;  // while it is registered
         bool isAsked = false;          // of the session there is, with this key
         bool isAccepted = false;       // by a session of this process
-        bool isGivenUp = false;        // until it is asked for anew
+        bool isGivenUp = false;        // until it is asked for again
         HotKeyReport report;
         bool isDown = false;
         Moment lastPress;

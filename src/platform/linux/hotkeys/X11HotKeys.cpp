@@ -21,7 +21,7 @@ namespace {
 
 constexpr int badValue = 2;    // what the server answers to a key that it cannot have
 constexpr int badAccess = 10;  // and to one that another program has
-/// No keyboard waits as long before it repeats a key: whoever presses after it presses anew, even
+/// No keyboard waits as long before it repeats a key: whoever presses after it presses again, even
 /// if the release went elsewhere.
 constexpr std::uint32_t longestRepeatPause = 3000;
 

@@ -179,7 +179,7 @@ bool KeyboardLayout::isFromServer() const
     return _connection || (_waylandKeyboard && _waylandKeyboard->hasKeymap());
 }
 
-/// A keymap is read when it is asked for: it takes milliseconds, and some compositors tell it anew
+/// A keymap is read when it is asked for: it takes milliseconds, and some compositors tell it again
 /// whenever another of several keyboards is touched.
 void KeyboardLayout::refresh() const
 {

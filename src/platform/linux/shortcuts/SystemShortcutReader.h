@@ -14,7 +14,7 @@ namespace vellumhound::platform {
 class KeyboardLayout;
 
 /// The keys that the desktop of this session acts on, read from where that desktop keeps them, and
-/// who holds a key on the X server or with KDE's service. Each question is answered anew; with the
+/// who holds a key on the X server or with KDE's service. Each question is answered again; with the
 /// settings of a large desktop that takes some ten milliseconds.
 ///
 /// Main thread, after the application object. What it is made of outlives it. Hot keys of ours are

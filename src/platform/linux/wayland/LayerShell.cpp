@@ -106,7 +106,7 @@ void LayerShell::follow(QWindow *window)
 
 void LayerShell::beforeShowing(QWindow *window)
 {
-    // Windows that are placed by nobody are never seen, so it is said anew each time.
+    // Windows that are placed by nobody are never seen, so it is said again each time.
     window->setFlag(Qt::BypassWindowManagerHint, placeOf(*window) != Place::elsewhere);
     if (window != _panel)
         return;
@@ -235,8 +235,8 @@ void LayerShell::onClosed(QWindow *window)
         window->close();
 }
 
-/// With its output the toolkit makes a window anew and shows it elsewhere. That the compositor took
-/// the panel away is heard by nobody then, as the role has ended.
+/// With its output the toolkit makes a window again and shows it elsewhere. That the compositor
+/// took the panel away is heard by nobody then, as the role has ended.
 void LayerShell::onSurfaceGoing(QWindow *window)
 {
     const bool isShownPanel = window == _panel && _placed.contains(window) && window->isVisible();
@@ -292,7 +292,7 @@ void LayerShell::showCatcher(QScreen *screen)
     place(_catchers.back().get());
 }
 
-/// The toolkit would show it anew, on another output.
+/// The toolkit would show it again, on another output.
 void LayerShell::dropCatcher(const QScreen *screen)
 {
     std::erase_if(_catchers, [screen](const auto &catcher) { return catcher->output() == screen; });
